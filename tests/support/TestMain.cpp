@@ -1,0 +1,13 @@
+// Every test runs in a process of its own; this gives it a fresh home folder, removed at the end.
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+int main(int argc, char **argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const QTemporaryDir home;
+    qputenv("HOME", home.path().toUtf8());
+    for (const char *variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
+        qunsetenv(variable);
+    return RUN_ALL_TESTS();
+}
