@@ -1,0 +1,234 @@
+// The real-time core of the recorder: takes blocks of sound from one capture device, writes those that are to be kept
+// into at most one open file, and watches for silence.
+//
+// Threads: AudioInputProc() on the audio thread, writeMP3Data() on "Thread-MP3", everything else on the main thread.
+// What the audio thread has to say goes to the main thread through a ring of small records; what several threads
+// touch is marked below with its writers.
+#pragma once
+
+#include "capture/HeldBlocks.h"
+#include "platform/EncMgr.h"
+#include "platform/ExtAudioFile.h"
+#include "platform/InputUnit.h"
+#include "platform/MainThread.h"
+#include "platform/Semaphore.h"
+#include "platform/SpscRing.h"
+
+#include <QString>
+#include <array>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+/// Hears what the engine did. Main thread. Outlives its AudioRecord or takes itself back with setDelegate(nullptr).
+class AudioRecordDelegate {
+public:
+    virtual void soundFileRecorderWasStarted() {}
+    /// The file that is being recorded has grown to `milliseconds`; every tenth block.
+    virtual void soundFileRecorderReachedDuration([[maybe_unused]] qint64 milliseconds) {}
+    /// `seconds` of silence have just outlasted the split interval.
+    virtual void recordingTimeForAudioIsNull([[maybe_unused]] float seconds) {}
+    /// The state after a block: was it silent, how long is the silence at the end of the file (milliseconds), and how
+    /// long is it at all. After recordingTimeForAudioIsNull() it comes once more, with ten times the silence and 0.
+    virtual void nullAudioSignal([[maybe_unused]] bool isNull, [[maybe_unused]] qint64 forNullTime,
+                                 [[maybe_unused]] qint64 forNullCount) {}
+    /// A file was closed; `path` may be moved or deleted now. Must not call back into the engine.
+    virtual void notifyRecordedFinish([[maybe_unused]] const QString &path) {}
+    /// The open file cannot be written any more, `reason` is the system's text. What was written stays playable; the
+    /// receiver is expected to stop the recording. Comes once per file.
+    virtual void recordingFileDidFail([[maybe_unused]] const QString &path, [[maybe_unused]] const QString &reason) {}
+
+protected:
+    ~AudioRecordDelegate() = default;
+};
+
+/// Receives the sound itself, for display.
+class AudioPCMWaveDelegate {
+public:
+    /// Main thread. One block of `forNumer` samples a channel; the pointers are valid during the call.
+    virtual void sendAudioDataProc(const float *left, const float *forRightData, uint32_t forNumer) = 0;
+
+protected:
+    ~AudioPCMWaveDelegate() = default;
+};
+
+class AudioRecord final : public InputUnitClient {
+public:
+    /// While one lives, incoming blocks wait in memory (for up to six seconds), so that a file can be closed and the
+    /// next one opened without a gap between them, and without the audio thread meeting a lock.
+    class BlockHold {
+    public:
+        explicit BlockHold(AudioRecord &engine) : engine_(engine) {
+            engine_.holds_.fetch_add(1, std::memory_order_relaxed);
+        }
+        // release: the files that were changed under the hold are seen by the audio thread that finds it gone
+        ~BlockHold() { engine_.holds_.fetch_sub(1, std::memory_order_release); }
+        BlockHold(const BlockHold &) = delete;
+        BlockHold &operator=(const BlockHold &) = delete;
+
+    private:
+        AudioRecord &engine_;
+    };
+
+    explicit AudioRecord(InputUnitFactory makeInputUnit);
+    ~AudioRecord();
+    AudioRecord(const AudioRecord &) = delete;
+    AudioRecord &operator=(const AudioRecord &) = delete;
+
+    /// (Re)builds the input unit for `device` without starting it. An older unit is stopped first, and an open file
+    /// closed. False leaves the engine without a unit.
+    bool configureAudioUnit(DeviceID device);
+
+    /// Configures the unit for the device named "System Audio Recorder" and starts it, whatever either step returned,
+    /// so that the display lives before anything is recorded. Always true.
+    bool configurePluginDiviceAuidoUnit();
+
+    /// Opens the output file, `forBitRate` in bits per second; the unit is configured anew first when `forDeviceID`
+    /// is not the device asked for last. False only if the M4A file could not be created. An MP3 file that could not
+    /// be created answers true and isRecording() stays false; so does a type that names no container.
+    bool setRecordingFile(const QString &path, ExportType forType, int forBitRate, DeviceID forDeviceID);
+
+    /// Marks the engine started and starts the unit. False without a unit, on the unit's failure, and when it was
+    /// started already, as with every recording but the first: the unit runs on between recordings.
+    bool startRecordAudio();
+    /// Stops the unit and closes any open file. False, and nothing closed, if the unit would not stop.
+    bool stopRecordAudio();
+    /// Closes any open file and leaves the unit running. Always true.
+    bool stopRecordAudioFile();
+
+    void setAutoSplitTimeForMillisecond(qint64 interval) {
+        autoSplitTimeInterval_.store(interval, std::memory_order_relaxed);
+    }
+
+    bool isRecording() const noexcept { return outputM4aAudioFile_ || outputMP3AudioFile_; }
+    bool hasSetM4aExportFile() const noexcept { return outputM4aAudioFile_; }
+    QString outputM4aFilePath() const { return outputM4aFilePath_; }
+    int recordStatus() const { return recordStatus_; }
+
+    void setDelegate(AudioRecordDelegate *delegate) { delegate_ = delegate; }
+    AudioRecordDelegate *delegate() const { return delegate_; }
+    void setDelegatePCMWave(AudioPCMWaveDelegate *delegate);
+    AudioPCMWaveDelegate *delegatePCMWave() const { return delegatePCMWave_; }
+
+    /// Audio thread. One block of kBlockFrames frames; a slice of another size is skipped and logged. No allocation,
+    /// no log, no file, no wait for the main thread; takes the M4A lock only while an M4A file is open. The result is
+    /// the slice's status.
+    Status AudioInputProc(const InputSlice &slice) noexcept override;
+
+    /// True if at least 359 of the block's 512 left samples are below 0.0001 in absolute value. A null pointer gives
+    /// false. Any thread.
+    static bool isNULLAudioData(const float *left) noexcept;
+
+    /// One sample as 16 bits: limits at 1.0 and -1.0, in between times 32768 and cut toward zero. Any thread.
+    static int16_t flt32toS16(float sample) noexcept;
+
+    /// Main thread. Delivers what the audio thread has reported so far. Called by the event loop.
+    void deliverReports();
+
+private:
+    static constexpr size_t kMP3Blocks = 20; // 232 ms, over twice the writer's idle sleep
+
+    /// One block on its way to the MP3 writer.
+    struct audioDataMemery {
+        std::array<float, kBlockFrames> LbufferData{};
+        std::array<float, kBlockFrames> rbufferData{};
+        // The audio thread takes, the writer gives back. Acquire and release: the samples have been copied out before
+        // they are written again.
+        std::atomic<bool> isEmpty = true;
+    };
+
+    /// What the main thread is told of one block.
+    struct BlockReport {
+        uint32_t fileNumber = 0;    // the file that was open, to tell reports that a cut has overtaken
+        int32_t recordedSize = 0;   // blocks in that file
+        int32_t nullNumber = 0;     // silent blocks at its end
+        qint64 nullDuration = 0;    // silent blocks at all
+        qint64 durationTime = 0;    // milliseconds of the file
+        bool isWrongSize = false;   // not a block at all; nothing else holds
+        bool isNull = false;        // silent
+        bool isForOpenFile = false; // a file was open and the samples were good
+        bool checksSplit = false;   // written silence: the split check is due
+        bool holdsForSplit = false; // the check will cut; the audio thread holds further blocks until it has run
+        bool hasSamples = false;    // the samples lie in the ring beside this one
+    };
+    struct SampleBlock {
+        std::array<float, kBlockFrames> left, right;
+    };
+
+    // AudioRecordBlocks.cpp: the audio thread
+    bool isHolding() const noexcept;
+    void processBlock(const InputSlice &block) noexcept;
+    void writeBlock(const InputSlice &block) noexcept;
+    void writeMP3AudioData(const float *left, const float *forRightData) noexcept;
+    audioDataMemery *getAudioFrame() noexcept;
+    void report(BlockReport &report, const InputSlice &block) noexcept;
+
+    // AudioRecordWriter.cpp: "Thread-MP3"
+    void writeMP3Data();
+    bool takeQueuedBlock();
+    void encodeTakenBlock();
+    static void realseAudioFrame(audioDataMemery *block) noexcept;
+
+    void closeInputUnit();
+    bool startInputUnit();
+    bool closeExportFile();
+    void logLosses(const QString &path, int64_t lostM4aFrames);
+    void deliver(const BlockReport &report);
+    void recordAudioIsNullForRecordThread();
+    void reportFileFailure(const QString &path, const QString &reason);
+    void checkOpenFile();
+
+    InputUnitFactory makeInputUnit_;
+    std::unique_ptr<InputUnit> audioUnit_;
+    DeviceID deviceID_ = 0; // asked for last by setRecordingFile(); configureAudioUnit() does not set it
+    int recordStatus_ = 0;  // 0 idle, 1 started
+    bool awaitsFirstSlice_ = false;
+    AudioRecordDelegate *delegate_ = nullptr;
+    AudioPCMWaveDelegate *delegatePCMWave_ = nullptr;
+    QString outputM4aFilePath_;
+    QString outputMP3FilePath_;
+    bool hasReportedFailure_ = false;
+
+    // The open file. The main thread changes a handle under its lock; the audio thread and the writer test it without
+    // the lock first, and a stale answer costs one block at the file's edge.
+    std::mutex m4acloseFileCondition_;
+    std::unique_ptr<ExtAudioFile> m4aFile_; // main thread owns
+    std::atomic<ExtAudioFile *> outputM4aAudioFile_ = nullptr;
+    std::mutex closeFileCondition_;
+    std::atomic<FCHandle> outputMP3AudioFile_ = nullptr;
+    std::atomic<int> mp3Error_ = 0; // writer; system error number of the open MP3 file
+
+    // Counters. Relaxed: a lost add moves a cut by one block.
+    std::atomic<int32_t> RecordedSize_ = 0;               // audio thread adds, main thread clears at open and close
+    std::atomic<int32_t> AudioNULLNumber_ = 0;            // audio thread counts, main thread clears at a split and a close
+    std::atomic<uint64_t> startHostTime_ = 0;             // audio thread, and the main thread while the unit stands
+    std::atomic<qint64> recordedDurationTime_ = 0;        // milliseconds; audio thread, main thread clears with RecordedSize_
+    std::atomic<uint32_t> fileNumber_ = 0;                // main thread; changes with every open and close
+    std::atomic<qint64> autoSplitTimeInterval_ = 1000;    // main thread; milliseconds
+    std::atomic<int> holds_ = 0;                          // main thread; living BlockHolds
+    std::atomic<bool> splitPending_ = false;              // audio thread sets, main thread clears when the check has run
+    std::atomic<bool> wantsSamples_ = false;              // main thread; a delegatePCMWave is set
+    std::atomic<uint64_t> lostMP3Blocks_ = 0;             // audio thread; blocks that found the pool empty
+    std::atomic<uint64_t> lostReports_ = 0;               // audio thread; reports that found the ring full
+    std::atomic<bool> lostAudibleReport_ = false;         // audio thread sets, main thread clears
+
+    // Audio thread only, while the unit runs.
+    qint64 nullDurationTime_ = 0; // consecutive silent blocks, whether recording or not
+    HeldBlocks heldBlocks_;
+
+    SpscRing<BlockReport, 1024> reports_;   // 11.9 s
+    SpscRing<SampleBlock, 64> sampleRing_;  // 0.74 s; a display may miss blocks
+    MainThreadWakeup reportWakeup_;
+
+    // The way of a block to the MP3 writer.
+    std::array<audioDataMemery, kMP3Blocks> mp3AudioMemlist_;
+    std::mutex mp3Condition_; // guards mp3WriteList_
+    std::vector<audioDataMemery *> mp3WriteList_;
+    std::atomic<bool> blStopThread_ = true; // main thread; true while the writer is to run, whatever the name suggests
+    Semaphore mp3Queued_;                   // cuts the writer's idle sleep short
+    audioDataMemery mp3WriteMem_;           // writer; its isEmpty is false while a block waits for conversion
+    std::array<int16_t, 2 * kBlockFrames> mp3FrameMem_{}; // writer
+    std::thread mp3Threadone_;
+};

@@ -1,0 +1,166 @@
+// The audio thread's side of the engine: the way of one block. Nothing here allocates, logs or touches a file.
+#include "capture/AudioRecord.h"
+
+#include "capture/SilenceWatch.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace {
+constexpr uint64_t kBlockNanoseconds = 11'609'977;
+// Held blocks are worked off at twice the rate at which they come, so that a long hold does not flood the MP3 pool.
+constexpr int kBlocksPerCallAfterHold = 2;
+// 0.7 of a block, so at least 359 of 512 samples.
+constexpr double kQuietShare = 0.7;
+constexpr double kQuietSample = 0.0001;
+
+/// Milliseconds from `toStartTime` to `duration`, both host times. Unsigned: a start that is the later one wraps.
+qint64 getWriteFileDuration(uint64_t duration, uint64_t toStartTime) noexcept {
+    return static_cast<qint64>(static_cast<double>(AudioConvertHostTimeToNanos(duration - toStartTime)) * 1e-6);
+}
+
+/// One more, by the only thread that adds; the other threads only clear, and a clear that is overtaken costs a block.
+template <typename T>
+T increment(std::atomic<T> &counter) noexcept {
+    const T next = counter.load(std::memory_order_relaxed) + 1;
+    counter.store(next, std::memory_order_relaxed);
+    return next;
+}
+} // namespace
+
+bool AudioRecord::isNULLAudioData(const float *left) noexcept {
+    if (!left)
+        return false;
+    int quiet = 0;
+    for (uint32_t i = 0; i < kBlockFrames; ++i)
+        quiet += std::fabs(static_cast<double>(left[i])) < kQuietSample;
+    return quiet * 1.0 / kBlockFrames >= kQuietShare;
+}
+
+Status AudioRecord::AudioInputProc(const InputSlice &slice) noexcept {
+    if (slice.frames != kBlockFrames) {
+        BlockReport wrong;
+        wrong.isWrongSize = true;
+        report(wrong, slice);
+        return 0;
+    }
+    if (heldBlocks_.isEmpty() && !isHolding()) {
+        processBlock(slice);
+        return slice.status;
+    }
+    const auto processOldest = [this] {
+        processBlock(heldBlocks_.front());
+        heldBlocks_.pop();
+    };
+    if (heldBlocks_.isFull())
+        processOldest(); // the main thread has been away too long: go on without its answer
+    heldBlocks_.push(slice);
+    for (int i = 0; i < kBlocksPerCallAfterHold && !heldBlocks_.isEmpty() && !isHolding(); ++i)
+        processOldest();
+    return slice.status;
+}
+
+bool AudioRecord::isHolding() const noexcept {
+    // acquire on the flag: a split that has been answered is seen together with the file that it opened
+    return splitPending_.load(std::memory_order_acquire) || holds_.load(std::memory_order_acquire) > 0;
+}
+
+void AudioRecord::processBlock(const InputSlice &block) noexcept {
+    BlockReport result;
+    result.isNull = isNULLAudioData(block.left);
+    nullDurationTime_ = result.isNull ? nullDurationTime_ + 1 : 0;
+    result.nullDuration = nullDurationTime_;
+
+    const bool isFirstBlock = RecordedSize_.load(std::memory_order_relaxed) == 0;
+    // The file's clock starts when its first audible block is complete. The block's own end serves as the present:
+    // blocks may come in bursts or out of a hold, and the wall clock would then run ahead of the sound.
+    if (isFirstBlock && !result.isNull)
+        startHostTime_.store(block.hostTime + kBlockNanoseconds, std::memory_order_relaxed);
+
+    if (isRecording() && block.status == 0) {
+        result.isForOpenFile = true;
+        // Silence before the first audible block is dropped, silence behind it goes into the file.
+        if (!result.isNull || !isFirstBlock) {
+            if (result.isNull)
+                increment(AudioNULLNumber_);
+            else
+                AudioNULLNumber_.store(0, std::memory_order_relaxed);
+            writeBlock(block);
+            recordedDurationTime_.store(
+                getWriteFileDuration(block.hostTime, startHostTime_.load(std::memory_order_relaxed)),
+                std::memory_order_relaxed);
+            result.checksSplit = result.isNull;
+        }
+    }
+    report(result, block);
+}
+
+void AudioRecord::writeBlock(const InputSlice &block) noexcept {
+    if (outputM4aAudioFile_.load(std::memory_order_relaxed)) {
+        const std::lock_guard guard(m4acloseFileCondition_);
+        // A close may have won the race for the lock; the block is then past the file's end.
+        if (ExtAudioFile *file = outputM4aAudioFile_.load(std::memory_order_relaxed))
+            file->writeAsync(kBlockFrames, block.left, block.right);
+        increment(RecordedSize_);
+    }
+    if (outputMP3AudioFile_.load(std::memory_order_relaxed)) {
+        writeMP3AudioData(block.left, block.right);
+        increment(RecordedSize_);
+    }
+}
+
+void AudioRecord::writeMP3AudioData(const float *left, const float *forRightData) noexcept {
+    audioDataMemery *block = getAudioFrame();
+    if (!block) {
+        increment(lostMP3Blocks_); // RecordedSize_ counts the block all the same
+        return;
+    }
+    std::copy_n(left, kBlockFrames, block->LbufferData.begin());
+    std::copy_n(forRightData, kBlockFrames, block->rbufferData.begin());
+    {
+        const std::lock_guard guard(mp3Condition_);
+        mp3WriteList_.push_back(block); // within its reserve: the pool bounds its length
+    }
+    mp3Queued_.post();
+}
+
+AudioRecord::audioDataMemery *AudioRecord::getAudioFrame() noexcept {
+    for (audioDataMemery &block : mp3AudioMemlist_)
+        if (block.isEmpty.load(std::memory_order_acquire)) {
+            block.isEmpty.store(false, std::memory_order_relaxed);
+            return &block;
+        }
+    return nullptr;
+}
+
+void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept {
+    result.fileNumber = fileNumber_.load(std::memory_order_relaxed);
+    result.recordedSize = RecordedSize_.load(std::memory_order_relaxed);
+    result.nullNumber = AudioNULLNumber_.load(std::memory_order_relaxed);
+    result.durationTime = recordedDurationTime_.load(std::memory_order_relaxed);
+    result.holdsForSplit =
+        result.checksSplit && isSplitDue(result.nullNumber, autoSplitTimeInterval_.load(std::memory_order_relaxed));
+    if (wantsSamples_.load(std::memory_order_relaxed) && !result.isWrongSize && block.left && block.right) {
+        if (SampleBlock *samples = sampleRing_.beginPush()) {
+            std::copy_n(block.left, kBlockFrames, samples->left.begin());
+            std::copy_n(block.right, kBlockFrames, samples->right.begin());
+            result.hasSamples = true;
+        }
+    }
+    // The flag goes up before the report can be answered.
+    if (result.holdsForSplit)
+        splitPending_.store(true, std::memory_order_relaxed);
+    if (BlockReport *slot = reports_.beginPush()) {
+        *slot = result;
+        reports_.endPush();
+        if (result.hasSamples)
+            sampleRing_.endPush();
+    } else {
+        increment(lostReports_);
+        if (result.holdsForSplit)
+            splitPending_.store(false, std::memory_order_relaxed); // nobody will answer
+        if (!result.isNull && !result.isWrongSize)
+            lostAudibleReport_.store(true, std::memory_order_relaxed);
+    }
+    reportWakeup_.signal();
+}

@@ -1,0 +1,57 @@
+// "Thread-MP3": takes blocks out of the pool, converts them to 16 bits and encodes them.
+#include "capture/AudioRecord.h"
+
+namespace {
+constexpr int kIdleSleepMilliseconds = 100;
+}
+
+int16_t AudioRecord::flt32toS16(float sample) noexcept {
+    const double value = sample;
+    if (value >= 1.0)
+        return 32767;
+    if (value <= -1.0)
+        return -32768;
+    return static_cast<int16_t>(value * 32768.0);
+}
+
+void AudioRecord::writeMP3Data() {
+    while (blStopThread_.load(std::memory_order_relaxed)) {
+        if (!takeQueuedBlock())
+            mp3Queued_.waitAtMost(kIdleSleepMilliseconds);
+        encodeTakenBlock();
+    }
+}
+
+bool AudioRecord::takeQueuedBlock() {
+    const std::lock_guard guard(mp3Condition_);
+    if (mp3WriteList_.empty())
+        return false;
+    audioDataMemery *block = mp3WriteList_.front();
+    mp3WriteMem_.LbufferData = block->LbufferData;
+    mp3WriteMem_.rbufferData = block->rbufferData;
+    mp3WriteMem_.isEmpty.store(false, std::memory_order_relaxed);
+    realseAudioFrame(block);
+    mp3WriteList_.erase(mp3WriteList_.begin());
+    return true;
+}
+
+void AudioRecord::realseAudioFrame(audioDataMemery *block) noexcept {
+    block->isEmpty.store(true, std::memory_order_release);
+}
+
+void AudioRecord::encodeTakenBlock() {
+    if (mp3WriteMem_.isEmpty.load(std::memory_order_relaxed))
+        return;
+    for (uint32_t i = 0; i < kBlockFrames; ++i) {
+        mp3FrameMem_[2 * i] = flt32toS16(mp3WriteMem_.LbufferData[i]);
+        mp3FrameMem_[2 * i + 1] = flt32toS16(mp3WriteMem_.rbufferData[i]);
+    }
+    mp3WriteMem_.isEmpty.store(true, std::memory_order_relaxed);
+    const std::lock_guard guard(closeFileCondition_);
+    // Blocks that were still queued when their file closed reach no file, or the next one if it is open already.
+    if (FCHandle file = outputMP3AudioFile_.load(std::memory_order_relaxed)) {
+        const FCFrameRecord frame{mp3FrameMem_.data(), static_cast<int32_t>(sizeof mp3FrameMem_)};
+        if (const int error = FCWriteAudioData(file, frame))
+            mp3Error_.store(error, std::memory_order_relaxed);
+    }
+}

@@ -1,0 +1,58 @@
+// Blocks that wait in memory while the main thread changes files.
+//
+// Threads: one at a time, the audio thread while the unit runs.
+#pragma once
+
+#include "platform/InputUnit.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <vector>
+
+/// A queue of whole blocks with room for six seconds, allocated once.
+class HeldBlocks {
+public:
+    HeldBlocks() : blocks_(kCapacity) {}
+
+    bool isEmpty() const noexcept { return count_ == 0; }
+    bool isFull() const noexcept { return count_ == kCapacity; }
+
+    /// Keeps a copy of `slice`, which has kBlockFrames frames. To be called only while the queue is not full.
+    void push(const InputSlice &slice) noexcept {
+        Block &block = blocks_[(first_ + count_) % kCapacity];
+        block.hostTime = slice.hostTime;
+        block.status = slice.status;
+        block.hasSamples = slice.left && slice.right;
+        if (block.hasSamples) {
+            std::copy_n(slice.left, kBlockFrames, block.left.begin());
+            std::copy_n(slice.right, kBlockFrames, block.right.begin());
+        }
+        ++count_;
+    }
+
+    /// The oldest block, valid until the next push() after its pop().
+    InputSlice front() const noexcept {
+        const Block &block = blocks_[first_];
+        return {block.hostTime, kBlockFrames, block.hasSamples ? block.left.data() : nullptr,
+                block.hasSamples ? block.right.data() : nullptr, block.status};
+    }
+    void pop() noexcept {
+        first_ = (first_ + 1) % kCapacity;
+        --count_;
+    }
+    void clear() noexcept { count_ = 0; }
+
+private:
+    static constexpr size_t kCapacity = 512; // 5.9 s, 2 MiB
+
+    struct Block {
+        uint64_t hostTime = 0;
+        Status status = 0;
+        bool hasSamples = false;
+        std::array<float, kBlockFrames> left{}, right{};
+    };
+    std::vector<Block> blocks_;
+    size_t first_ = 0;
+    size_t count_ = 0;
+};
