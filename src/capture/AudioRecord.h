@@ -124,6 +124,9 @@ public:
     /// One sample as 16 bits: limits at 1.0 and -1.0, in between times 32768 and cut toward zero. Any thread.
     static int16_t flt32toS16(float sample) noexcept;
 
+    /// Blocks of the MP3 pool that are free now, of 20. Any thread.
+    int freeMP3Blocks() const noexcept;
+
     /// Main thread. Delivers what the audio thread has reported so far. Called by the event loop.
     void deliverReports();
 

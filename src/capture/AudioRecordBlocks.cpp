@@ -2,9 +2,10 @@
 #include "capture/AudioRecord.h"
 
 #include "capture/SilenceWatch.h"
+#include "platform/HostTime.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 
 namespace {
 constexpr uint64_t kBlockNanoseconds = 11'609'977;

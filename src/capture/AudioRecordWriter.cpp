@@ -1,6 +1,8 @@
 // "Thread-MP3": takes blocks out of the pool, converts them to 16 bits and encodes them.
 #include "capture/AudioRecord.h"
 
+#include <algorithm>
+
 namespace {
 constexpr int kIdleSleepMilliseconds = 100;
 }
@@ -37,6 +39,12 @@ bool AudioRecord::takeQueuedBlock() {
 
 void AudioRecord::realseAudioFrame(audioDataMemery *block) noexcept {
     block->isEmpty.store(true, std::memory_order_release);
+}
+
+int AudioRecord::freeMP3Blocks() const noexcept {
+    return static_cast<int>(std::count_if(mp3AudioMemlist_.begin(), mp3AudioMemlist_.end(), [](const auto &block) {
+        return block.isEmpty.load(std::memory_order_relaxed);
+    }));
 }
 
 void AudioRecord::encodeTakenBlock() {

@@ -52,8 +52,12 @@ int writePlain(const QString &source, const QString &target, int64_t frames) {
     if (const int error = avcodec_parameters_copy(out->codecpar, from->streams[stream]->codecpar); error < 0)
         return error;
     out->codecpar->codec_tag = 0;
+    out->codecpar->frame_size = kPacketFrames;
     out->time_base = {1, out->codecpar->sample_rate};
-    if (const int error = avformat_write_header(to.get(), nullptr); error < 0)
+    AvDictionary options;
+    // The edit list counts in this scale; in the default one, milliseconds, it would not give the exact length.
+    av_dict_set_int(&options.dictionary, "movie_timescale", out->codecpar->sample_rate, 0);
+    if (const int error = avformat_write_header(to.get(), &options.dictionary); error < 0)
         return error;
     if (const int error = copyPackets(from.get(), stream, to.get(), frames); error < 0)
         return error;

@@ -1,4 +1,4 @@
-// Every test runs in a process of its own; this gives it a fresh home folder, removed at the end.
+// Every test runs in a process of its own; this gives it an event loop and a fresh home folder, removed at the end.
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -9,5 +9,6 @@ int main(int argc, char **argv) {
     qputenv("HOME", home.path().toUtf8());
     for (const char *variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
         qunsetenv(variable);
+    const QCoreApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }

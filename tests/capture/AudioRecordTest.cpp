@@ -1,0 +1,330 @@
+#include "capture/AudioRecord.h"
+
+#include "platform/Log.h"
+#include "support/DecodedAudio.h"
+#include "support/FakeInputUnit.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+constexpr DeviceID kDevice = 7;
+constexpr int kBitRate = 256'000;
+
+struct Heard final : AudioRecordDelegate {
+    QStringList finished;
+    std::vector<qint64> durations;
+    std::vector<float> silences;
+    struct Signal {
+        bool isNull;
+        qint64 inFile, overall;
+    };
+    std::vector<Signal> signalled;
+    QStringList failures;
+    std::function<void()> onSilence = [] {};
+
+    void notifyRecordedFinish(const QString &path) override { finished << path; }
+    void soundFileRecorderReachedDuration(qint64 ms) override { durations.push_back(ms); }
+    void recordingTimeForAudioIsNull(float seconds) override {
+        silences.push_back(seconds);
+        onSilence();
+    }
+    void nullAudioSignal(bool isNull, qint64 inFile, qint64 overall) override {
+        signalled.push_back({isNull, inFile, overall});
+    }
+    void recordingFileDidFail(const QString &path, const QString &) override { failures << path; }
+};
+
+class AudioRecordTest : public testing::Test {
+protected:
+    FakeInputUnits units;
+    AudioRecord engine{units.factory()};
+    BlockFeed device{engine};
+    Heard heard;
+    QStringList log;
+
+    void SetUp() override {
+        setLogSink([this](const QString &line) { log << line; });
+        engine.setDelegate(&heard);
+    }
+    void TearDown() override { setLogSink({}); }
+
+    static QString path(const QString &name) { return QDir::homePath() + '/' + name; }
+    bool open(const QString &name, ExportType type) {
+        const bool isOpen = engine.setRecordingFile(path(name), type, kBitRate, kDevice);
+        engine.startRecordAudio();
+        return isOpen;
+    }
+    /// Blocks as fast as the MP3 writer takes them; a device's own pace is slower.
+    void tone(int blocks) {
+        for (int i = 0; i < blocks; ++i) {
+            device.tone();
+            settle();
+        }
+    }
+    void silence(int blocks) {
+        for (int i = 0; i < blocks; ++i) {
+            device.silence();
+            settle();
+        }
+    }
+    void settle() {
+        engine.deliverReports();
+        EXPECT_TRUE(waitFor([this] { return engine.freeMP3Blocks() == 20; }));
+    }
+    static bool waitFor(const std::function<bool()> &condition, int milliseconds = 20'000) {
+        QElapsedTimer timer;
+        for (timer.start(); !condition(); QCoreApplication::processEvents())
+            if (timer.elapsed() > milliseconds)
+                return false;
+        return true;
+    }
+};
+
+std::array<float, kBlockFrames> quietAndLoud(int quiet, float quietValue = 0) {
+    std::array<float, kBlockFrames> block{};
+    for (int i = 0; i < static_cast<int>(kBlockFrames); ++i)
+        block[i] = i < quiet ? quietValue : 1.0f;
+    return block;
+}
+} // namespace
+
+TEST(SilentBlock, NeedsSevenTenthsOfItsSamplesStrictlyBelowTheThreshold) {
+    EXPECT_FALSE(AudioRecord::isNULLAudioData(nullptr));
+    EXPECT_FALSE(AudioRecord::isNULLAudioData(quietAndLoud(358).data()));
+    EXPECT_TRUE(AudioRecord::isNULLAudioData(quietAndLoud(359).data()));
+    EXPECT_TRUE(AudioRecord::isNULLAudioData(quietAndLoud(512, -0.00009f).data()));
+    // 0.0001f widened to double lies just below 0.0001; the next float above it does not.
+    EXPECT_TRUE(AudioRecord::isNULLAudioData(quietAndLoud(512, 0.0001f).data()));
+    EXPECT_FALSE(AudioRecord::isNULLAudioData(quietAndLoud(512, std::nextafter(0.0001f, 1.0f)).data()));
+}
+
+TEST(SixteenBits, AreCutTowardZeroAndLimited) {
+    for (const auto &[sample, value] : std::initializer_list<std::pair<float, int>>{
+             {1.0f, 32767}, {1.5f, 32767}, {-1.0f, -32768}, {-7.0f, -32768}, {0.5f, 16384}, {-0.99999f, -32767},
+             {0.00003f, 0}, {-0.00003f, 0}, {0, 0}})
+        EXPECT_EQ(AudioRecord::flt32toS16(sample), value) << sample;
+}
+
+TEST_F(AudioRecordTest, SplitsAtTheFirstSilentBlockPastTheInterval) {
+    struct Case {
+        qint64 interval;
+        int blocks;
+    };
+    for (const auto &[interval, blocks] : {Case{300, 26}, Case{1000, 87}, Case{0, 1}}) {
+        SCOPED_TRACE(interval);
+        heard.silences.clear();
+        engine.setAutoSplitTimeForMillisecond(interval);
+        ASSERT_TRUE(open("split.mp3", ExportType::MP3));
+        tone(3);
+        silence(blocks - 1);
+        EXPECT_TRUE(heard.silences.empty());
+        heard.signalled.clear();
+        silence(1);
+        ASSERT_EQ(heard.silences.size(), 1u);
+        EXPECT_FLOAT_EQ(heard.silences[0], static_cast<float>(blocks * kSecondsPerBlock));
+        ASSERT_EQ(heard.signalled.size(), 2u); // the split's own signal, at ten times the silence, and the block's
+        EXPECT_EQ(heard.signalled[0].inFile, static_cast<qint64>(heard.silences[0] * 10000.0f));
+        EXPECT_EQ(heard.signalled[0].overall, 0);
+        silence(blocks); // nobody cut: the silence counts from 0 again
+        EXPECT_EQ(heard.silences.size(), 2u);
+        engine.stopRecordAudioFile();
+    }
+}
+
+TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
+    for (const auto &[name, type] : {std::pair{"kept.m4a", ExportType::M4A}, std::pair{"kept.mp3", ExportType::MP3}}) {
+        SCOPED_TRACE(name);
+        heard.durations.clear();
+        ASSERT_TRUE(open(name, type));
+        silence(50);
+        EXPECT_EQ(heard.durations, std::vector<qint64>(50)); // at zero until there is sound
+        tone(100);
+        silence(20);
+        EXPECT_EQ(heard.durations.size(), 50u + 12u); // then every tenth block
+        EXPECT_EQ(heard.durations.back(), 1369);       // to the start of the 120th block, from the end of the first
+        engine.stopRecordAudioFile();
+        const DecodedAudio sound = decodeAudio(path(name));
+        EXPECT_EQ(sound.sampleRate, kSampleRate);
+        // An MP3 may miss the block that the writer had in its hands at the close.
+        EXPECT_LE(sound.frames(), 120u * kBlockFrames);
+        EXPECT_GE(sound.frames(), (type == ExportType::MP3 ? 119u : 120u) * kBlockFrames);
+        EXPECT_GT(std::abs(sound.left[300]), 0.0f);
+        EXPECT_EQ(heard.finished, QStringList{path(name)});
+        heard.finished.clear();
+    }
+}
+
+TEST_F(AudioRecordTest, SilenceOnTheLeftIsSilenceAndAFailedRenderIsNotWritten) {
+    ASSERT_TRUE(open("left.m4a", ExportType::M4A));
+    device.feed({}, quietAndLoud(0));
+    device.tone(/*status=*/-50);
+    engine.deliverReports();
+    ASSERT_EQ(heard.signalled.size(), 2u);
+    EXPECT_TRUE(heard.signalled[0].isNull);
+    EXPECT_FALSE(heard.signalled[1].isNull); // the failed block is looked at, and not kept
+    engine.stopRecordAudioFile();
+    EXPECT_EQ(decodeAudio(path("left.m4a")).frames(), 0u);
+    EXPECT_EQ(heard.finished.size(), 1); // an empty file ends like any other
+}
+
+TEST_F(AudioRecordTest, SkipsASliceOfAnotherSize) {
+    ASSERT_TRUE(open("slices.m4a", ExportType::M4A));
+    const auto block = quietAndLoud(0);
+    EXPECT_EQ(engine.AudioInputProc({1, 256, block.data(), block.data(), /*status=*/-1}), 0);
+    engine.deliverReports();
+    EXPECT_EQ(log, QStringList{"the number is not right!"});
+    EXPECT_TRUE(heard.signalled.empty());
+    tone(1);
+    engine.stopRecordAudioFile();
+    EXPECT_EQ(decodeAudio(path("slices.m4a")).frames(), kBlockFrames);
+}
+
+TEST_F(AudioRecordTest, RunsThroughItsLifeAsTheSessionDrivesIt) {
+    engine.configurePluginDiviceAuidoUnit();
+    EXPECT_EQ(units.starts, 1);
+    EXPECT_EQ(engine.recordStatus(), 0);
+    ASSERT_TRUE(open("first.m4a", ExportType::M4A)); // a new device id: configured anew, started again
+    EXPECT_EQ(units.initializedFor.back(), kDevice);
+    EXPECT_EQ(engine.recordStatus(), 1);
+    engine.stopRecordAudioFile();
+    const size_t configured = units.initializedFor.size();
+    EXPECT_TRUE(engine.setRecordingFile(path("second.mp3"), ExportType::MP3, kBitRate, kDevice));
+    EXPECT_FALSE(engine.startRecordAudio()); // it runs already
+    EXPECT_TRUE(engine.isRecording());
+    EXPECT_EQ(units.initializedFor.size(), configured);
+
+    units.nextStop = -1;
+    EXPECT_FALSE(engine.stopRecordAudio());
+    EXPECT_TRUE(engine.isRecording());
+    units.nextStop = 0;
+    EXPECT_TRUE(engine.stopRecordAudio());
+    EXPECT_FALSE(engine.isRecording());
+    units.nextStart = -1;
+    EXPECT_FALSE(engine.startRecordAudio());
+    EXPECT_EQ(engine.recordStatus(), 0);
+    units.initializes = false;
+    EXPECT_FALSE(engine.configureAudioUnit(9));
+    EXPECT_FALSE(engine.startRecordAudio());
+}
+
+TEST_F(AudioRecordTest, AnswersForFilesThatCannotBeMade) {
+    EXPECT_FALSE(open("no folder/x.m4a", ExportType::M4A));
+    EXPECT_FALSE(engine.isRecording());
+    ASSERT_TRUE(waitFor([&] { return heard.failures.size() == 1; }));
+    EXPECT_TRUE(open("no folder/x.mp3", ExportType::MP3));
+    EXPECT_FALSE(engine.isRecording());
+    ASSERT_TRUE(waitFor([&] { return heard.failures.size() == 2; }));
+    EXPECT_TRUE(open("x.wav", static_cast<ExportType>(5)));
+    EXPECT_FALSE(engine.isRecording());
+    engine.stopRecordAudioFile();
+    EXPECT_TRUE(heard.finished.isEmpty());
+}
+
+TEST_F(AudioRecordTest, LosesTheTwentyFirstBlockBehindAStalledWriterAndSaysSo) {
+    // A pipe that nobody reads stalls the writer as a dead disk would.
+    const QByteArray pipe = path("stalled.mp3").toUtf8();
+    ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);
+    const int reader = ::open(pipe.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_TRUE(open("stalled.mp3", ExportType::MP3));
+    ASSERT_EQ(fcntl(reader, F_SETPIPE_SZ, 4096), 4096);
+    // The pipe fills after a fraction of a second; from then on the writer hangs with one block in its hands.
+    do {
+        device.tone();
+        engine.deliverReports();
+    } while (waitFor([&] { return engine.freeMP3Blocks() == 20; }, /*milliseconds=*/2000));
+    for (int i = 0; i < 19; ++i)
+        device.tone();
+    EXPECT_EQ(engine.freeMP3Blocks(), 0);
+    device.tone(); // the 21st that the writer did not take
+    heard.durations.clear();
+    for (int i = 0; i < 10; ++i)
+        device.tone();
+    engine.deliverReports();
+    EXPECT_GE(heard.durations.size(), 1u); // the lost blocks count as recorded
+    QByteArray drained(1 << 16, 0);
+    std::thread drain([&] {
+        fcntl(reader, F_SETFL, 0);
+        while (read(reader, drained.data(), static_cast<size_t>(drained.size())) > 0) {
+        }
+    });
+    engine.stopRecordAudioFile();
+    drain.join();
+    close(reader);
+    ASSERT_FALSE(log.isEmpty());
+    EXPECT_TRUE(log.last().startsWith("11 blocks of sound (0.13 s) were lost from"));
+}
+
+TEST_F(AudioRecordTest, CutsWithoutAGapHoweverLateTheMainThreadIs) {
+    engine.setAutoSplitTimeForMillisecond(300);
+    heard.onSilence = [&] {
+        const AudioRecord::BlockHold hold(engine);
+        engine.stopRecordAudioFile();
+        engine.setRecordingFile(path("next.m4a"), ExportType::M4A, kBitRate, kDevice);
+    };
+    ASSERT_TRUE(open("one.m4a", ExportType::M4A));
+    // A burst with the end of a song, a gap that is barely long enough, and the start of the next song in it.
+    for (int i = 0; i < 100; ++i)
+        device.tone();
+    for (int i = 0; i < 27; ++i)
+        device.silence();
+    for (int i = 0; i < 60; ++i)
+        device.tone();
+    engine.deliverReports();
+    EXPECT_EQ(heard.silences.size(), 1u);
+    tone(100); // the held blocks go on at twice the pace
+    engine.stopRecordAudioFile();
+    EXPECT_EQ(decodeAudio(path("one.m4a")).frames(), 126u * kBlockFrames);
+    EXPECT_EQ(decodeAudio(path("next.m4a")).frames(), 160u * kBlockFrames);
+}
+
+TEST_F(AudioRecordTest, GoesOnByItselfWhenTheMainThreadNeverAnswers) {
+    engine.setAutoSplitTimeForMillisecond(300);
+    ASSERT_TRUE(open("alone.m4a", ExportType::M4A));
+    device.tone();
+    for (int i = 0; i < 600; ++i)
+        device.silence();
+    engine.stopRecordAudioFile();
+    EXPECT_GT(decodeAudio(path("alone.m4a")).frames(), 80u * kBlockFrames);
+}
+
+TEST_F(AudioRecordTest, AGrowingM4aSurvivesTheDeathOfTheProgram) {
+    ASSERT_TRUE(open("growing.m4a", ExportType::M4A));
+    tone(400); // 4.6 s
+    const QString growing = path("growing.m4a");
+    // What stands on the disk now is what a killed process would leave.
+    ASSERT_TRUE(waitFor([&] { return QFileInfo(growing).size() > 30'000; }));
+    const QString left = path("left behind.m4a");
+    ASSERT_TRUE(waitFor([&] {
+        QFile::remove(left);
+        return QFile::copy(growing, left) && decodeAudio(left).frames() >= 3u * kSampleRate;
+    }));
+    engine.stopRecordAudioFile();
+    EXPECT_EQ(decodeAudio(growing).frames(), 400u * kBlockFrames);
+    EXPECT_FALSE(QFile::exists(growing + ".part"));
+    QFile file(growing);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(file.readAll().contains("moof"));
+}
+
+TEST_F(AudioRecordTest, AFullDiskStopsTheFileAndIsToldOnce) {
+    // /dev/full takes nothing, as a full disk.
+    ASSERT_TRUE(QFile::link("/dev/full", path("full.mp3")));
+    ASSERT_TRUE(open("full.mp3", ExportType::MP3));
+    for (int i = 0; i < 300; ++i) {
+        tone(1);
+        QCoreApplication::processEvents();
+    }
+    ASSERT_TRUE(waitFor([&] { return !heard.failures.isEmpty(); }));
+    engine.stopRecordAudioFile();
+    EXPECT_EQ(heard.failures, QStringList{path("full.mp3")});
+    EXPECT_EQ(heard.finished, QStringList{path("full.mp3")});
+}
