@@ -2,7 +2,7 @@
 
 #include "platform/HostTime.h"
 #include "platform/Log.h"
-#include "platform/MainThreadWake.h"
+#include "platform/MainThread.h"
 #include "platform/PulseConnection.h"
 #include "platform/Reblocker.h"
 
@@ -60,7 +60,7 @@ private:
     // From the audio thread to the main thread; each is taken and cleared there. No order between them matters.
     std::atomic<bool> lost_ = false;
     std::atomic<uint64_t> gapNanos_ = 0;
-    MainThreadWake wake_;
+    MainThreadWakeup wake_;
 
     PulseConnection connection_;
     std::unique_ptr<PulseConnection::Timer> retry_;
@@ -217,7 +217,7 @@ void PulseInputUnit::interrupted() {
         isInterrupted_ = true;
         interruptedAt_ = reblocker_.isStarted() ? reblocker_.nextTime() : AudioGetCurrentHostTime();
         lost_.store(true, std::memory_order_relaxed);
-        wake_.wake();
+        wake_.signal();
     }
     retry_->fireIn(kSoundRetry);
     connection_.wakeWaiting();
@@ -258,7 +258,7 @@ bool PulseInputUnit::beginFragment() noexcept {
         isInterrupted_ = false;
         reblocker_.reset();
         gapNanos_.store(hostTime > interruptedAt_ ? hostTime - interruptedAt_ : 0, std::memory_order_relaxed);
-        wake_.wake();
+        wake_.signal();
     }
     reblocker_.beginChunk(hostTime);
     return true;

@@ -163,11 +163,11 @@ void SoundServer::Link::connectionReady() {
                                             PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SOURCE_OUTPUT);
     if (pa_operation *subscription = pa_context_subscribe(context, mask, nullptr, nullptr))
         pa_operation_unref(subscription);
-    devicesWake_.wake();
+    devicesWake_.signal();
     askToFollow();
 }
 
-void SoundServer::Link::connectionLost() { devicesWake_.wake(); }
+void SoundServer::Link::connectionLost() { devicesWake_.signal(); }
 
 void SoundServer::Link::changed(pa_subscription_event_type_t event) {
     const int facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
@@ -176,7 +176,7 @@ void SoundServer::Link::changed(pa_subscription_event_type_t event) {
     if (isChange && (facility == PA_SUBSCRIPTION_EVENT_SINK || facility == PA_SUBSCRIPTION_EVENT_SOURCE))
         return;
     if (facility == PA_SUBSCRIPTION_EVENT_SOURCE)
-        devicesWake_.wake();
+        devicesWake_.signal();
     ++changes_;
     connection_.wakeWaiting();
     askToFollow();

@@ -3,7 +3,7 @@
 // Threads: questions and doings from any thread but the connection's own.
 #pragma once
 
-#include "platform/MainThreadWake.h"
+#include "platform/MainThread.h"
 #include "platform/PulseConnection.h"
 #include "platform/SoundServer.h"
 
@@ -67,7 +67,7 @@ private:
     bool isEnding_ = false;
 
     uint64_t changes_ = 0; // events so far, under the connection's lock
-    MainThreadWake devicesWake_;
+    MainThreadWakeup devicesWake_;
     PulseConnection connection_;
     std::thread follower_;
 };

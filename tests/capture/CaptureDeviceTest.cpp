@@ -194,8 +194,6 @@ protected:
         return static_cast<int>(server_.control({"list", "short", "sources"}).count("system_audio_recorder"));
     }
 
-    int argc_ = 0;
-    QCoreApplication application_{argc_, nullptr};
     QTemporaryDir folder_;
     PrivateSoundServer server_{GetParam(), folder_.filePath("server")};
     std::mutex logLock_;
