@@ -18,13 +18,14 @@ constexpr uint32_t kFrameBytes = 2 * sizeof(float);
 
 // After a stall the server hands over all it kept, up to 12 s. It is passed on no faster than this, about 12 times the
 // speed of the sound, so that the pools and rings behind the client keep up.
-constexpr int kBlocksPerWake = 16;
-constexpr std::chrono::milliseconds kCatchUpPause{15};
+constexpr int kBlocksPerWindow = 16;
+constexpr std::chrono::milliseconds kWindow{15};
+constexpr uint64_t kWindowNanos = std::chrono::nanoseconds(kWindow).count();
 
 class PulseInputUnit final : public InputUnit, PulseConnectionClient {
 public:
     explicit PulseInputUnit(InputUnitClient &client);
-    ~PulseInputUnit();
+    ~PulseInputUnit() override;
 
     bool initialize(DeviceID device) override;
     Status start() override;
@@ -55,6 +56,8 @@ private:
     const float *fragment_ = nullptr; // what is being cut; null is a hole
     size_t fragmentFrames_ = 0;       // 0 when nothing is being cut
     size_t fragmentDone_ = 0;
+    uint64_t windowStart_ = 0; // host time since which windowBlocks_ were handed out
+    int windowBlocks_ = 0;
     Reblocker reblocker_;
 
     // From the audio thread to the main thread; each is taken and cleared there. No order between them matters.
@@ -225,16 +228,20 @@ void PulseInputUnit::interrupted() {
 
 // Audio thread, no allocation.
 void PulseInputUnit::drain() noexcept {
-    int blocks = 0;
+    // Counted over time, not per call: what was kept comes as a row of single fragments.
+    if (const uint64_t now = AudioGetCurrentHostTime(); now - windowStart_ >= kWindowNanos) {
+        windowStart_ = now;
+        windowBlocks_ = 0;
+    }
     while (fragmentFrames_ > 0 || beginFragment()) {
         while (fragmentDone_ < fragmentFrames_) {
-            if (blocks == kBlocksPerWake)
-                return catchUp_->fireIn(kCatchUpPause);
+            if (windowBlocks_ == kBlocksPerWindow)
+                return catchUp_->fireIn(kWindow);
             const float *rest = fragment_ ? fragment_ + 2 * fragmentDone_ : nullptr;
             fragmentDone_ += reblocker_.take(rest, fragmentFrames_ - fragmentDone_);
             if (reblocker_.isFull()) {
                 client_.AudioInputProc(reblocker_.slice());
-                ++blocks;
+                ++windowBlocks_;
             }
         }
         fragmentFrames_ = 0;

@@ -1,6 +1,7 @@
 // The capture device and the input unit on real sound servers, each with a microphone as the default input: whatever
 // happens, not one sample of it may come out.
 #include "capture/CaptureDevice.h"
+#include "platform/HostTime.h"
 #include "platform/Log.h"
 #include "platform/PulseInputUnit.h"
 #include "platform/SoundServer.h"
@@ -55,6 +56,10 @@ public:
             jumps_ += std::abs(apart - kSecondsPerBlock * 1e9) > 117'000 ? 1 : 0;
         }
         lastTime_ = slice.hostTime;
+        const uint64_t now = AudioGetCurrentHostTime();
+        burst_ = now - lastArrival_ < 5'000'000 ? burst_ + 1 : 1;
+        lastArrival_ = now;
+        longestBurst_ = std::max(longestBurst_, burst_);
         blocks_ += 1;
         for (uint32_t i = 0; i < slice.frames && heard_.size() + 2 <= heard_.capacity(); ++i) {
             heard_.push_back(slice.left[i]);
@@ -64,6 +69,10 @@ public:
     }
 
     int blocks() { return locked(blocks_); }
+    /// The most blocks that came at once.
+    int longestBurst() { return locked(longestBurst_); }
+    /// Keeps the audio thread in its callback while the result lives.
+    std::unique_lock<std::mutex> stall() { return std::unique_lock(lock_); }
     int jumps() { return locked(jumps_); }
     bool areSlicesWhole() { return locked(areSlicesWhole_); }
 
@@ -89,6 +98,9 @@ private:
     std::mutex lock_;
     std::vector<float> heard_;
     uint64_t lastTime_ = 0;
+    uint64_t lastArrival_ = 0;
+    int burst_ = 0;
+    int longestBurst_ = 0;
     int blocks_ = 0;
     int jumps_ = 0;
     bool areSlicesWhole_ = true;
@@ -174,7 +186,7 @@ protected:
     }
 
     /// Plays the noise of `seed` into `sink` and waits until all of it must have been heard.
-    void play(unsigned seed, const QString &sink = PrivateSoundServer::kSink) {
+    void play(unsigned seed, const QString &sink = PrivateSoundServer::kSink, bool isEarStalled = false) {
         const Samples samples = noise(seed);
         const auto bytes = static_cast<uint32_t>(samples.size() * sizeof(int16_t));
         QByteArray header("RIFF....WAVEfmt \x10\0\0\0\1\0\2\0....\x10\xB1\2\0\4\0\x10\0data....", 44);
@@ -185,7 +197,10 @@ protected:
         ASSERT_TRUE(wav.open(QIODevice::WriteOnly) && wav.write(header) == 44 &&
                     wav.write(reinterpret_cast<const char *>(samples.data()), bytes) == bytes);
         wav.close();
-        ASSERT_TRUE(server_.play(wav.fileName(), sink));
+        {
+            const auto stalled = isEarStalled ? ear_.stall() : std::unique_lock<std::mutex>();
+            ASSERT_TRUE(server_.play(wav.fileName(), sink));
+        }
         played_.insert(played_.end(), samples.begin(), samples.end());
         EXPECT_TRUE(waitUntil([this] { return audible(ear_.heard()).size() >= played_.size(); }));
     }
@@ -248,8 +263,9 @@ TEST_P(CaptureDevice, FollowsTheDefaultOutputWithoutAGap) {
     EXPECT_EQ(ear_.heard(), played_);
     ASSERT_TRUE(server_.setDefaultSink("second"));
     ASSERT_TRUE(waitUntilPointed());
-    play(2, "second");
+    play(2, "second", /*isEarStalled=*/true);
     EXPECT_EQ(audible(ear_.heard()), played_);
+    EXPECT_LE(ear_.longestBurst(), 32); // the end of one window and the beginning of the next
     EXPECT_EQ(ear_.jumps(), 0);
     EXPECT_TRUE(ear_.areSlicesWhole());
     EXPECT_EQ(audioAllocations, 0);

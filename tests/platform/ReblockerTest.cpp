@@ -64,7 +64,7 @@ TEST(Reblocker, StampsRiseEvenlyWhateverTheArrivals) {
     const size_t chunk = 4410;
     for (uint64_t i = 0; i < 200; ++i) {
         const uint64_t late = i < 100 ? (i * 7 % 5) * 10'000'000 : i < 130 ? (130 - i) * 100'000'000 : 0;
-        feed(reblocker, nullptr, chunk, kStart + i * 100'000'000 + late, output);
+        feed(reblocker, /*samples=*/nullptr, chunk, kStart + i * 100'000'000 + late, output);
     }
     for (size_t i = 1; i < output.times.size(); ++i)
         ASSERT_NEAR(static_cast<double>(output.times[i] - output.times[i - 1]), kSecondsPerBlock * 1e9, 117'000);

@@ -1,5 +1,6 @@
 #include "support/PrivateSoundServer.h"
 
+#include <QByteArrayList>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -17,10 +18,11 @@ constexpr qint64 kStartMilliseconds = 10'000;
 
 /// Starts `command`, which ends with this thread at the latest. Its output goes to `descriptor`.
 pid_t spawn(const QStringList &command, int descriptor) {
-    std::vector<QByteArray> words;
+    QByteArrayList words;
     for (const QString &word : command)
-        words.push_back(word.toLocal8Bit());
+        words.append(word.toLocal8Bit());
     std::vector<char *> pointers;
+    pointers.reserve(static_cast<size_t>(words.size()) + 1);
     for (QByteArray &word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
