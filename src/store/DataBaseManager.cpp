@@ -1,0 +1,118 @@
+#include "store/DataBaseManager.h"
+
+#include "platform/Folders.h"
+#include "platform/Log.h"
+#include "store/LibraryFile.h"
+#include "store/Statement.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+
+constexpr const char *kCreateSongTable =
+    "CREATE TABLE Song(SongID int PRIMARY KEY,Title varchar,Artist varchar,Album varchar,Genre varchar,SongLength "
+    "double,SongSize double,IsImported BOOL,Year varchar,AddDate vachar NOT NULL,FilePath varchar NOT NULL,BiteRate "
+    "int,SampleRate int,EncodeKind varchar,CoverImages varchar,CoverImageIndex int,IsHasLocalCover BOOL,IsAds "
+    "BOOL,GetID3Status int)";
+
+constexpr const char *kSelectAllColumns =
+    "SELECT SongID, Title, Artist, Album, Genre, SongLength, SongSize, IsImported, Year "
+    ",AddDate,FilePath,BiteRate, SampleRate,EncodeKind,CoverImages,CoverImageIndex,IsHasLocalCover,IsAds, "
+    "GetID3Status FROM Song";
+
+} // namespace
+
+DataBaseManager &DataBaseManager::defaultManager() {
+    static DataBaseManager manager;
+    return manager;
+}
+
+DataBaseManager::~DataBaseManager() { sqlite3_close(dataBase_); }
+
+bool DataBaseManager::loadDataBase(const QString &path) {
+    strDefaultImagesDir_ = coverImageFolder();
+    const QString library = path.isNull() ? defaultLibraryPath() : path;
+    if (!QFileInfo::exists(library)) {
+        lastSongID_ = 0;
+        lastRingtoneID_ = 0;
+        return createDataBase(library);
+    }
+    if (openConnection(library)) {
+        LastSongID();
+        return true;
+    }
+    logLine("SQLite open failed.");
+    return checkDB();
+}
+
+bool DataBaseManager::createDataBase(const QString &path) {
+    if (!openConnection(path)) {
+        logLine("Create DB failed!");
+        return false;
+    }
+    return sqlite3_exec(dataBase_, kCreateSongTable, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+bool DataBaseManager::checkDB() {
+    const int code = dataBase_ ? sqlite3_exec(dataBase_, kSelectAllColumns, nullptr, nullptr, nullptr) : SQLITE_MISUSE;
+    if (code != SQLITE_OK)
+        logLine("Table Song Damage.");
+    return code == SQLITE_OK;
+}
+
+bool DataBaseManager::closeDataBase() {
+    if (const int code = sqlite3_close(dataBase_); code != SQLITE_OK) {
+        logLine(QStringLiteral("SQLite close failed: %1.").arg(code));
+        return false;
+    }
+    // A worker's last result may still come in after the main window closed; it opens the library again.
+    dataBase_ = nullptr;
+    return true;
+}
+
+void DataBaseManager::LastSongID() {
+    lastSongID_ = highestNumber("SELECT MAX(SongID) FROM Song", "LastSongID: sqlite3_prepare failed.");
+}
+
+void DataBaseManager::lastRingtoneID() {
+    lastRingtoneID_ = highestNumber("SELECT MAX(RingtoneID) FROM Ringtone", "lastRingtoneID: sqlite3_prepare failed.");
+}
+
+int32_t DataBaseManager::getMaxSongID() {
+    openedDataBase();
+    return lastSongID_;
+}
+
+bool DataBaseManager::openConnection(const QString &path) {
+    sqlite3_close(dataBase_);
+    dataBase_ = nullptr;
+    sqlite3 *connection = nullptr;
+    if (sqlite3_open(QFile::encodeName(path).constData(), &connection) != SQLITE_OK) {
+        sqlite3_close(connection);
+        return false;
+    }
+    dataBase_ = connection;
+    sqlite3_busy_timeout(dataBase_, kLibraryBusyMilliseconds);
+    // Write-ahead logging keeps the file whole through a power cut. Where it can't be had (a read-only or locked file)
+    // the library works as before, so the result is of no interest; a file that is no library shows in the next step.
+    sqlite3_exec(dataBase_, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+    return true;
+}
+
+// Null if no library could be opened; every statement then fails at its preparation.
+sqlite3 *DataBaseManager::openedDataBase() {
+    if (!dataBase_)
+        loadDataBase();
+    return dataBase_;
+}
+
+int DataBaseManager::highestNumber(const char *sql, const char *failure) {
+    Statement statement(dataBase_, sql);
+    if (!statement) {
+        logLine(failure);
+        return 0;
+    }
+    statement.step(); // without a row the column reads as 0
+    return statement.integer(0);
+}

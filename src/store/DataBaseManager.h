@@ -1,0 +1,86 @@
+// The one owner of the library file and of the folder of cover images.
+//
+// An SQLite file with the table Song; each statement commits by itself. Every operation opens the default library
+// first if none is open. A failure is told by the result and by a line in the log, never to the user. A library that
+// another program has locked is waited for briefly and then counts as a failure.
+//
+// Threads: the main thread.
+#pragma once
+
+#include "store/RingtoneItem.h"
+#include "store/SongItem.h"
+
+#include <QList>
+#include <memory>
+#include <optional>
+
+struct sqlite3;
+class Statement;
+
+class DataBaseManager {
+public:
+    static DataBaseManager &defaultManager();
+    DataBaseManager(const DataBaseManager &) = delete;
+    DataBaseManager &operator=(const DataBaseManager &) = delete;
+
+    /// Opens the library at `path`, or the default one for a null path, and makes it where no file exists. A file that
+    /// opens is not examined, so this is true for a file that is no library too: see libraryStateOf().
+    bool loadDataBase(const QString &path = {});
+
+    /// Opens `path` and makes the table Song; false if either fails, as it does where the table exists.
+    bool createDataBase(const QString &path);
+
+    /// Whether the table Song has all its columns.
+    bool checkDB();
+
+    /// Closes the library; also true when none is open.
+    bool closeDataBase();
+
+    /// Reads the highest song number into lastSongID_; 0 for an empty table and on failure.
+    void LastSongID();
+    /// The same for ringtones.
+    void lastRingtoneID();
+    /// The highest song number given out.
+    int32_t getMaxSongID();
+
+    /// Moves the covers into the cover folder, renames them in `song` and adds a row. The new number or -1; `song`'s
+    /// own songID is neither used nor changed.
+    int32_t insertSongItem(SongItem &song);
+
+    /// Every track in the file's order, or nothing if the library can't be read. Covers whose file is gone are left
+    /// out. The rows before a damaged place are given.
+    std::optional<QList<std::shared_ptr<SongItem>>> getAllSongItems();
+
+    /// Copies the covers into the cover folder, renames them in `song` and changes its row. Length, import flag, date,
+    /// rates and format stay as they were inserted. True also when there is no such row.
+    bool updateSongItem(SongItem &song);
+
+    /// Whether a track has this path. Never for a path that holds a double quote.
+    bool isTheFileInDataBase(const QString &path);
+
+    /// Deletes the row and the cover files; the audio file stays.
+    bool deleteSongItem(const SongItem &song);
+
+    // No library made by this program has a table Ringtone, so on those all of these fail.
+
+    /// The new number; 0 without the table; -1 if the row was refused.
+    int32_t insertRingtoneItem(const RingtoneItem &ringtone);
+    std::optional<QList<std::shared_ptr<RingtoneItem>>> getAllRingtoneItems();
+    /// Changes title, artist and album.
+    bool updateRingtoneItem(const RingtoneItem &ringtone);
+    bool deleteRingtoneItem(const RingtoneItem &ringtone);
+
+private:
+    DataBaseManager() = default;
+    ~DataBaseManager();
+
+    bool openConnection(const QString &path);
+    sqlite3 *openedDataBase();
+    int highestNumber(const char *sql, const char *failure);
+    QString coverTarget(const SongItem &song, int32_t number, qsizetype index) const;
+
+    sqlite3 *dataBase_ = nullptr; // null until a library was opened
+    int32_t lastSongID_ = 0;
+    int32_t lastRingtoneID_ = 0; // starts at 0 in each run
+    QString strDefaultImagesDir_;
+};

@@ -1,0 +1,244 @@
+// Rows of the table Song, and the covers that belong to them.
+#include "platform/Log.h"
+#include "store/DataBaseManager.h"
+#include "store/DateText.h"
+#include "store/Statement.h"
+#include "store/TimeAndSizeText.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+
+// The cover slot of the file's own or the user's picture; fetched covers take their index.
+constexpr int kLocalCoverSlot = 3;
+
+constexpr const char *kInsertSong =
+    "INSERT INTO Song (SongID, Title, Artist, Album, Genre,   SongLength, SongSize, IsImported, Year ,AddDate,    "
+    "FilePath,BiteRate, SampleRate\t,EncodeKind,CoverImages,   CoverImageIndex,IsHasLocalCover,IsAds,GetID3Status) "
+    "VALUES(?,?,?,?,?, ?,?,?,?,?, ?,?,?,?,?, ?,?,?,?)";
+
+constexpr const char *kUpdateSong =
+    "UPDATE Song SET Title = ?, Artist = ?, Album = ?,Genre = ?,Year = ?, CoverImages = ?,FilePath = "
+    "?,CoverImageIndex = ?,IsHasLocalCover = ?,\tIsAds = ?,GetID3Status = ? ,SongSize = ? WHERE SongID = ?";
+
+void logRemoval(const QString &path, bool isSuccessed) {
+    logLine(QStringLiteral("removeItemAtPath %1 isSuccessed %2").arg(path, QString::number(isSuccessed)));
+}
+
+QString fileName(const QString &path) { return path.mid(path.lastIndexOf('/') + 1); }
+
+QStringList existingCovers(QByteArrayView names, const QString &folder) {
+    QStringList covers;
+    if (names.isEmpty())
+        return covers;
+    for (const QString &name : QString::fromUtf8(names).split(',', Qt::SkipEmptyParts))
+        if (const QString cover = folder + '/' + name; QFileInfo::exists(cover))
+            covers << cover;
+    return covers;
+}
+
+// Columns whose texts repeat from row to row share one string with the row before: it saves the memory and the
+// conversion.
+class RepeatedText {
+public:
+    const QString &of(QByteArrayView utf8) {
+        if (text_.isNull() || utf8 != utf8_) {
+            utf8_ = utf8.toByteArray();
+            text_ = QString::fromUtf8(utf8);
+        }
+        return text_;
+    }
+
+private:
+    QByteArray utf8_;
+    QString text_;
+};
+
+} // namespace
+
+QString DataBaseManager::coverTarget(const SongItem &song, int32_t number, qsizetype index) const {
+    const bool isLocal = song.isHasLocalCover() && index == song.coverImages().size() - 1;
+    return QStringLiteral("%1/%2_%3.png")
+        .arg(strDefaultImagesDir_, QString::number(number), QString::number(isLocal ? kLocalCoverSlot : index));
+}
+
+int32_t DataBaseManager::insertSongItem(SongItem &song) {
+    openedDataBase();
+    const int32_t number = ++lastSongID_;
+
+    QStringList covers = song.coverImages();
+    QStringList names;
+    for (qsizetype i = 0; i < covers.size(); ++i) {
+        const QString source = covers.at(i);
+        const QString target = coverTarget(song, number, i);
+        if (!QFileInfo::exists(source)) {
+            names << QStringLiteral("(null)"); // no such file exists, so loading drops it
+            continue;
+        }
+        // A cover that a refused insert has already moved stays where it is.
+        if (source != target) {
+            if (QFileInfo::exists(target))
+                logRemoval(target, QFile::remove(target));
+            QFile file(source);
+            if (!file.rename(target)) {
+                logLine(QStringLiteral("文件移动失败 %1  %2").arg(file.errorString(), source));
+                song.setCoverImages(covers);
+                --lastSongID_;
+                return -1;
+            }
+            covers[i] = target;
+        }
+        names << fileName(target);
+    }
+    song.setCoverImages(covers);
+    if (!names.isEmpty())
+        logLine("mstrCoverImages " + names.join(','));
+
+    Statement statement(dataBase_, kInsertSong);
+    if (!statement) {
+        logLine("insertSongItem: sqlite3_prepare failed");
+        return -1;
+    }
+    statement.bindInt(number)
+        .bindText(covertStringTochar(song.title()))
+        .bindText(covertStringTochar(song.artist()))
+        .bindText(covertStringTochar(song.album()))
+        .bindText(covertStringTochar(song.genre()))
+        .bindInt(static_cast<int32_t>(song.length()))
+        .bindInt(static_cast<int32_t>(song.size()))
+        .bindInt(song.isImported())
+        .bindText(covertStringTochar(song.year()))
+        .bindText(dateText(song.addedDate()))
+        .bindText(covertStringTochar(song.songPath()))
+        .bindInt(song.biteRate())
+        .bindInt(song.sampleRate())
+        .bindText(covertStringTochar(song.encodeKind()))
+        .bindText(covertStringTochar(names.join(',')))
+        .bindInt(song.coverImageIndex())
+        .bindInt(song.isHasLocalCover())
+        .bindInt(song.isAds())
+        .bindInt(song.getID3Status());
+    if (const int code = statement.step(); code != SQLITE_DONE) {
+        logLine(QStringLiteral("insertSongItem: sqlite3_step failed: %1").arg(code));
+        --lastSongID_;
+        return -1;
+    }
+    return number;
+}
+
+std::optional<QList<std::shared_ptr<SongItem>>> DataBaseManager::getAllSongItems() {
+    Statement row(openedDataBase(), "SELECT * FROM Song");
+    if (!row) {
+        logLine("getDownloadTask: sqlite3_prepare failed.");
+        return std::nullopt;
+    }
+
+    QList<std::shared_ptr<SongItem>> songs;
+    RepeatedText artist;
+    RepeatedText album;
+    RepeatedText genre;
+    RepeatedText year;
+    RepeatedText encodeKind;
+    int code = row.step();
+    for (; code == SQLITE_ROW; code = row.step()) {
+        auto song = std::make_shared<SongItem>();
+        song->setSongID(row.integer(0));
+        song->setTitle(row.text(1));
+        song->setArtist(artist.of(row.bytes(2)));
+        song->setAlbum(album.of(row.bytes(3)));
+        song->setGenre(genre.of(row.bytes(4)));
+        song->setLength(row.integer(5));
+        song->setSize(row.cutDouble(6));
+        song->setIsImported(row.integer(7) != 0);
+        song->setYear(year.of(row.bytes(8)));
+        song->setAddedDate(dateFromText(row.bytes(9)));
+        song->setSongPath(row.text(10));
+        song->setBiteRate(row.integer(11));
+        song->setSampleRate(row.integer(12));
+        song->setEncodeKind(encodeKind.of(row.bytes(13)));
+        song->setCoverImages(existingCovers(row.bytes(14), strDefaultImagesDir_));
+        const int32_t index = row.integer(15);
+        song->setCoverImageIndex(index < song->coverImages().size() ? index : -1);
+        song->setIsHasLocalCover(row.integer(16) != 0);
+        song->setIsAds(row.integer(17) != 0);
+        song->setGetID3Status(row.integer(18));
+        songs << std::move(song);
+    }
+    if (code != SQLITE_DONE) {
+        logLine(QStringLiteral("getAllSongItems: sqlite3_step failed: %1").arg(code));
+        if (songs.isEmpty())
+            return std::nullopt; // a library that is locked is not an empty one
+    }
+    return songs;
+}
+
+bool DataBaseManager::updateSongItem(SongItem &song) {
+    openedDataBase();
+    if (song.songID() < 0) {
+        logLine(QStringLiteral("songItem songID is invalid: %1 == NULL").arg(song.songID()));
+        return false;
+    }
+
+    QStringList covers = song.coverImages();
+    QStringList names;
+    for (qsizetype i = 0; i < covers.size(); ++i) {
+        const QString target = coverTarget(song, song.songID(), i);
+        names << fileName(target);
+        const bool isTargetTaken = QFileInfo::exists(target);
+        if (isTargetTaken && covers.at(i) == target)
+            continue;
+        if (isTargetTaken)
+            logRemoval(target, QFile::remove(target));
+        logRemoval(target, QFile::copy(covers.at(i), target)); // the copy has always been logged in these words
+        covers[i] = target;
+    }
+    song.setCoverImages(covers);
+
+    Statement statement(dataBase_, kUpdateSong);
+    if (!statement) {
+        logLine("updateSongItem: sqlite3_prepare failed");
+        return false;
+    }
+    statement.bindText(covertStringTochar(song.title()))
+        .bindText(covertStringTochar(song.artist()))
+        .bindText(covertStringTochar(song.album()))
+        .bindText(covertStringTochar(song.genre()))
+        .bindText(covertStringTochar(song.year()))
+        .bindText(covertStringTochar(names.join(',')))
+        .bindText(covertStringTochar(song.songPath()))
+        .bindInt(song.coverImageIndex())
+        .bindInt(song.isHasLocalCover())
+        .bindInt(song.isAds())
+        .bindInt(song.getID3Status())
+        .bindInt(static_cast<int32_t>(song.size()))
+        .bindInt(song.songID());
+    if (const int code = statement.step(); code != SQLITE_DONE) {
+        logLine(QStringLiteral("updateSongItem: sqlite3_step failed: %1").arg(code));
+        return false;
+    }
+    return true;
+}
+
+bool DataBaseManager::isTheFileInDataBase(const QString &path) {
+    // A path with a double quote was never found, and callers live with that.
+    if (path.isNull() || path.contains('"'))
+        return false;
+    Statement statement(openedDataBase(), "SELECT 1 FROM Song Where FilePath = ? LIMIT 1");
+    return statement && statement.bindText(covertStringTochar(path)).step() == SQLITE_ROW;
+}
+
+bool DataBaseManager::deleteSongItem(const SongItem &song) {
+    Statement statement(openedDataBase(), "DELETE FROM Song WHERE SongID = ?");
+    if (!statement) {
+        logLine("deleteSongItem: sqlite3_prepare failed");
+        return false;
+    }
+    if (const int code = statement.bindInt(song.songID()).step(); code != SQLITE_DONE) {
+        logLine(QStringLiteral("deleteSongItem: sqlite3_step failed: %1").arg(code));
+        return false;
+    }
+    for (const QString &cover : song.coverImages())
+        QFile::remove(cover); // one that stays behind is overwritten when its number is given out again
+    return true;
+}

@@ -1,0 +1,269 @@
+#include "store/DataBaseManager.h"
+
+#include "platform/Folders.h"
+#include "platform/Log.h"
+#include "store/LibraryFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+namespace {
+
+constexpr const char *kSongTable =
+    "CREATE TABLE Song(SongID int PRIMARY KEY,Title varchar,Artist varchar,Album varchar,Genre varchar,SongLength "
+    "double,SongSize double,IsImported BOOL,Year varchar,AddDate vachar NOT NULL,FilePath varchar NOT NULL,BiteRate "
+    "int,SampleRate int,EncodeKind varchar,CoverImages varchar,CoverImageIndex int,IsHasLocalCover BOOL,IsAds "
+    "BOOL,GetID3Status int)";
+
+// The second reader and writer of the library file.
+class Connection {
+public:
+    explicit Connection(const QString &path) { sqlite3_open(path.toUtf8().constData(), &handle_); }
+    ~Connection() { sqlite3_close(handle_); }
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+
+    // The last row's columns joined by '|', or the error.
+    QString run(const QString &sql) {
+        QString result;
+        const auto keep = [](void *text, int count, char **values, char **) {
+            QStringList columns;
+            for (int i = 0; i < count; ++i)
+                columns << (values[i] ? QString(values[i]) : "NULL");
+            *static_cast<QString *>(text) = columns.join('|');
+            return 0;
+        };
+        const int code = sqlite3_exec(handle_, sql.toUtf8().constData(), keep, &result, nullptr);
+        return code == SQLITE_OK ? result : QString("error: ") + sqlite3_errmsg(handle_);
+    }
+
+private:
+    sqlite3 *handle_ = nullptr;
+};
+
+class Library : public testing::Test {
+protected:
+    Library() {
+        QDir().mkpath(coverImageFolder());
+        setLogSink([this](const QString &line) { log_ << line; });
+    }
+    ~Library() override {
+        manager_.closeDataBase();
+        setLogSink({});
+    }
+
+    static QString write(const QString &path, const QByteArray &content) {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return path;
+    }
+    static QByteArray read(const QString &path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
+    }
+    static QString cover(const char *name) { return coverImageFolder() + '/' + name; }
+    QList<std::shared_ptr<SongItem>> reload() {
+        EXPECT_TRUE(manager_.closeDataBase());
+        EXPECT_TRUE(manager_.loadDataBase());
+        return manager_.getAllSongItems().value_or(QList<std::shared_ptr<SongItem>>());
+    }
+
+    DataBaseManager &manager_ = DataBaseManager::defaultManager();
+    QString path_ = defaultLibraryPath();
+    QStringList log_;
+};
+
+TEST_F(Library, BeginsEmptyAndKeepsATrackThroughARestart) {
+    EXPECT_EQ(manager_.getMaxSongID(), 0);
+    SongItem song;
+    song.setTitle("Rock, \"Paper\" & O'Neil 音楽");
+    song.setGenre({});
+    song.setLength(3'000'000'000);
+    song.setSize((qint64(2) << 32) + 5);
+    song.setAddedDate(QDateTime::fromSecsSinceEpoch(1'800'000'000, Qt::UTC));
+    song.setSongPath("/music/Tö ne.m4a");
+    song.setIsImported(true);
+    song.setIsAds(false);
+    song.setGetID3Status(6);
+    song.setSongID(99);
+    EXPECT_EQ(manager_.insertSongItem(song), 1);
+    EXPECT_EQ(song.songID(), 99);
+
+    const auto songs = reload();
+    ASSERT_EQ(songs.size(), 1);
+    EXPECT_EQ(songs[0]->songID(), 1);
+    EXPECT_EQ(songs[0]->title(), song.title());
+    EXPECT_EQ(songs[0]->genre(), "");
+    EXPECT_FALSE(songs[0]->genre().isNull());
+    EXPECT_EQ(songs[0]->length(), static_cast<int32_t>(3'000'000'000)) << "the low 32 bits";
+    EXPECT_EQ(songs[0]->size(), 5) << "the low 32 bits";
+    EXPECT_EQ(songs[0]->addedDate(), song.addedDate());
+    EXPECT_TRUE(songs[0]->isImported() && !songs[0]->isAds());
+    EXPECT_EQ(songs[0]->getID3Status(), 6);
+    EXPECT_EQ(songs[0]->coverImageIndex(), -1);
+    EXPECT_EQ(Connection(path_).run("PRAGMA journal_mode"), "wal");
+    EXPECT_EQ(Connection(path_).run("SELECT AddDate, typeof(Genre) FROM Song"), "2027-01-15 08:00:00 +0000|text");
+}
+
+TEST_F(Library, ReadsALibraryMadeElsewhere) {
+    Connection other(path_);
+    other.run(kSongTable);
+    other.run("INSERT INTO Song VALUES(41,'T',NULL,'A','G',61000,1e300,1,'1999','2011-03-04 05:06:07 +0100',"
+              "'/a.mp3',320000,48000,'MP3 audio','gone_0.png,,there.png',1,1,0,5)");
+    write(cover("there.png"), "png");
+    const auto songs = reload();
+    ASSERT_EQ(songs.size(), 1);
+    EXPECT_TRUE(songs[0]->artist().isNull());
+    EXPECT_EQ(songs[0]->size(), 0) << "a number that no integer holds";
+    EXPECT_EQ(songs[0]->addedDate(), QDateTime(QDate(2011, 3, 4), QTime(4, 6, 7), Qt::UTC));
+    EXPECT_EQ(songs[0]->coverImages(), QStringList{cover("there.png")});
+    EXPECT_EQ(songs[0]->coverImageIndex(), -1);
+    SongItem next;
+    EXPECT_EQ(manager_.insertSongItem(next), 42);
+    EXPECT_EQ(other.run("SELECT count(*) FROM Song"), "2") << "two programs may have the file open";
+}
+
+TEST_F(Library, CoversFollowTheirTrack) {
+    Connection(path_).run(QString(kSongTable) +
+                          ";INSERT INTO Song(SongID,AddDate,FilePath,CoverImages) VALUES(6,'','','')");
+    SongItem song;
+    song.setCoverImages({write(QDir::homePath() + "/a", "A"), write(QDir::homePath() + "/b", "B"), "/nowhere.png",
+                         write(QDir::homePath() + "/c", "C")});
+    song.setCoverImageIndex(3);
+    song.setIsHasLocalCover(true);
+    write(cover("7_0.png"), "of a track that is gone");
+    ASSERT_EQ(manager_.insertSongItem(song), 7);
+    EXPECT_EQ(song.coverImages(), (QStringList{cover("7_0.png"), cover("7_1.png"), "/nowhere.png", cover("7_3.png")}));
+    EXPECT_FALSE(QFile::exists(QDir::homePath() + "/a"));
+    EXPECT_EQ(read(cover("7_0.png")) + read(cover("7_1.png")) + read(cover("7_3.png")), "ABC");
+    EXPECT_TRUE(log_.contains("removeItemAtPath " + cover("7_0.png") + " isSuccessed 1"));
+    EXPECT_EQ(log_.last(), "mstrCoverImages 7_0.png,7_1.png,(null),7_3.png");
+
+    QFile::remove(cover("7_0.png"));
+    const auto loaded = reload().last();
+    EXPECT_EQ(loaded->coverImages(), (QStringList{cover("7_1.png"), cover("7_3.png")}));
+    EXPECT_EQ(loaded->coverImageIndex(), -1);
+
+    loaded->setTitle("New");
+    EXPECT_TRUE(manager_.updateSongItem(*loaded));
+    EXPECT_EQ(loaded->coverImages(), (QStringList{cover("7_0.png"), cover("7_3.png")})) << "renamed by position";
+    EXPECT_EQ(read(cover("7_0.png")) + read(cover("7_1.png")), "BB") << "an update copies";
+    EXPECT_EQ(Connection(path_).run("SELECT Title, CoverImages FROM Song WHERE SongID = 7"), "New|7_0.png,7_3.png");
+
+    EXPECT_TRUE(manager_.deleteSongItem(*loaded));
+    EXPECT_FALSE(QFile::exists(cover("7_0.png")) || QFile::exists(cover("7_3.png")));
+    EXPECT_EQ(reload().size(), 1);
+    EXPECT_EQ(manager_.getMaxSongID(), 6) << "the highest number is free again after a restart";
+}
+
+TEST_F(Library, FindsAPathUnlessItHoldsADoubleQuote) {
+    SongItem song;
+    for (const char *path : {"/a's %1 100%.mp3", "/say \"yes\".mp3"}) {
+        song.setSongPath(path);
+        EXPECT_GT(manager_.insertSongItem(song), 0);
+    }
+    EXPECT_TRUE(manager_.isTheFileInDataBase("/a's %1 100%.mp3"));
+    for (const QString &path : {QString("/say \"yes\".mp3"), QString("\" OR 1=1 --"), QString("/A's %1 100%.mp3"),
+                                QString("FilePath"), QString()})
+        EXPECT_FALSE(manager_.isTheFileInDataBase(path)) << qPrintable(path);
+}
+
+TEST_F(Library, ARefusedInsertGivesItsNumberBackAndKeepsTheCover) {
+    ASSERT_TRUE(manager_.loadDataBase());
+    Connection other(path_);
+    SongItem song;
+    song.setCoverImages({write(QDir::homePath() + "/a", "A")});
+    other.run("BEGIN IMMEDIATE");
+    EXPECT_EQ(manager_.insertSongItem(song), -1);
+    EXPECT_TRUE(log_.last().startsWith("insertSongItem: sqlite3_step failed: 5"));
+    song.setSongID(-1);
+    EXPECT_FALSE(manager_.updateSongItem(song));
+    EXPECT_FALSE(manager_.deleteSongItem(song));
+    other.run("COMMIT");
+    EXPECT_EQ(manager_.insertSongItem(song), 1);
+    EXPECT_EQ(read(cover("1_0.png")), "A");
+}
+
+TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
+    RingtoneItem ringtone;
+    ringtone.setTitle("It's \"mine\"");
+    EXPECT_EQ(manager_.insertRingtoneItem(ringtone), 0);
+    EXPECT_FALSE(manager_.getAllRingtoneItems());
+    EXPECT_FALSE(manager_.updateRingtoneItem(ringtone));
+    EXPECT_FALSE(manager_.deleteRingtoneItem(ringtone));
+    EXPECT_EQ(log_.last(), "deleteSongItem: sqlite3_prepare failed 0");
+
+    Connection(path_).run("CREATE TABLE Ringtone(RingtoneID int PRIMARY KEY, Title, Artist, Album, RingtoneLength, "
+                          "RingtoneSize, MadeDate, RingTonePath, CoverImagePath)");
+    EXPECT_EQ(manager_.insertRingtoneItem(ringtone), 2) << "the number of the failed one stays used";
+    EXPECT_EQ(manager_.getAllRingtoneItems()->at(0)->title(), ringtone.title());
+}
+
+struct BadLibrary {
+    const char *name;
+    LibraryState state;
+    const char *sql;    // makes the file, or
+    QByteArray content; // is the file
+    bool hasTable;      // reading gives a list
+};
+
+TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
+    QString fewer(kSongTable);
+    fewer.replace(",GetID3Status int", "");
+    const QByteArray lacksOne = fewer.toUtf8();
+    for (const auto &[name, state, sql, content, hasTable] : {
+             BadLibrary{"not SQLite", LibraryState::NotADatabase, nullptr, QByteArray(5000, 'x'), false},
+             BadLibrary{"empty", LibraryState::OtherColumns, nullptr, "", false},
+             BadLibrary{"another table", LibraryState::OtherColumns, "CREATE TABLE Other(a)", "", false},
+             BadLibrary{"18 columns", LibraryState::OtherColumns, lacksOne.constData(), "", true},
+         }) {
+        SCOPED_TRACE(name);
+        if (sql)
+            Connection(path_).run(sql);
+        else
+            write(path_, content);
+        EXPECT_EQ(libraryStateOf(path_), state);
+        log_.clear();
+        EXPECT_TRUE(manager_.loadDataBase()) << "an opened file is not examined";
+        EXPECT_EQ(manager_.getAllSongItems().has_value(), hasTable);
+        EXPECT_FALSE(manager_.checkDB());
+        EXPECT_EQ(log_.last(), "Table Song Damage.");
+        SongItem song;
+        EXPECT_EQ(manager_.insertSongItem(song), -1);
+        manager_.closeDataBase();
+        EXPECT_TRUE(content.isEmpty() || read(path_) == content) << "overwritten";
+
+        const QByteArray kept = read(path_);
+        const QString aside = setAsideLibrary(path_, QDateTime(QDate(2026, 11, 21), QTime(14, 3, 22)));
+        EXPECT_EQ(read(aside), kept) << "never over an earlier one";
+        EXPECT_EQ(libraryStateOf(path_), LibraryState::Missing);
+    }
+    EXPECT_TRUE(QFile::exists(applicationSupportFolder() + "/Library (unreadable 2026-11-21 14.03.22).db"));
+    EXPECT_TRUE(setAsideLibrary(path_).isNull()) << "there is nothing to set aside";
+}
+
+TEST_F(Library, ALockedOrUnopenableLibraryFailsSoonAndIsNotTouched) {
+    ASSERT_TRUE(manager_.loadDataBase());
+    EXPECT_EQ(libraryStateOf(path_), LibraryState::Readable);
+    manager_.closeDataBase();
+    Connection other(path_);
+    other.run("PRAGMA journal_mode=DELETE");
+    other.run("BEGIN EXCLUSIVE");
+    EXPECT_EQ(libraryStateOf(path_), LibraryState::Locked);
+    EXPECT_TRUE(manager_.loadDataBase());
+    EXPECT_FALSE(manager_.getAllSongItems());
+    EXPECT_FALSE(manager_.isTheFileInDataBase("/a"));
+    other.run("COMMIT");
+    EXPECT_EQ(manager_.getAllSongItems()->size(), 0);
+
+    EXPECT_FALSE(manager_.loadDataBase(QDir::homePath())) << "a folder";
+    EXPECT_EQ(log_.mid(log_.size() - 2), (QStringList{"SQLite open failed.", "Table Song Damage."}));
+    EXPECT_FALSE(manager_.loadDataBase(QDir::homePath() + "/missing/Library.db"));
+    EXPECT_EQ(log_.last(), "Create DB failed!");
+    EXPECT_FALSE(QFile::exists(QDir::homePath() + "/missing"));
+}
+
+} // namespace
