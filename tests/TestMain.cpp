@@ -1,7 +1,14 @@
 // Every test runs in a process of its own; this gives it an event loop and a fresh home folder, removed at the end.
-#include <QCoreApplication>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+
+#ifdef CORVIDIA_GUI_TEST
+#include <QApplication>
+using Application = QApplication;
+#else
+#include <QCoreApplication>
+using Application = QCoreApplication;
+#endif
 
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
@@ -9,6 +16,6 @@ int main(int argc, char **argv) {
     qputenv("HOME", home.path().toUtf8());
     for (const char *variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
         qunsetenv(variable);
-    const QCoreApplication application(argc, argv);
+    const Application application(argc, argv);
     return RUN_ALL_TESTS();
 }

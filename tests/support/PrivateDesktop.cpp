@@ -1,0 +1,47 @@
+#include "support/PrivateDesktop.h"
+
+#include <csignal>
+#include <sys/prctl.h>
+
+void endWithParent(QProcess &process) {
+    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+}
+
+PrivateDesktop::PrivateDesktop(const QString &folder) : folder_(folder) {}
+
+PrivateDesktop::~PrivateDesktop() {
+    for (auto process = processes_.rbegin(); process != processes_.rend(); ++process) {
+        (*process)->terminate();
+        if (!(*process)->waitForFinished(5000))
+            (*process)->kill();
+        (*process)->waitForFinished();
+    }
+}
+
+bool PrivateDesktop::start() {
+    // Both tell on their standard output how they can be reached.
+    return launch("dbus-daemon",
+                  {"--session", "--nofork", "--nosyslog", "--print-address=1", "--address=unix:path=" + folder_ + "/bus"},
+                  "DBUS_SESSION_BUS_ADDRESS", {}) &&
+           launch("Xvfb", {"-displayfd", "1", "-screen", "0", "1000x720x24", "-nolisten", "tcp", "-noreset"}, "DISPLAY",
+                  ":");
+}
+
+bool PrivateDesktop::launch(const QString &program, const QStringList &arguments, const char *variable,
+                            const QByteArray &before) {
+    auto process = std::make_unique<QProcess>();
+    endWithParent(*process);
+    process->start(program, arguments);
+    while (!process->canReadLine())
+        if (!process->waitForReadyRead(10'000)) {
+            errorText_ = program + " did not come up: " + process->errorString() + process->readAllStandardError();
+            return false;
+        }
+    qputenv(variable, before + process->readLine().trimmed());
+    processes_.push_back(std::move(process));
+    return true;
+}
+
+bool PrivateDesktop::screenshot(const QString &pngPath) {
+    return QProcess::execute("import", {"-window", "root", pngPath}) == 0;
+}

@@ -1,0 +1,35 @@
+// A display and a session bus of one's own, which never meet the user's.
+//
+// Threads: one, which must live as long as the desktop: its processes end with the thread that started them.
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <memory>
+#include <vector>
+
+class PrivateDesktop {
+public:
+    /// `folder` takes the bus's socket; its path must be short, as a socket's has to be.
+    explicit PrivateDesktop(const QString &folder);
+    ~PrivateDesktop();
+
+    /// Starts both and sets DISPLAY and DBUS_SESSION_BUS_ADDRESS for this process and its children. False when one of
+    /// them did not come up within ten seconds: see errorText().
+    [[nodiscard]] bool start();
+
+    /// A picture of the whole display.
+    [[nodiscard]] bool screenshot(const QString &pngPath);
+
+    const QString &errorText() const { return errorText_; }
+
+private:
+    bool launch(const QString &program, const QStringList &arguments, const char *variable, const QByteArray &before);
+
+    QString folder_;
+    QString errorText_;
+    std::vector<std::unique_ptr<QProcess>> processes_;
+};
+
+/// Ends `process` when the thread that starts it ends, however that happens.
+void endWithParent(QProcess &process);
