@@ -165,7 +165,8 @@ void AudioRecord::logLosses(const QString &path, int64_t lostM4aFrames) {
                     .arg(static_cast<double>(lostFrames) / kSampleRate, 0, 'f', 2)
                     .arg(path));
     if (const uint64_t lost = lostReports_.exchange(0, std::memory_order_relaxed))
-        logLine(QStringLiteral("%1 blocks passed unseen during %2: the main thread could not keep up").arg(lost).arg(path));
+        logLine(
+            QStringLiteral("%1 blocks passed unseen during %2: the main thread could not keep up").arg(lost).arg(path));
 }
 
 void AudioRecord::reportFileFailure(const QString &path, const QString &reason) {

@@ -204,25 +204,25 @@ private:
     std::atomic<int> mp3Error_ = 0; // writer; system error number of the open MP3 file
 
     // Counters. Relaxed: a lost add moves a cut by one block.
-    std::atomic<int32_t> RecordedSize_ = 0;               // audio thread adds, main thread clears at open and close
-    std::atomic<int32_t> AudioNULLNumber_ = 0;            // audio thread counts, main thread clears at a split and a close
-    std::atomic<uint64_t> startHostTime_ = 0;             // audio thread, and the main thread while the unit stands
-    std::atomic<qint64> recordedDurationTime_ = 0;        // milliseconds; audio thread, main thread clears with RecordedSize_
-    std::atomic<uint32_t> fileNumber_ = 0;                // main thread; changes with every open and close
-    std::atomic<qint64> autoSplitTimeInterval_ = 1000;    // main thread; milliseconds
-    std::atomic<int> holds_ = 0;                          // main thread; living BlockHolds
-    std::atomic<bool> splitPending_ = false;              // audio thread sets, main thread clears when the check has run
-    std::atomic<bool> wantsSamples_ = false;              // main thread; a delegatePCMWave is set
-    std::atomic<uint64_t> lostMP3Blocks_ = 0;             // audio thread; blocks that found the pool empty
-    std::atomic<uint64_t> lostReports_ = 0;               // audio thread; reports that found the ring full
-    std::atomic<bool> lostAudibleReport_ = false;         // audio thread sets, main thread clears
+    std::atomic<int32_t> RecordedSize_ = 0;        // audio thread adds, main thread clears at open and close
+    std::atomic<int32_t> AudioNULLNumber_ = 0;     // audio thread counts, main thread clears at a split and a close
+    std::atomic<uint64_t> startHostTime_ = 0;      // audio thread, and the main thread while the unit stands
+    std::atomic<qint64> recordedDurationTime_ = 0; // milliseconds; audio thread, main thread clears with RecordedSize_
+    std::atomic<uint32_t> fileNumber_ = 0;         // main thread; changes with every open and close
+    std::atomic<qint64> autoSplitTimeInterval_ = 1000; // main thread; milliseconds
+    std::atomic<int> holds_ = 0;                       // main thread; living BlockHolds
+    std::atomic<bool> splitPending_ = false;           // audio thread sets, main thread clears when the check has run
+    std::atomic<bool> wantsSamples_ = false;           // main thread; a delegatePCMWave is set
+    std::atomic<uint64_t> lostMP3Blocks_ = 0;          // audio thread; blocks that found the pool empty
+    std::atomic<uint64_t> lostReports_ = 0;            // audio thread; reports that found the ring full
+    std::atomic<bool> lostAudibleReport_ = false;      // audio thread sets, main thread clears
 
     // Audio thread only, while the unit runs.
     qint64 nullDurationTime_ = 0; // consecutive silent blocks, whether recording or not
     HeldBlocks heldBlocks_;
 
-    SpscRing<BlockReport, 1024> reports_;   // 11.9 s
-    SpscRing<SampleBlock, 64> sampleRing_;  // 0.74 s; a display may miss blocks
+    SpscRing<BlockReport, 1024> reports_;  // 11.9 s
+    SpscRing<SampleBlock, 64> sampleRing_; // 0.74 s; a display may miss blocks
     MainThreadWakeup reportWakeup_;
 
     // The way of a block to the MP3 writer.

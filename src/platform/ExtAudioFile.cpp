@@ -204,7 +204,7 @@ ExtAudioFile::Outcome ExtAudioFile::Writer::finish() {
     if (const uint64_t rest = ring_.written.load() - ring_.read.load(); rest > 0)
         encode(rest);
     if (!hasFailed())
-        send(nullptr);
+        send(/*frame=*/nullptr);
     flushFragment();
     if (!hasFailed()) {
         if (const int error = av_write_trailer(container_.get()); error < 0)
@@ -247,7 +247,7 @@ bool ExtAudioFile::hasFailed() const noexcept { return writer_->hasFailed(); }
 QString ExtAudioFile::failure() const { return writer_->failure(); }
 
 ExtAudioFile::Outcome ExtAudioFile::dispose() {
-    const Outcome outcome = writer_->finish();
+    Outcome outcome = writer_->finish();
     writer_.reset();
     return outcome;
 }

@@ -9,13 +9,11 @@ QString applicationSupportFolder() {
 
 QString coverImageFolder() { return applicationSupportFolder() + "/CoverImage"; }
 
-QString defaultMusicFolder() {
-    return resolvingSymlinks(QDir::homePath() + "/Music/" + kApplicationFolderName);
-}
+QString defaultMusicFolder() { return resolvingSymlinks(QDir::homePath() + "/Music/" + kApplicationFolderName); }
 
 QString resolvingSymlinks(const QString &path) {
     const QFileInfo info(QDir::cleanPath(path));
-    if (const QString resolved = info.canonicalFilePath(); !resolved.isEmpty())
+    if (QString resolved = info.canonicalFilePath(); !resolved.isEmpty())
         return resolved;
     if (info.isRoot() || info.fileName().isEmpty())
         return info.absoluteFilePath();

@@ -17,7 +17,8 @@ int copyPackets(AVFormatContext *from, int stream, AVFormatContext *to, int64_t 
         return AVERROR(ENOMEM);
     int64_t next = -kEncoderDelay;
     while (av_read_frame(from, packet.get()) >= 0) {
-        const bool isWhole = packet->stream_index == stream && packet->size > 0 && !(packet->flags & AV_PKT_FLAG_CORRUPT);
+        const bool isWhole =
+            packet->stream_index == stream && packet->size > 0 && !(packet->flags & AV_PKT_FLAG_CORRUPT);
         const int64_t length = frames < 0 ? kPacketFrames : std::min(kPacketFrames, frames - next);
         if (!isWhole || length <= 0) {
             av_packet_unref(packet.get());

@@ -33,7 +33,8 @@ void SleepInhibitor::setActive(bool active) {
 void SleepInhibitor::askLogind() {
     QDBusMessage call = QDBusMessage::createMethodCall("org.freedesktop.login1", "/org/freedesktop/login1",
                                                        "org.freedesktop.login1.Manager", "Inhibit");
-    call << "sleep:idle" << "Tessarine Corvidia" << reason_ << "block";
+    call << "sleep:idle"
+         << "Tessarine Corvidia" << reason_ << "block";
     auto *answer = new QDBusPendingCallWatcher(systemBus_.asyncCall(call), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *answer;
@@ -69,7 +70,7 @@ void SleepInhibitor::release() {
     logindLock_.reset();
     if (portalRequest_.isEmpty())
         return;
-    sessionBus_.send(QDBusMessage::createMethodCall(kPortalService, portalRequest_, "org.freedesktop.portal.Request",
-                                                    "Close"));
+    sessionBus_.send(
+        QDBusMessage::createMethodCall(kPortalService, portalRequest_, "org.freedesktop.portal.Request", "Close"));
     portalRequest_.clear();
 }

@@ -108,9 +108,15 @@ TEST(SilentBlock, NeedsSevenTenthsOfItsSamplesStrictlyBelowTheThreshold) {
 }
 
 TEST(SixteenBits, AreCutTowardZeroAndLimited) {
-    for (const auto &[sample, value] : std::initializer_list<std::pair<float, int>>{
-             {1.0f, 32767}, {1.5f, 32767}, {-1.0f, -32768}, {-7.0f, -32768}, {0.5f, 16384}, {-0.99999f, -32767},
-             {0.00003f, 0}, {-0.00003f, 0}, {0, 0}})
+    for (const auto &[sample, value] : std::initializer_list<std::pair<float, int>>{{1.0f, 32767},
+                                                                                    {1.5f, 32767},
+                                                                                    {-1.0f, -32768},
+                                                                                    {-7.0f, -32768},
+                                                                                    {0.5f, 16384},
+                                                                                    {-0.99999f, -32767},
+                                                                                    {0.00003f, 0},
+                                                                                    {-0.00003f, 0},
+                                                                                    {0, 0}})
         EXPECT_EQ(AudioRecord::flt32toS16(sample), value) << sample;
 }
 
@@ -150,7 +156,7 @@ TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
         tone(100);
         silence(20);
         EXPECT_EQ(heard.durations.size(), 50u + 12u); // then every tenth block
-        EXPECT_EQ(heard.durations.back(), 1369);       // to the start of the 120th block, from the end of the first
+        EXPECT_EQ(heard.durations.back(), 1369);      // to the start of the 120th block, from the end of the first
         engine.stopRecordAudioFile();
         const DecodedAudio sound = decodeAudio(path(name));
         EXPECT_EQ(sound.sampleRate, kSampleRate);

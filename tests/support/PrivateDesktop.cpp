@@ -20,9 +20,10 @@ PrivateDesktop::~PrivateDesktop() {
 
 bool PrivateDesktop::start() {
     // Both tell on their standard output how they can be reached.
-    return launch("dbus-daemon",
-                  {"--session", "--nofork", "--nosyslog", "--print-address=1", "--address=unix:path=" + folder_ + "/bus"},
-                  "DBUS_SESSION_BUS_ADDRESS", {}) &&
+    return launch(
+               "dbus-daemon",
+               {"--session", "--nofork", "--nosyslog", "--print-address=1", "--address=unix:path=" + folder_ + "/bus"},
+               "DBUS_SESSION_BUS_ADDRESS", {}) &&
            launch("Xvfb", {"-displayfd", "1", "-screen", "0", "1000x720x24", "-nolisten", "tcp", "-noreset"}, "DISPLAY",
                   ":");
 }
