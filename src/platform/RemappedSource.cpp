@@ -45,6 +45,10 @@ std::optional<SoundServer::Link::Placement> SoundServer::Link::placement(const R
 
 bool SoundServer::Link::point(const RemappedSource &source, SoundDeadline until) {
     const std::lock_guard guard(pointing_);
+    return pointLocked(source, until);
+}
+
+bool SoundServer::Link::pointLocked(const RemappedSource &source, SoundDeadline until) {
     for (;;) {
         const uint64_t seen = changes();
         const auto now = placement(source, until);

@@ -17,15 +17,7 @@ std::optional<QList<SoundSource>> SoundServer::sources() { return link_->sources
 
 std::optional<QList<SoundSink>> SoundServer::sinks() { return link_->sinks(soundDeadline()); }
 
-std::optional<QList<SoundModule>> SoundServer::modules() { return link_->modules(soundDeadline()); }
-
 std::optional<SoundSink> SoundServer::defaultSink() { return link_->defaultSink(soundDeadline()); }
-
-std::optional<uint32_t> SoundServer::loadModule(const QString &name, const QString &argument) {
-    return link_->loadModule(name, argument, soundDeadline());
-}
-
-bool SoundServer::unloadModule(uint32_t index) { return link_->unloadModule(index, soundDeadline()); }
 
 bool SoundServer::pointRemappedSource(const RemappedSource &source) { return link_->point(source, soundDeadline()); }
 

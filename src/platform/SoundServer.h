@@ -55,7 +55,8 @@ struct RemappedSource {
 };
 
 /// Connects when first asked, and again by itself after a loss. Every question is answered within two seconds: with
-/// nothing (or false) when there is no server, when it refuses, or when it hangs, which is logged.
+/// nothing (or false) when there is no server, when it refuses, or when it hangs, which is logged. Pointing and
+/// removing a source may first have to wait as long for "Sound-Follow".
 class SoundServer {
 public:
     /// The one that the program uses. It needs the application object.
@@ -69,13 +70,8 @@ public:
     std::optional<SoundServerInfo> info();
     std::optional<QList<SoundSource>> sources();
     std::optional<QList<SoundSink>> sinks();
-    std::optional<QList<SoundModule>> modules();
     /// The output that is the default now.
     std::optional<SoundSink> defaultSink();
-
-    /// The new module's index.
-    std::optional<uint32_t> loadModule(const QString &name, const QString &argument);
-    bool unloadModule(uint32_t index);
 
     /// Sees to it that there is one source of that name and that it passes on the default output: makes it, or moves
     /// it without interrupting who records from it, or finds it right. False when that was not to be had.

@@ -218,11 +218,17 @@ void SoundServer::Link::followLoop() {
         if (isEnding_)
             return;
         isFollowAsked_ = false;
-        if (const auto source = followed_) {
+        guard.unlock();
+        {
+            // Read under the lock: who ends the following and then removes the source does not find it made again.
+            const std::lock_guard pointing(pointing_);
+            guard.lock();
+            const auto source = followed_;
             guard.unlock();
             // A failure needs no answer here: whatever mends it is an event, which leads here again.
-            point(*source, soundDeadline());
-            guard.lock();
+            if (source)
+                pointLocked(*source, soundDeadline());
         }
+        guard.lock();
     }
 }

@@ -49,6 +49,7 @@ private:
     void changed(pa_subscription_event_type_t event);
     void askToFollow();
     void followLoop();
+    bool pointLocked(const RemappedSource &source, SoundDeadline until);
     std::optional<Placement> placement(const RemappedSource &source, SoundDeadline until);
     uint64_t changes();
     bool waitForChange(uint64_t since, SoundDeadline until);
