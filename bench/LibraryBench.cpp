@@ -100,7 +100,7 @@ std::vector<PlainSong> readPlainly(sqlite3 *connection) {
 void BareLoop(benchmark::State &state) {
     sqlite3 *connection = nullptr;
     sqlite3_open(Library::path().constData(), &connection);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto iteration : state)
         benchmark::DoNotOptimize(readPlainly(connection));
     sqlite3_close(connection);
 }
@@ -108,7 +108,7 @@ BENCHMARK(BareLoop)->Unit(benchmark::kMillisecond);
 
 void GetAllSongItems(benchmark::State &state) {
     Library::path();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto iteration : state)
         benchmark::DoNotOptimize(DataBaseManager::defaultManager().getAllSongItems());
     const size_t before = mallinfo2().uordblks;
     const auto songs = DataBaseManager::defaultManager().getAllSongItems();

@@ -20,7 +20,8 @@ QString localizedNumber(const char *key, double number, int decimals) {
 }
 
 QString clockText(qint64 milliseconds, int minuteDigits) {
-    const auto total = static_cast<qint64>(static_cast<double>(milliseconds) / 1000.0 + 0.5);
+    const double rounded = static_cast<double>(milliseconds) / 1000.0 + 0.5;
+    const auto total = static_cast<qint64>(rounded); // toward zero, so the last second below none shows as 0:00
     if (total < 0)
         return QStringLiteral("");
     const qint64 hours = total / 3600;

@@ -85,8 +85,8 @@ TEST_F(Library, BeginsEmptyAndKeepsATrackThroughARestart) {
     song.setSize((qint64(2) << 32) + 5);
     song.setAddedDate(QDateTime::fromSecsSinceEpoch(1'800'000'000, Qt::UTC));
     song.setSongPath("/music/Tö ne.m4a");
-    song.setIsImported(true);
-    song.setIsAds(false);
+    song.setIsImported(/*isImported=*/true);
+    song.setIsAds(/*isAds=*/false);
     song.setGetID3Status(6);
     song.setSongID(99);
     EXPECT_EQ(manager_.insertSongItem(song), 1);
@@ -133,7 +133,7 @@ TEST_F(Library, CoversFollowTheirTrack) {
     song.setCoverImages({write(QDir::homePath() + "/a", "A"), write(QDir::homePath() + "/b", "B"), "/nowhere.png",
                          write(QDir::homePath() + "/c", "C")});
     song.setCoverImageIndex(3);
-    song.setIsHasLocalCover(true);
+    song.setIsHasLocalCover(/*isHasLocalCover=*/true);
     write(cover("7_0.png"), "of a track that is gone");
     ASSERT_EQ(manager_.insertSongItem(song), 7);
     EXPECT_EQ(song.coverImages(), (QStringList{cover("7_0.png"), cover("7_1.png"), "/nowhere.png", cover("7_3.png")}));
