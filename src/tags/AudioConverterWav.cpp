@@ -69,7 +69,7 @@ public:
     void finish() {
         const qint64 end = std::min(limit_, static_cast<qint64>(std::llround(expected_)));
         if (resampler_)
-            convert(nullptr, 0, end); // on failure silence stands for the last few frames
+            convert(/*planes=*/nullptr, 0, end); // on failure silence stands for the last few frames
         if (written_ < end)
             write(std::vector<uint8_t>(static_cast<size_t>((end - written_) * kFrameBytes)).data(), end - written_);
     }
