@@ -1,0 +1,44 @@
+// The sketched box in the toolbar that shows what happens: a status, a clock, the spectrum.
+//
+// Threads: main.
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class ReadyStatusPanel;
+
+enum class StatusColour { Black, Red };
+
+class DisplayBox : public QWidget {
+    Q_OBJECT
+public:
+    explicit DisplayBox(QWidget *parent);
+
+    /// The name of the frame's drawing; "BoxBackground_logo" from the start.
+    void setBackgroundImage(const QString &name);
+
+    /// The status in words. Black stands for the colour of text. Cheap when nothing changes.
+    void setStatus(const QString &status, StatusColour colour);
+    QString status() const;
+
+    /// What a recording shows in the box: status, clock and spectrum. It can be hidden or taken out as one.
+    QWidget *recordSpectrum() const { return recordSpectrum_; }
+    ReadyStatusPanel *lblRecordTime() const { return lblRecordTime_; }
+    /// The empty place for the spectrum bars, 230 x 33.
+    QWidget *spectrumHost() const { return spectrumHost_; }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void dressStatus();
+
+    QString backgroundImage_ = QStringLiteral("BoxBackground_logo");
+    StatusColour statusColour_ = StatusColour::Black;
+    QWidget *recordSpectrum_;
+    QLabel *lblRecordStatus_;
+    ReadyStatusPanel *lblRecordTime_;
+    QWidget *spectrumHost_;
+};

@@ -1,0 +1,51 @@
+// The page that shows a recording: the scene with the microphone above, the tracks of this run below.
+//
+// Threads: main.
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class MicrophoneScene;
+class RunTracksView;
+
+/// What the page tells its user to do, or what is going on.
+enum class RecordingPageState { Idle, Waiting, Recording };
+
+class RecordingPage : public QWidget {
+    Q_OBJECT
+public:
+    static constexpr QSize kSize{900, 501};
+    static constexpr int kStripHeight = 131;
+
+    explicit RecordingPage(QWidget *parent);
+
+    /// The sentence under the microphone: what to do while the program idles and has no track yet, and what happens
+    /// while it waits or records.
+    void setState(RecordingPageState state);
+    /// The sentence shown; empty while the page idles and has tracks.
+    QString sentence() const;
+
+    /// The host of the scene, 900 x 370. What is put into it lies over the microphone at rest.
+    QWidget *animationViewBox() const { return animationViewBox_; }
+    /// The host of the tracks of this run, 900 x 131.
+    QWidget *flowViewBox() const { return flowViewBox_; }
+    RunTracksView *runTracksView() const { return runTracksView_; }
+    /// The empty place at the top edge for the format strip, 240 x 28.
+    QWidget *formatStripPlace() const { return formatStripPlace_; }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void updateSentence();
+
+    RecordingPageState state_ = RecordingPageState::Idle;
+    QWidget *animationViewBox_;
+    MicrophoneScene *scene_;
+    QLabel *lblSentence_;
+    QWidget *formatStripPlace_;
+    QWidget *flowViewBox_;
+    RunTracksView *runTracksView_;
+};
