@@ -6,6 +6,7 @@
 #include "platform/Log.h"
 
 #include <QFile>
+#include <chrono>
 #include <cstring>
 #include <pthread.h>
 
@@ -141,6 +142,7 @@ bool AudioRecord::closeExportFile() {
         hasClosed = true;
     }
     if (outputMP3AudioFile_.load(std::memory_order_relaxed)) {
+        waitForMP3Writer();
         {
             const std::lock_guard guard(closeFileCondition_);
             FCCloseMediaFile(outputMP3AudioFile_.exchange(nullptr, std::memory_order_relaxed));
@@ -154,6 +156,13 @@ bool AudioRecord::closeExportFile() {
         hasClosed = true;
     }
     return hasClosed;
+}
+
+void AudioRecord::waitForMP3Writer() const {
+    // Blocks that are still queued at the close are not flushed: they would reach no file, or the next one. So the
+    // writer gets the time of its idle sleep to catch up; one that stands still has lost them.
+    for (int i = 0; i < 100 && mp3Pending_.load(std::memory_order_acquire) > 0; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void AudioRecord::logLosses(const QString &path, int64_t lostM4aFrames) {

@@ -177,6 +177,7 @@ private:
     void closeInputUnit();
     bool startInputUnit();
     bool closeExportFile();
+    void waitForMP3Writer() const;
     void logLosses(const QString &path, int64_t lostM4aFrames);
     void deliver(const BlockReport &report);
     void recordAudioIsNullForRecordThread();
@@ -230,8 +231,9 @@ private:
     std::mutex mp3Condition_; // guards mp3WriteList_
     std::vector<audioDataMemery *> mp3WriteList_;
     std::atomic<bool> blStopThread_ = true; // main thread; true while the writer is to run, whatever the name suggests
-    Semaphore mp3Queued_;                   // cuts the writer's idle sleep short
-    audioDataMemery mp3WriteMem_;           // writer; its isEmpty is false while a block waits for conversion
+    std::atomic<int> mp3Pending_ = 0; // blocks between the audio thread and the encoder; both count, main thread looks
+    Semaphore mp3Queued_;             // cuts the writer's idle sleep short
+    audioDataMemery mp3WriteMem_;     // writer; its isEmpty is false while a block waits for conversion
     std::array<int16_t, 2 * kBlockFrames> mp3FrameMem_{}; // writer
     std::thread mp3Threadone_;
 };

@@ -118,6 +118,7 @@ void AudioRecord::writeMP3AudioData(const float *left, const float *forRightData
     }
     std::copy_n(left, kBlockFrames, block->LbufferData.begin());
     std::copy_n(forRightData, kBlockFrames, block->rbufferData.begin());
+    mp3Pending_.fetch_add(1, std::memory_order_relaxed);
     {
         const std::lock_guard guard(mp3Condition_);
         mp3WriteList_.push_back(block); // within its reserve: the pool bounds its length

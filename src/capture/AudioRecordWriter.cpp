@@ -62,4 +62,5 @@ void AudioRecord::encodeTakenBlock() {
         if (const int error = FCWriteAudioData(file, frame))
             mp3Error_.store(error, std::memory_order_relaxed);
     }
+    mp3Pending_.fetch_sub(1, std::memory_order_release);
 }

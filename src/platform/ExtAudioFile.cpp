@@ -14,6 +14,7 @@
 namespace {
 constexpr size_t kRingFrames = 1 << 18; // 5.9 s, 2 MiB
 constexpr int kWriterSleepMilliseconds = 250;
+constexpr size_t kWakeFrames = kRingFrames / 4;
 constexpr int kFragmentFrames = kSampleRate; // a fragment a second
 
 /// Both channels of the ring; frame n lies at n modulo its length.
@@ -130,6 +131,9 @@ void ExtAudioFile::Writer::take(uint32_t frames, const float *left, const float 
     SampleRing::copyIn(ring_.left, written, left, frames);
     SampleRing::copyIn(ring_.right, written, right, frames);
     ring_.written.store(written + frames, std::memory_order_release);
+    // The writer looks by itself often enough for a device's pace; after a stall the sound comes in a flood.
+    if (written / kWakeFrames != (written + frames) / kWakeFrames)
+        wake_.post();
 }
 
 void ExtAudioFile::Writer::run() {

@@ -1,0 +1,328 @@
+#include "capture/RecordViewCtr.h"
+
+#include "capture/CaptureDevice.h"
+#include "platform/Folders.h"
+#include "platform/LocalizedString.h"
+#include "platform/Log.h"
+#include "platform/MainThread.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Panel.h"
+#include "platform/SoundServer.h"
+#include "platform/UserDefaults.h"
+#include "store/DataBaseManager.h"
+#include "store/TimeAndSizeText.h"
+#include "tags/AudioConverter.h"
+#include "views/ReadyStatusPanel.h"
+#include "views/RunTracksView.h"
+
+#include <QDir>
+#include <QFile>
+#include <QThread>
+#include <unistd.h>
+
+namespace {
+constexpr double kShortestTrackSeconds = 0.5; // below it there is nothing to keep, whatever the filter says
+
+UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
+
+QString configuredOutputFolder() {
+    QString folder = defaults().stringForKey("MusicsOutputLocation");
+    if (!folder.isEmpty() && QFile::exists(folder))
+        return folder;
+    folder = defaultMusicFolder();
+    // A failure shows when the file is opened, with the system's own text.
+    QDir().mkpath(folder);
+    defaults().setObject(folder, "MusicsOutputLocation");
+    return folder;
+}
+} // namespace
+
+bool isDraggingDestPermited(const QString &folder) {
+    const int result = access(QFile::encodeName(folder).constData(), W_OK);
+    if (result == 0)
+        return false;
+    const QString format = localizedString("You do not have the privilege to save files here, "
+                                           "please select another one.\n %@");
+    runPanel({QString(format).replace("%@", folder), {}, {localizedString("OK")}, {}});
+    return true;
+}
+
+RecordViewCtr::RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPage &view, DisplayBox &recordSpectrum)
+    : view_(view), recordSpectrum_(recordSpectrum), microRecord_(makeInputUnit) {
+    NotificationCenter &center = NotificationCenter::defaultCenter();
+    center.addObserver(this, "UpDateSongItemNotification", [this](const auto &news) { NotifyID3Change(news.object); });
+    center.addObserver(this, "HasDeleteSongItemNotification",
+                       [this](const auto &news) { NotifyDeleteSongItems(news.object); });
+    microRecord_.setDelegate(this);
+    center.addObserver(this, "PluginInstallNotification", [this](const auto &) { devicesDidIstall(); });
+    center.addObserver(this, "PluginUninstallNotification", [this](const auto &) { devicesDidUnistall(); });
+    // Once the window is up: a sound server that does not answer shall not hold it.
+    performAfterDelay(/*seconds=*/0, this, [this] {
+        listenAudio();
+        SoundServer::defaultServer().setInputDevicesChanged([this] { devicesDidChange(); });
+        if (defaultDeviceID_ == 0)
+            defaultDeviceID_ = getDefaultAudioID();
+    });
+}
+
+RecordViewCtr::~RecordViewCtr() {
+    SoundServer::defaultServer().setInputDevicesChanged({});
+    microRecord_.setDelegate(nullptr);
+}
+
+// Start, stop, cut
+
+void RecordViewCtr::startRecordingFile(ExportType exportType, int forQualityType, DeviceType forDeviceType,
+                                       DeviceID forDiveceID) {
+    deviceType_ = forDeviceType;
+    defaultDeviceID_ = forDiveceID;
+    if (animationdelegate_)
+        animationdelegate_->startMicrophoneAnimation();
+    microRecord_.setDelegate(this);
+    const QString path = getSaveFileName(exportType);
+    if (deviceType_ == DeviceType::SystemAudio)
+        microRecord_.setAutoSplitTimeForMillisecond(defaults().integerForKey("AutoSplitTimeInterval"));
+    microRecord_.setRecordingFile(path, exportType, getBitrate(forQualityType), forDiveceID);
+    // Answers false from the second recording on, since the unit runs already.
+    microRecord_.startRecordAudio();
+    changedRecordingStatus(RecordingStatus::Waiting);
+    if (deviceType_ != DeviceType::SystemAudio)
+        changedRecordingStatus(RecordingStatus::Recording);
+    recordStarting_ = true;
+    if (deviceType_ == DeviceType::Microphone && animationdelegate_)
+        animationdelegate_->startNoteAnimation();
+}
+
+void RecordViewCtr::stopRecordingFile() {
+    microRecord_.stopRecordAudioFile();
+    recordStarting_ = false;
+    if (animationdelegate_) {
+        animationdelegate_->stopNoteAnimation();
+        animationdelegate_->stopMicrophoneAnimation();
+    }
+    changedRecordingStatus(RecordingStatus::Idle);
+}
+
+void RecordViewCtr::inciseRecordingFile() {
+    if (!recordStarting_)
+        return;
+    // The sound that comes meanwhile belongs to the next file.
+    const AudioRecord::BlockHold hold(microRecord_);
+    microRecord_.stopRecordAudioFile();
+    recordStarting_ = false;
+    if (animationdelegate_)
+        animationdelegate_->stopNoteAnimation();
+    startRecordingFile(static_cast<ExportType>(defaults().integerForKey("DefaultExportFileType")),
+                       static_cast<int>(defaults().integerForKey("DefaultERecordQualityType")), deviceType_,
+                       defaultDeviceID_);
+}
+
+int RecordViewCtr::getBitrate(int qualityType) {
+    switch (qualityType) {
+    case 0:
+        return 256'000;
+    case 1:
+        return 192'000;
+    case 3:
+        return 320'000;
+    default:
+        return 128'000;
+    }
+}
+
+QString RecordViewCtr::getSaveFileName(ExportType exportType) {
+    const qint64 stored = defaults().integerForKey("TrackID");
+    const qint64 number = stored == 0 ? 1 : stored;
+    const QString ending = exportType == ExportType::MP3 ? QStringLiteral("mp3") : QStringLiteral("m4a");
+    const QString base = configuredOutputFolder() + QStringLiteral("/Track%1_Unknown Artist").arg(number);
+    QString path = base + '.' + ending;
+    for (int copy = 1; QFile::exists(path); ++copy)
+        path = base + QStringLiteral("(%1).").arg(copy) + ending;
+    defaults().setInteger(number + 1, "TrackID");
+    return path;
+}
+
+// A finished file
+
+void RecordViewCtr::notifyRecordedFinish(const QString &path) {
+    const qint64 size = AudioConverter::getFileSize(path);
+    logLine(QStringLiteral("notifyRecordedFinish FileSize = %1").arg(size));
+    const QVariantMap info = AudioConverter::getAudioFileInfo(path).value_or(QVariantMap());
+    const QVariant length = info.value("LengthKey");
+    const bool isFiltered = deviceType_ == DeviceType::SystemAudio && !nofiltrateAudioFile(length);
+    if (isFiltered || length.toDouble() < kShortestTrackSeconds) {
+        dropRecordedFile(path);
+        return;
+    }
+    const std::shared_ptr<SongItem> song = keepRecordedFile(path, size, info);
+    view_.runTracksView()->addSongItemOnMainThread(song);
+    sendRecordedSongItem(song);
+    ++songItemCount_;
+    if (delegate_)
+        delegate_->setRecordTracksNum(delegate_->recordTracksNum() + 1);
+}
+
+void RecordViewCtr::dropRecordedFile(const QString &path) {
+    if (!QFile::remove(path)) {
+        QThread::msleep(10);
+        if (!QFile::remove(path))
+            logLine(QStringLiteral("%1 was to be dropped and could not be removed").arg(path));
+    }
+    // The number is given out again.
+    defaults().setInteger(defaults().integerForKey("TrackID") - 1, "TrackID");
+}
+
+std::shared_ptr<SongItem> RecordViewCtr::keepRecordedFile(const QString &path, qint64 size, const QVariantMap &info) {
+    DataBaseManager &library = DataBaseManager::defaultManager();
+    auto song = std::make_shared<SongItem>();
+    song->setSongID(library.getMaxSongID() + 1);
+    song->setTitle("Track" + getSongID());
+    song->setLength(static_cast<qint64>(info.value("LengthKey").toDouble()) * 1000);
+    song->setSongPath(path);
+    song->setSize(size);
+    song->setBiteRate(info.value("BitrateKey").toInt());
+    song->setSampleRate(static_cast<int32_t>(info.value("SampleRateKey").toDouble()));
+    song->setEncodeKind(info.value("FourCCKey").toString());
+    song->setAddedDate(QDateTime::currentDateTime());
+    song->setGetID3Status(
+        static_cast<int32_t>(deviceType_ == DeviceType::Microphone ? ID3Status::NotFound : ID3Status::NotAsked));
+    library.insertSongItem(*song);
+    return song;
+}
+
+QString RecordViewCtr::getSongID() const { return QString::number(defaults().integerForKey("TrackID") - 1); }
+
+bool RecordViewCtr::nofiltrateAudioFile(const QVariant &length) {
+    if (!length.isValid())
+        return false;
+    if (!defaults().boolForKey("AutoFilterMusic"))
+        return true;
+    if (!defaults().contains("AutoFilterTimeInterval"))
+        return false;
+    return static_cast<qint64>(length.toDouble()) >= defaults().integerForKey("AutoFilterTimeInterval");
+}
+
+void RecordViewCtr::sendRecordedSongItem(const std::shared_ptr<SongItem> &song) {
+    if (delegate_)
+        delegate_->recordedSongItem(song, deviceType_);
+}
+
+// While it records
+
+void RecordViewCtr::soundFileRecorderReachedDuration(qint64 milliseconds) {
+    if (!recordStarting_)
+        return;
+    recordSpectrum_.lblRecordTime()->setStringValue(ConvertTimeToHMSPro(milliseconds));
+    if (milliseconds > 0 && animationdelegate_)
+        animationdelegate_->startNoteAnimation();
+}
+
+void RecordViewCtr::recordingTimeForAudioIsNull([[maybe_unused]] float seconds) {
+    if (deviceType_ == DeviceType::SystemAudio && defaults().boolForKey("AutoSplitMusic"))
+        inciseRecordingFile();
+}
+
+void RecordViewCtr::nullAudioSignal(bool isNull, qint64 forNullTime, [[maybe_unused]] qint64 forNullCount) {
+    if (deviceType_ != DeviceType::SystemAudio)
+        return;
+    if (!recordStarting_) {
+        changedRecordingStatus(RecordingStatus::Idle);
+    } else if (!isNull) {
+        changedRecordingStatus(RecordingStatus::Recording);
+    } else if (!defaults().boolForKey("AutoSplitMusic")) {
+        if (forNullTime > 0)
+            changedRecordingStatus(RecordingStatus::Recording);
+    } else if (forNullTime == 0 || forNullTime >= defaults().integerForKey("AutoSplitTimeInterval")) {
+        changedRecordingStatus(RecordingStatus::Waiting);
+    }
+    if (!isFirstAudioData_ && !isNull) {
+        isFirstAudioData_ = true;
+        if (delegate_)
+            delegate_->showRecordView();
+    }
+}
+
+void RecordViewCtr::recordingFileDidFail(const QString &path, const QString &reason) {
+    if (!recordStarting_)
+        return;
+    stopRecordingFile();
+    if (delegate_)
+        delegate_->recordingDidFail(path, reason);
+}
+
+void RecordViewCtr::changedRecordingStatus(RecordingStatus status) {
+    ReadyStatusPanel &time = *recordSpectrum_.lblRecordTime();
+    switch (status) {
+    case RecordingStatus::Idle:
+        time.setStringValue({});
+        time.setShakeEffect(false);
+        recordSpectrum_.setStatus({}, StatusColour::Black);
+        view_.setState(RecordingPageState::Idle);
+        break;
+    case RecordingStatus::Waiting:
+        time.setStringValue(ConvertTimeToHMSPro(0));
+        time.setShakeEffect(true);
+        recordSpectrum_.setStatus(localizedString("Ready"), StatusColour::Black);
+        view_.setState(RecordingPageState::Waiting);
+        break;
+    case RecordingStatus::Recording:
+        time.setShakeEffect(false);
+        recordSpectrum_.setStatus(rotatingStatusText(), StatusColour::Red);
+        view_.setState(RecordingPageState::Recording);
+        break;
+    }
+}
+
+QString RecordViewCtr::rotatingStatusText() {
+    const int phase = recordCountShow_;
+    recordCountShow_ = phase >= 91 ? 0 : phase + 1;
+    if (phase > 30 && phase <= 60)
+        return localizedString("Rec..   ");
+    if (phase > 60 && phase <= 90)
+        return localizedString("Rec. ");
+    return localizedString("Rec...");
+}
+
+// Tracks and devices that changed elsewhere
+
+void RecordViewCtr::NotifyID3Change(const std::any &object) {
+    if (const auto *song = std::any_cast<std::shared_ptr<SongItem>>(&object); song && *song)
+        view_.runTracksView()->updateSongItemOnMainThread(*song);
+}
+
+void RecordViewCtr::NotifyDeleteSongItems(const std::any &object) {
+    const auto *songs = std::any_cast<QList<std::shared_ptr<SongItem>>>(&object);
+    if (!songs)
+        return;
+    for (const auto &song : *songs) {
+        view_.runTracksView()->removeSongItemOnMainThread(song);
+        --songItemCount_;
+    }
+}
+
+void RecordViewCtr::listenAudio() {
+    if (!isInstallAudioDeviceWithClassName(kCaptureDeviceClass))
+        return;
+    launchAudioDeviceWithClassName(kCaptureDeviceClass);
+    deviceType_ = DeviceType::SystemAudio;
+    microRecord_.configurePluginDiviceAuidoUnit();
+}
+
+void RecordViewCtr::devicesDidChange() {
+    if (getInPutAudioDeviceIDForName(kCaptureDeviceName) != defaultDeviceID_)
+        return;
+    stopAudioDeviceWithClassName(kCaptureDeviceClass);
+    launchAudioDeviceWithClassName(kCaptureDeviceClass);
+    logLine("devicesDidChange .... ");
+}
+
+void RecordViewCtr::devicesDidIstall() {
+    deviceType_ = DeviceType::SystemAudio;
+    launchAudioDeviceWithClassName(kCaptureDeviceClass);
+    microRecord_.configurePluginDiviceAuidoUnit();
+}
+
+void RecordViewCtr::devicesDidUnistall() {
+    logLine("devicesDidUnistall ....");
+    microRecord_.stopRecordAudio();
+}

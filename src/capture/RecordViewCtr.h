@@ -1,0 +1,114 @@
+// The recording session: starts, cuts and stops files on the capture engine, names them, turns each finished file into
+// a track of the library or deletes it, and shows how the recording goes.
+//
+// Threads: main.
+#pragma once
+
+#include "capture/AudioRecord.h"
+#include "store/SongItem.h"
+#include "views/DisplayBox.h"
+#include "views/RecordingPage.h"
+
+#include <QObject>
+#include <any>
+#include <memory>
+
+enum class DeviceType : int32_t { Microphone = 0, SystemAudio = 1 };
+
+/// What the display tells of the recording.
+enum class RecordingStatus : int32_t { Idle = 0, Waiting = 1, Recording = 2 };
+
+class RecordViewCtrDelegate {
+public:
+    /// A recording was kept and stands in the database.
+    virtual void recordedSongItem([[maybe_unused]] const std::shared_ptr<SongItem> &song,
+                                  [[maybe_unused]] DeviceType forDeviceType) {}
+    /// The first sound of this run has come.
+    virtual void showRecordView() {}
+    /// Tracks recorded in this run; raised here by one with each.
+    virtual int recordTracksNum() const { return 0; }
+    virtual void setRecordTracksNum([[maybe_unused]] int count) {}
+    /// The recording has been stopped because `path` could not be written, `reason` is the system's text.
+    virtual void recordingDidFail([[maybe_unused]] const QString &path, [[maybe_unused]] const QString &reason) {}
+
+protected:
+    ~RecordViewCtrDelegate() = default;
+};
+
+/// Moves the scene of the recording page. Each operation may come again and again.
+class RecordAnimationDelegate {
+public:
+    virtual void startMicrophoneAnimation() {}
+    virtual void stopMicrophoneAnimation() {}
+    virtual void startNoteAnimation() {}
+    virtual void stopNoteAnimation() {}
+
+protected:
+    ~RecordAnimationDelegate() = default;
+};
+
+/// Tests a folder for writing; where it may not be written, says so to the user. Against its name, true means that the
+/// folder may NOT be used.
+bool isDraggingDestPermited(const QString &folder);
+
+class RecordViewCtr final : public QObject, public AudioRecordDelegate {
+    Q_OBJECT
+public:
+    /// `view` is the page below the toolbar, `recordSpectrum` the box in it; both outlive this controller.
+    RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPage &view, DisplayBox &recordSpectrum);
+    ~RecordViewCtr() override;
+
+    /// Starts a recording into a new file. What the engine refuses is not looked at: the display waits for sound.
+    void startRecordingFile(ExportType exportType, int forQualityType, DeviceType forDeviceType, DeviceID forDiveceID);
+    void stopRecordingFile();
+    /// Closes the current file and goes on in a new one, in the format that the user defaults name now; no sound is
+    /// lost between them. Nothing unless a recording runs.
+    void inciseRecordingFile();
+    /// Brings the capture device and the input unit up, if the device is installed.
+    void listenAudio();
+
+    /// What the toolbar's box shows of a recording.
+    QWidget *getRecordingSpectrumView() const { return recordSpectrum_.recordSpectrum(); }
+
+    void setDelegate(RecordViewCtrDelegate *delegate) { delegate_ = delegate; }
+    RecordViewCtrDelegate *delegate() const { return delegate_; }
+    void setAnimationdelegate(RecordAnimationDelegate *delegate) { animationdelegate_ = delegate; }
+    RecordAnimationDelegate *animationdelegate() const { return animationdelegate_; }
+
+    // What the engine says
+    void soundFileRecorderReachedDuration(qint64 milliseconds) override;
+    void recordingTimeForAudioIsNull(float seconds) override;
+    void nullAudioSignal(bool isNull, qint64 forNullTime, qint64 forNullCount) override;
+    void notifyRecordedFinish(const QString &path) override;
+    void recordingFileDidFail(const QString &path, const QString &reason) override;
+
+    void changedRecordingStatus(RecordingStatus status);
+
+private:
+    QString getSaveFileName(ExportType exportType);
+    static int getBitrate(int qualityType);
+    QString getSongID() const;
+    static bool nofiltrateAudioFile(const QVariant &length);
+    static void dropRecordedFile(const QString &path);
+    std::shared_ptr<SongItem> keepRecordedFile(const QString &path, qint64 size, const QVariantMap &info);
+    void sendRecordedSongItem(const std::shared_ptr<SongItem> &song);
+    QString rotatingStatusText();
+
+    void NotifyID3Change(const std::any &object);
+    void NotifyDeleteSongItems(const std::any &object);
+    void devicesDidChange();
+    void devicesDidIstall();
+    void devicesDidUnistall();
+
+    RecordingPage &view_;
+    DisplayBox &recordSpectrum_;
+    RecordViewCtrDelegate *delegate_ = nullptr;
+    RecordAnimationDelegate *animationdelegate_ = nullptr;
+    bool isFirstAudioData_ = false; // the first audible block of this run has been seen
+    bool recordStarting_ = false;   // a recording is in progress
+    int songItemCount_ = 0;         // tracks recorded in this run and still present
+    int recordCountShow_ = 0;       // phase of the text that shows that the recording runs
+    DeviceType deviceType_ = DeviceType::SystemAudio;
+    DeviceID defaultDeviceID_ = 0; // the default output at launch, then the device of the last recording
+    AudioRecord microRecord_;
+};

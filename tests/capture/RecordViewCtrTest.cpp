@@ -1,0 +1,280 @@
+#include "capture/RecordViewCtr.h"
+
+#include "platform/Folders.h"
+#include "platform/Log.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Panel.h"
+#include "platform/UserDefaults.h"
+#include "store/DataBaseManager.h"
+#include "support/FakeInputUnit.h"
+#include "views/ReadyStatusPanel.h"
+#include "views/RunTracksView.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+constexpr DeviceID kDevice = 3;
+constexpr int kBlocksOfASecond = 87;
+// Blocks are fed as fast as they can be, and an M4A file takes in under six seconds before it has to encode.
+constexpr int kBlocksOfATrack = 5 * kBlocksOfASecond + 10;
+
+struct MainWindow final : RecordViewCtrDelegate {
+    QList<std::shared_ptr<SongItem>> songs;
+    int shown = 0;
+    int tracks = 0;
+    QStringList failures;
+
+    void recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType) override { songs << song; }
+    void showRecordView() override { ++shown; }
+    int recordTracksNum() const override { return tracks; }
+    void setRecordTracksNum(int count) override { tracks = count; }
+    void recordingDidFail(const QString &path, const QString &) override { failures << path; }
+};
+
+struct Scene final : RecordAnimationDelegate {
+    QStringList moves;
+    void startMicrophoneAnimation() override { moves << "+mic"; }
+    void stopMicrophoneAnimation() override { moves << "-mic"; }
+    void startNoteAnimation() override { moves << "+notes"; }
+    void stopNoteAnimation() override { moves << "-notes"; }
+};
+
+class RecordViewCtrTest : public testing::Test {
+protected:
+    void SetUp() override {
+        setLogSink([](const QString &) {});
+        qputenv("PULSE_SERVER", "unix:/nowhere"); // the session is driven by hand here
+        ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
+        defaults.registerDefaults({{"MusicsOutputLocation", QDir::homePath() + "/Rekorder \"ü\" 音"},
+                                   {"AutoSplitMusic", true},
+                                   {"AutoSplitTimeInterval", 300},
+                                   {"AutoFilterMusic", true},
+                                   {"AutoFilterTimeInterval", 5},
+                                   {"DefaultExportFileType", 0},
+                                   {"DefaultERecordQualityType", 3}});
+        ASSERT_TRUE(QDir().mkpath(folder()));
+        session = std::make_unique<RecordViewCtr>(units.factory(), page, box);
+        session->setDelegate(&window);
+        session->setAnimationdelegate(&scene);
+    }
+    void TearDown() override {
+        session.reset();
+        DataBaseManager::defaultManager().closeDataBase();
+        setLogSink({});
+        setPanelAnswerer({});
+    }
+
+    QString folder() const { return defaults.stringForKey("MusicsOutputLocation"); }
+    QStringList files() const { return QDir(folder()).entryList(QDir::Files, QDir::Name); }
+    void start(ExportType type = ExportType::M4A, DeviceType device = DeviceType::SystemAudio) {
+        session->startRecordingFile(type, /*forQualityType=*/3, device, kDevice);
+        feed = std::make_unique<BlockFeed>(*units.client);
+    }
+    /// Blocks of sound, each followed by the main thread's turn.
+    void tone(int blocks) { play(blocks, &BlockFeed::tone); }
+    void silence(int blocks) {
+        for (int i = 0; i < blocks; ++i) {
+            feed->silence();
+            QCoreApplication::processEvents();
+        }
+    }
+    QString status() const { return box.status(); }
+
+    UserDefaults &defaults = UserDefaults::standardUserDefaults();
+    RecordingPage page{/*parent=*/nullptr};
+    DisplayBox box{/*parent=*/nullptr};
+    FakeInputUnits units;
+    MainWindow window;
+    Scene scene;
+    std::unique_ptr<RecordViewCtr> session;
+    std::unique_ptr<BlockFeed> feed;
+
+private:
+    void play(int blocks, void (BlockFeed::*block)(Status)) {
+        for (int i = 0; i < blocks; ++i) {
+            (feed.get()->*block)(0);
+            QCoreApplication::processEvents();
+        }
+    }
+};
+} // namespace
+
+TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
+    start();
+    EXPECT_EQ(defaults.integerForKey("TrackID"), 2); // from nothing: the first is Track1
+    EXPECT_EQ(status(), "Ready");
+    tone(kBlocksOfATrack);
+    EXPECT_TRUE(status().startsWith("Rec"));
+    EXPECT_EQ(box.lblRecordTime()->stringValue(), "00:05  ");
+    EXPECT_EQ(window.shown, 1);
+    session->stopRecordingFile();
+    EXPECT_EQ(status(), "");
+
+    ASSERT_EQ(window.songs.size(), 1);
+    const SongItem &song = *window.songs[0];
+    EXPECT_EQ(song.title(), "Track1");
+    EXPECT_EQ(song.songPath(), folder() + "/Track1_Unknown Artist.m4a");
+    EXPECT_EQ(song.length(), 5000);
+    EXPECT_EQ(song.size(), QFileInfo(song.songPath()).size());
+    EXPECT_EQ(song.sampleRate(), 44100);
+    EXPECT_EQ(song.encodeKind(), "M4A audio");
+    EXPECT_EQ(song.getID3Status(), 0);
+    EXPECT_EQ(window.tracks, 1);
+    EXPECT_EQ(page.runTracksView()->countOfSongItems(), 1);
+    const auto stored = DataBaseManager::defaultManager().getAllSongItems();
+    ASSERT_TRUE(stored && stored->size() == 1);
+    EXPECT_EQ(stored->front()->songPath(), song.songPath());
+    EXPECT_EQ(scene.moves.first(), "+mic");
+    EXPECT_TRUE(scene.moves.contains("+notes"));
+    EXPECT_EQ(scene.moves.mid(scene.moves.size() - 2), QStringList({"-notes", "-mic"}));
+    // Deleted elsewhere in the program, it leaves the strip too.
+    NotificationCenter::defaultCenter().postNotification("HasDeleteSongItemNotification", window.songs);
+    EXPECT_EQ(page.runTracksView()->countOfSongItems(), 0);
+}
+
+TEST_F(RecordViewCtrTest, DropsWhatIsTooShortAndGivesItsNumberBack) {
+    struct Case {
+        const char *name;
+        DeviceType device;
+        QVariant isFiltering, limit;
+        int blocks;
+        bool isKept;
+    };
+    const QVariant absent;
+    for (const auto &[name, device, isFiltering, limit, blocks, isKept] : {
+             Case{"below the limit", DeviceType::SystemAudio, true, 5, 3 * kBlocksOfASecond, false},
+             Case{"4.9 s count as 4", DeviceType::SystemAudio, true, 5, 422, false},
+             Case{"5 s stay", DeviceType::SystemAudio, true, 5, kBlocksOfATrack, true},
+             Case{"another device is not filtered", DeviceType::Microphone, true, 5, 3 * kBlocksOfASecond, true},
+             Case{"the filter is off", DeviceType::SystemAudio, false, 5, 3 * kBlocksOfASecond, true},
+             Case{"half a second is the least anywhere", DeviceType::Microphone, false, 5, 35, false},
+             Case{"no sound at all", DeviceType::SystemAudio, false, 5, 0, false},
+         }) {
+        SCOPED_TRACE(name);
+        defaults.setObject(isFiltering, "AutoFilterMusic");
+        defaults.setObject(limit, "AutoFilterTimeInterval");
+        const qint64 before = defaults.integerForKey("TrackID");
+        const qsizetype kept = window.songs.size();
+        start(ExportType::M4A, device);
+        tone(blocks);
+        session->stopRecordingFile();
+        EXPECT_EQ(window.songs.size() - kept, isKept ? 1 : 0);
+        // From nothing the first number is 1, and a drop steps back to it.
+        EXPECT_EQ(defaults.integerForKey("TrackID"), std::max<qint64>(before, 1) + (isKept ? 1 : 0));
+        if (isKept) {
+            EXPECT_EQ(window.songs.last()->getID3Status(), device == DeviceType::Microphone ? 3 : 0);
+        }
+    }
+    EXPECT_EQ(files().size(), window.songs.size());
+}
+
+TEST_F(RecordViewCtrTest, CutsAtAGapAndTakesTheFormatThatIsWantedNow) {
+    defaults.setInteger(2, "AutoFilterTimeInterval");
+    start();
+    tone(3 * kBlocksOfASecond);
+    silence(25);
+    EXPECT_TRUE(window.songs.isEmpty());
+    defaults.setInteger(1, "DefaultExportFileType");
+    silence(1);
+    ASSERT_EQ(window.songs.size(), 1);
+    EXPECT_EQ(status(), "Ready");
+    silence(300); // the rest of the gap belongs to no file
+    for (int i = 0; i < 6 * kBlocksOfASecond; ++i) {
+        tone(1);
+        if (i % 10 == 0)
+            usleep(5000); // time for the encoder, which drops what comes too fast; a third of it is enough here
+    }
+    session->inciseRecordingFile(); // by hand
+    session->stopRecordingFile();
+    EXPECT_EQ(files(), QStringList({"Track1_Unknown Artist.m4a", "Track2_Unknown Artist.mp3"}));
+    session->inciseRecordingFile(); // nothing runs: nothing happens
+    EXPECT_EQ(window.songs.size(), 2);
+
+    defaults.setBool(false, "AutoSplitMusic");
+    start();
+    tone(kBlocksOfASecond);
+    silence(4 * kBlocksOfASecond);
+    EXPECT_TRUE(status().startsWith("Rec")); // silence is part of the recording now
+    session->stopRecordingFile();
+    EXPECT_EQ(window.songs.size(), 3);
+    EXPECT_EQ(window.songs.last()->length(), 5000);
+}
+
+TEST_F(RecordViewCtrTest, FindsAFreeNameAndAFolder) {
+    const auto touch = [this](const QString &name) { QFile(folder() + '/' + name).open(QIODevice::WriteOnly); };
+    defaults.setInteger(7, "TrackID");
+    touch("Track7_Unknown Artist.m4a");
+    touch("Track7_Unknown Artist(1).m4a");
+    start();
+    session->stopRecordingFile();
+    start();
+    EXPECT_TRUE(files().contains("Track7_Unknown Artist(2).m4a"));
+    session->stopRecordingFile();
+
+    QDir(folder()).removeRecursively();
+    start();
+    EXPECT_EQ(folder(), defaultMusicFolder());
+    EXPECT_EQ(files(), QStringList{"Track7_Unknown Artist.m4a"});
+    session->stopRecordingFile();
+}
+
+TEST_F(RecordViewCtrTest, TellsWhatItIsDoingBlockByBlock) {
+    QStringList texts;
+    for (int i = 0; i < 93; ++i) {
+        session->changedRecordingStatus(RecordingStatus::Recording);
+        if (texts.isEmpty() || texts.last() != status())
+            texts << status();
+    }
+    EXPECT_EQ(texts, QStringList({"Rec...", "Rec..   ", "Rec. ", "Rec..."}));
+
+    struct Case {
+        bool isNull;
+        bool splits;
+        qint64 inFile;
+        const char *text;
+    };
+    start();
+    for (const auto &[isNull, splits, inFile, text] :
+         {Case{true, true, 0, "Ready"}, Case{false, true, 0, "Rec"}, Case{true, true, 299, "Rec"},
+          Case{true, true, 300, "Ready"}, Case{true, false, 0, "Ready"}, Case{true, false, 1, "Rec"}}) {
+        defaults.setBool(splits, "AutoSplitMusic");
+        session->nullAudioSignal(isNull, inFile, /*forNullCount=*/0);
+        EXPECT_TRUE(status().startsWith(text)) << isNull << splits << inFile;
+    }
+}
+
+TEST_F(RecordViewCtrTest, StopsAndTellsOnceWhenTheFileCannotBeWritten) {
+    QDir(folder()).removeRecursively();
+    ASSERT_TRUE(QFile(folder()).open(QIODevice::WriteOnly)); // a file where the folder was
+    start();
+    QElapsedTimer timer;
+    for (timer.start(); window.failures.isEmpty() && timer.elapsed() < 5000;)
+        QCoreApplication::processEvents();
+    EXPECT_EQ(window.failures.size(), 1);
+    EXPECT_EQ(status(), "");
+}
+
+TEST_F(RecordViewCtrTest, SaysWhichFolderMayNotBeWritten) {
+    QStringList asked;
+    setPanelAnswerer([&](const Panel &panel) {
+        asked << panel.message;
+        return PanelAnswer{};
+    });
+    const QString locked = QDir::homePath() + "/locked";
+    ASSERT_TRUE(QDir().mkpath(locked));
+    ASSERT_EQ(chmod(QFile::encodeName(locked).constData(), 0555), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(QDir::homePath()).constData(), 0755), 0);
+    if (getuid() == 0) { // who may write everywhere
+        ASSERT_EQ(setresuid(65534, 65534, 65534), 0);
+    }
+    EXPECT_TRUE(isDraggingDestPermited(locked));
+    EXPECT_EQ(asked,
+              QStringList{"You do not have the privilege to save files here, please select another one.\n " + locked});
+    EXPECT_FALSE(isDraggingDestPermited("/tmp"));
+}
