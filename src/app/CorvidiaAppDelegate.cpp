@@ -1,0 +1,138 @@
+#include "app/CorvidiaAppDelegate.h"
+
+#include "capture/CaptureDevice.h"
+#include "platform/Folders.h"
+#include "platform/LocalizedString.h"
+#include "platform/Log.h"
+#include "platform/Panel.h"
+#include "platform/ProcessList.h"
+#include "platform/UserDefaults.h"
+#include "tags/AudioConverter.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+namespace {
+constexpr int kLongestProcessName = 16;
+constexpr const char *kProcessName = "Corvidia";
+
+UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
+} // namespace
+
+bool CorvidiaAppDelegate::initialize() {
+    if (checkApplicationIsRunning(kProcessName)) {
+        const QString text = localizedString("A Copy of %@ is already opened.Only one copy of "
+                                             "software can be opened at a time.");
+        runPanel({localizedString("Already Open"),
+                  QString(text).replace("%@", kApplicationFolderName),
+                  {localizedString("OK")},
+                  {}});
+        return false;
+    }
+    registerUserDefaults();
+    createFolders();
+    return true;
+}
+
+bool CorvidiaAppDelegate::checkApplicationIsRunning(const QString &name) {
+    const QByteArray wanted = name.left(kLongestProcessName).toUtf8();
+    int matches = 0;
+    for (const ProcessEntry &process : GetBSDProcessList())
+        if (ottieniNome(process) == wanted && ++matches == 2)
+            return true;
+    return false;
+}
+
+void CorvidiaAppDelegate::registerUserDefaults() {
+    const QString outputFolder = defaultMusicFolder();
+    QDir().mkpath(outputFolder); // whoever uses the folder meets the failure
+    if (isExistTessarineAudioDevice() && isInstalledTessarineAudioDevice("Tessarine Audio Device"))
+        defaults().setInteger(1, "DefualtRecordDeviceKey");
+    else if (!defaults().contains("DefualtRecordDeviceKey"))
+        defaults().setInteger(1, "DefualtRecordDeviceKey");
+    defaults().registerDefaults({
+        {"TrackID", 0},
+        {"MusicsOutputLocation", outputFolder},
+        {"SUEnableAutomaticChecks", true},
+        {"SUScheduledCheckInterval", 86400},
+        {"ISFirstLauch", true},
+        {"SHowWarningLess20S", true},
+        {"AutoSplitMusic", true},
+        {"AutoSplitTimeInterval", 300},
+        {"AutoFilterMusic", true},
+        {"AutoFilterTimeInterval", 5},
+        {"MusicFilesAutoGetID3", true},
+        {"FormatsForSelected", 3},
+        {"DefaultExportFileType", 0},
+        {"DefaultERecordQualityType", 3},
+        {"ShowWelcomeAtLaunch", true},
+    });
+}
+
+void CorvidiaAppDelegate::createFolders() {
+    const QString covers = coverImageFolder();
+    if (!QFile::exists(covers)) {
+        if (!QDir().mkpath(covers)) {
+            logLine("Create Dir Failed! " + covers);
+            return;
+        }
+        QFile::setPermissions(covers, QFile::Permissions(0x7777));
+    }
+    defaults().setInteger(defaults().integerForKey("RateLaunchTimes") + 1, "RateLaunchTimes");
+}
+
+CorvidiaAppDelegate::CorvidiaAppDelegate(const InputUnitFactory &makeInputUnit)
+    : mainWindow_(makeInputUnit), sessionBus_(new SessionBus(this, *this)) {
+    mainWindow_.setTerminate([this] { terminate(); });
+}
+
+void CorvidiaAppDelegate::applicationDidFinishLaunching() {
+    isMustTerminate_ = false;
+    defaults().synchronize();
+    AudioConverter::Initialize(QCoreApplication::applicationDirPath());
+    mainWindow_.showWindow();
+    sessionBus_->connectToBus();
+}
+
+void CorvidiaAppDelegate::activateAction(const QString &name) {
+    if (name == "record" && !mainWindow_.isRecording())
+        mainWindow_.recorder();
+    else if (name == "stop" && mainWindow_.isRecording())
+        mainWindow_.recorder();
+    else if (name == "cut")
+        mainWindow_.recorderCut();
+    else if (name == "quit")
+        terminateNow(); // whoever calls over the bus may not be there to answer a
+                        // question
+}
+
+bool CorvidiaAppDelegate::applicationShouldTerminate() {
+    if (isMustTerminate_ || !mainWindow_.isRecording())
+        return true;
+    const Panel question{localizedString("Recording are being now,do you want to stop recording and quit?"),
+                         {},
+                         {localizedString("Quit"), localizedString("Don't Quit")},
+                         {}};
+    return runPanel(question).button == 0;
+}
+
+void CorvidiaAppDelegate::terminate() {
+    if (applicationShouldTerminate())
+        terminateNow();
+}
+
+void CorvidiaAppDelegate::terminateNow() {
+    applicationWillTerminate();
+    QCoreApplication::quit();
+}
+
+void CorvidiaAppDelegate::applicationWillTerminate() {
+    if (std::exchange(hasTerminated_, true))
+        return;
+    mainWindow_.mainWindowWillClose();
+    AudioConverter::Uninitialize();
+    defaults().synchronize();
+}
+
+void CorvidiaAppDelegate::applicationShouldHandleReopen() { mainWindow_.showWindow(); }

@@ -1,0 +1,221 @@
+#include "app/MainWindowCtr.h"
+
+#include "capture/CaptureDevice.h"
+#include "platform/Folders.h"
+#include "platform/LocalizedString.h"
+#include "platform/Log.h"
+#include "platform/MainThread.h"
+#include "platform/Panel.h"
+#include "platform/UserDefaults.h"
+#include "store/DataBaseManager.h"
+#include "store/LibraryFile.h"
+#include "store/TimeAndSizeText.h"
+#include "views/DisplayBox.h"
+#include "views/RecordingPage.h"
+#include "views/SketchButton.h"
+#include "views/StatusLine.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QMenu>
+
+namespace {
+UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
+
+void tell(const QString &message, const QString &text) { runPanel({message, text, {localizedString("OK")}, {}}); }
+} // namespace
+
+MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
+    : recordViewCtr_(makeInputUnit, *window_.recordingPage(), *window_.displayBox()),
+      sleepInhibitor_(localizedString("Music is being recorded")) {
+    recordViewCtr_.setDelegate(this);
+    window_.setWindowTitle(kApplicationFolderName);
+    recordViewCtr_.getRecordingSpectrumView()->hide();
+    window_.setShouldClose([this] { return windowShouldClose(); });
+    connect(window_.recordingBtn(), &SketchButton::clicked, this, &MainWindowCtr::recorder);
+    connect(window_.cutBtn(), &SketchButton::clicked, this, &MainWindowCtr::recorderCut);
+    fillMenu();
+    changeControlsState(isRecording_);
+    // Once the window is up, so that it stands behind what has to be told of a damaged library.
+    performAfterDelay(/*seconds=*/0, this, [this] { loadLibrary(); });
+}
+
+MainWindowCtr::~MainWindowCtr() { recordViewCtr_.setDelegate(nullptr); }
+
+void MainWindowCtr::fillMenu() {
+    recorderMenuItem_.setShortcut(QKeySequence("Ctrl+R"));
+    cutMenuItem_.setText(localizedString("Cut to another recording"));
+    cutMenuItem_.setShortcut(QKeySequence("Ctrl+K"));
+    quitMenuItem_.setText(localizedString("Quit"));
+    quitMenuItem_.setShortcut(QKeySequence::Quit);
+    connect(&recorderMenuItem_, &QAction::triggered, this, &MainWindowCtr::recorder);
+    connect(&cutMenuItem_, &QAction::triggered, this, &MainWindowCtr::recorderCut);
+    connect(&quitMenuItem_, &QAction::triggered, this, [this] { terminate_(); });
+    QMenu &menu = *window_.menu();
+    menu.addAction(&recorderMenuItem_);
+    menu.addAction(&cutMenuItem_);
+    menu.addSeparator();
+    menu.addAction(&quitMenuItem_);
+    // An action answers its shortcut only in a window that holds it.
+    window_.addActions({&recorderMenuItem_, &cutMenuItem_, &quitMenuItem_});
+}
+
+void MainWindowCtr::loadLibrary() {
+    const QString path = defaultLibraryPath();
+    const LibraryState state = libraryStateOf(path);
+    if (state == LibraryState::NotADatabase || state == LibraryState::OtherColumns) {
+        const QString kept = setAsideLibrary(path);
+        if (kept.isNull())
+            tell(localizedString("The library can't be read"),
+                 localizedString("%1 is no library of this program, and it could not "
+                                 "be moved out of the way. New "
+                                 "recordings are kept as files, but not listed.")
+                     .arg(path));
+        else
+            tell(localizedString("A new library was begun"),
+                 localizedString("The old one can't be read. Nothing in it was "
+                                 "changed, it is now:\n%1")
+                     .arg(kept));
+    } else if (state == LibraryState::Locked || state == LibraryState::NotOpenable) {
+        tell(localizedString("The library can't be opened"),
+             localizedString("%1 is in use by another program or may not be read. "
+                             "New recordings are kept as files, "
+                             "but not listed, until it can be opened.")
+                 .arg(path));
+    }
+    DataBaseManager::defaultManager().loadDataBase();
+}
+
+// Recording
+
+void MainWindowCtr::recorder() {
+    isRecording_ = !isRecording_;
+    if (!isRecording_) {
+        recordViewCtr_.stopRecordingFile();
+    } else {
+        const auto exportType = static_cast<ExportType>(defaults().integerForKey("DefaultExportFileType"));
+        const auto qualityType = static_cast<int>(defaults().integerForKey("DefaultERecordQualityType"));
+        const QString folder = defaults().stringForKey("MusicsOutputLocation");
+        // The flip stays: the next press takes the way of a stop.
+        if (QFile::exists(folder) && isDraggingDestPermited(folder))
+            return;
+        if (!hasCaptureDevice()) {
+            setNoRecordStatus();
+            return;
+        }
+        recordViewCtr_.startRecordingFile(exportType, qualityType, DeviceType::SystemAudio,
+                                          getInPutAudioDeviceIDForName(kCaptureDeviceName));
+    }
+    showRecordView();
+    changeControlsState(isRecording_);
+}
+
+bool MainWindowCtr::hasCaptureDevice() {
+    if (!isInstallAudioDeviceWithClassName(kCaptureDeviceClass)) {
+        const bool isInstalled = showInstallDevice();
+        recordViewCtr_.listenAudio();
+        return isInstalled;
+    }
+    // Asked with the class and not with a device's name, so that the launch always runs.
+    if (!isLaunchedRequiredAudioDevice(kCaptureDeviceClass) && !launchAudioDeviceWithClassName(kCaptureDeviceClass)) {
+        displayStatus(localizedString("There is no sound server to record from"));
+        return false;
+    }
+    return true;
+}
+
+void MainWindowCtr::recorderCut() { recordViewCtr_.inciseRecordingFile(); }
+
+void MainWindowCtr::setNoRecordStatus() {
+    isRecording_ = !isRecording_;
+    changeControlsState(isRecording_);
+}
+
+void MainWindowCtr::changeControlsState(bool isRecording) {
+    window_.cutBtn()->setEnabled(isRecording);
+    cutMenuItem_.setEnabled(isRecording);
+    window_.recordingBtn()->setImages(isRecording ? recorderStopImages() : recorderImages(),
+                                      localizedString(isRecording ? "Stop" : "Record"));
+    recorderMenuItem_.setText(localizedString(isRecording ? "Stop Recording" : "Start Recording"));
+    sleepInhibitor_.setActive(isRecording);
+}
+
+bool MainWindowCtr::showInstallDevice() {
+    const Panel offer{localizedString("Install Recording Extra"),
+                      localizedString("This Extra is necessary for recording losslessly. It is "
+                                      "absolutely safety, and "
+                                      "you can uninstall it in the menu if you want."),
+                      {localizedString("Install"), localizedString("Cancel")},
+                      {}};
+    if (runPanel(offer).button != 0)
+        return false;
+    if (!installAudioDevice(kCaptureDriverName)) {
+        tell(localizedString("Install failed!"), " ");
+        return false;
+    }
+    tell(localizedString("Install successed!"), " ");
+    launchAudioDeviceWithClassName(kCaptureDeviceClass);
+    return true;
+}
+
+void MainWindowCtr::recordedSongItem(const std::shared_ptr<SongItem> &song, [[maybe_unused]] DeviceType forDeviceType) {
+    if (mainExiting_ || !song)
+        return;
+    marrNewRecord_.prepend(song);
+    showNewRecordStatus();
+}
+
+void MainWindowCtr::recordingDidFail(const QString &path, const QString &reason) {
+    if (isRecording_)
+        setNoRecordStatus();
+    tell(localizedString("The recording was stopped"),
+         localizedString("%1 can't be written: %2\n\nWhat was recorded before is kept.")
+             .arg(QFileInfo(path).fileName(), reason));
+}
+
+// The window
+
+void MainWindowCtr::showRecordView() {
+    window_.displayBox()->setBackgroundImage("BoxBackground");
+    recordViewCtr_.getRecordingSpectrumView()->show();
+}
+
+void MainWindowCtr::displayStatus(const QString &status) { window_.lblStatus()->setStatus(status); }
+
+void MainWindowCtr::showNewRecordStatus() {
+    if (marrNewRecord_.isEmpty()) {
+        displayStatus({});
+        return;
+    }
+    qint64 length = 0;
+    qint64 size = 0;
+    for (const auto &song : marrNewRecord_) {
+        length += song->length();
+        size += song->size();
+    }
+    displayStatus(QStringLiteral("%1 %2, %3, %4")
+                      .arg(marrNewRecord_.size())
+                      .arg(localizedString(marrNewRecord_.size() == 1 ? "track" : "tracks"),
+                           ConvertTimeToString(length), ConvertSizeToString(size)));
+}
+
+void MainWindowCtr::showWindow() {
+    window_.setWindowState(window_.windowState() & ~Qt::WindowMinimized);
+    window_.show();
+    window_.raise();
+    window_.activateWindow();
+}
+
+bool MainWindowCtr::windowShouldClose() {
+    window_.hide();
+    return false;
+}
+
+void MainWindowCtr::mainWindowWillClose() {
+    mainExiting_ = true;
+    recordViewCtr_.stopRecordingFile();
+    isRecording_ = false;
+    changeControlsState(isRecording_);
+    stopAudioDeviceWithClassName(kCaptureDeviceClass);
+    DataBaseManager::defaultManager().closeDataBase();
+}

@@ -1,0 +1,72 @@
+// Owns the one main window and drives what the user sees in it: starts and stops recording, and receives the recorded
+// tracks.
+//
+// Threads: main.
+#pragma once
+
+#include "capture/RecordViewCtr.h"
+#include "platform/SleepInhibitor.h"
+#include "views/MainWindowView.h"
+
+#include <QAction>
+#include <QObject>
+#include <functional>
+#include <memory>
+
+class MainWindowCtr final : public QObject, public RecordViewCtrDelegate {
+    Q_OBJECT
+public:
+    explicit MainWindowCtr(const InputUnitFactory &makeInputUnit);
+    ~MainWindowCtr() override;
+
+    /// Starts recording, or stops it.
+    void recorder();
+    /// Cuts to another recording; nothing unless one runs.
+    void recorderCut();
+    /// The Record button's state. It stays true, and nothing records, after an attempt to record into a folder that may
+    /// not be written: the next press then takes the way of a stop.
+    bool isRecording() const { return isRecording_; }
+
+    /// Text for the status line; null clears it.
+    void displayStatus(const QString &status);
+    void listenAudio() { recordViewCtr_.listenAudio(); }
+    /// Shows the window, in front of all others.
+    void showWindow();
+    /// Ends recording and closes the library. The end of the process follows.
+    void mainWindowWillClose();
+    bool mainExiting() const { return mainExiting_; }
+
+    /// What the Quit item of the menu does.
+    void setTerminate(std::function<void()> terminate) { terminate_ = std::move(terminate); }
+
+    void recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType forDeviceType) override;
+    void showRecordView() override;
+    int recordTracksNum() const override { return recordTracksNum_; }
+    void setRecordTracksNum(int count) override { recordTracksNum_ = count; }
+    void recordingDidFail(const QString &path, const QString &reason) override;
+
+    MainWindowView &window() { return window_; }
+    RecordViewCtr &recordViewCtr() { return recordViewCtr_; }
+
+private:
+    void loadLibrary();
+    void fillMenu();
+    bool hasCaptureDevice();
+    void setNoRecordStatus();
+    void changeControlsState(bool isRecording);
+    bool showInstallDevice();
+    bool windowShouldClose();
+    void showNewRecordStatus();
+
+    MainWindowView window_;
+    RecordViewCtr recordViewCtr_;
+    SleepInhibitor sleepInhibitor_;
+    QAction recorderMenuItem_;
+    QAction cutMenuItem_;
+    QAction quitMenuItem_;
+    QList<std::shared_ptr<SongItem>> marrNewRecord_; // the tracks of this run
+    std::function<void()> terminate_ = [] {};
+    bool isRecording_ = false;
+    bool mainExiting_ = false;
+    int recordTracksNum_ = 0;
+};

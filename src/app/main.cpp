@@ -1,0 +1,41 @@
+// Start of the program.
+
+#include "app/CorvidiaAppDelegate.h"
+#include "platform/MainThread.h"
+#include "platform/Panel.h"
+#include "platform/PulseInputUnit.h"
+#include "platform/TerminationSignals.h"
+#include "views/PanelDialog.h"
+
+#include <QApplication>
+#include <QIcon>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+int main(int argc, char **argv) {
+    QApplication application(argc, argv);
+    QApplication::setApplicationName("Corvidia");
+    QApplication::setApplicationDisplayName("Tessarine Corvidia");
+    QApplication::setDesktopFileName("com.tessarine.Corvidia");
+    QApplication::setWindowIcon(QIcon(":/images/icon.svg"));
+    // Closing the window hides it; recording goes on.
+    QApplication::setQuitOnLastWindowClosed(false);
+    av_log_set_level(AV_LOG_ERROR);
+    setPanelAnswerer([](const Panel &panel) { return answerWithDialog(QApplication::activeWindow(), panel); });
+
+    if (!CorvidiaAppDelegate::initialize()) {
+        SessionBus::activateOtherCopy();
+        // The message leaves with the event loop.
+        performAfterDelay(/*seconds=*/0, &application, [] { QApplication::quit(); });
+        QApplication::exec();
+        return 0;
+    }
+    CorvidiaAppDelegate delegate(pulseInputUnitFactory());
+    onTerminationSignal([&delegate] { delegate.terminateNow(); });
+    QObject::connect(&application, &QApplication::commitDataRequest, &delegate,
+                     [&delegate] { delegate.terminateNow(); });
+    delegate.applicationDidFinishLaunching();
+    return QApplication::exec();
+}
