@@ -1,0 +1,209 @@
+#include "support/RecordedStream.h"
+
+#include "capture/CaptureDevice.h"
+#include "capture/SilenceWatch.h"
+#include "platform/UserDefaults.h"
+#include "store/DataBaseManager.h"
+#include "support/DecodedAudio.h"
+#include "support/PrivateDesktop.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QThread>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+constexpr const char *kService = "com.tessarine.Corvidia";
+constexpr int kPatienceMilliseconds = 20'000;
+
+bool waitUntil(const std::function<bool()> &condition) {
+    QElapsedTimer timer;
+    for (timer.start(); !condition(); QThread::msleep(20))
+        if (timer.elapsed() > kPatienceMilliseconds)
+            return false;
+    return true;
+}
+
+/// The program under observation.
+class RunningProgram {
+public:
+    RunningProgram(const QString &program, const QString &logPath)
+        : logPath_(logPath),
+          bus_(QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), "recorded-stream")) {
+        endWithParent(process_);
+        process_.setProgram(program);
+        process_.setStandardErrorFile(logPath);
+        process_.start();
+    }
+    ~RunningProgram() {
+        process_.kill();
+        process_.waitForFinished();
+        QDBusConnection::disconnectFromBus("recorded-stream");
+    }
+
+    bool isReady() {
+        return process_.waitForStarted() &&
+               waitUntil([this] { return bus_.interface()->isServiceRegistered(kService).value(); });
+    }
+    bool activateAction(const QString &name) {
+        QDBusMessage call = QDBusMessage::createMethodCall(kService, "/com/tessarine/Corvidia",
+                                                           "org.freedesktop.Application", "ActivateAction");
+        call << name << QVariantList() << QVariantMap();
+        return bus_.call(call).type() == QDBusMessage::ReplyMessage;
+    }
+    /// How often `line` stands in the log.
+    qsizetype count(const QByteArray &line) const {
+        QFile log(logPath_);
+        return log.open(QIODevice::ReadOnly) ? log.readAll().count(line) : 0;
+    }
+    bool endsWell() {
+        return process_.waitForFinished(kPatienceMilliseconds) && process_.exitStatus() == QProcess::NormalExit &&
+               process_.exitCode() == 0;
+    }
+
+private:
+    QString logPath_;
+    QDBusConnection bus_;
+    QProcess process_;
+};
+
+void prepareHome(const RecordingPlan &plan) {
+    UserDefaults &defaults = UserDefaults::standardUserDefaults();
+    defaults.setInteger(static_cast<qint64>(plan.type), "DefaultExportFileType");
+    if (plan.keepsShort)
+        defaults.setBool(false, "AutoFilterMusic");
+    defaults.synchronize();
+}
+
+QString recordOn(const RecordingPlan &plan, PrivateSoundServer &server, PrivateDesktop &desktop) {
+    RunningProgram program(plan.program, plan.outFolder + "/corvidia.log");
+    if (!program.isReady())
+        return "the program did not come up, see corvidia.log";
+    constexpr const char *kFirstSlice = "sound arrives from the capture device";
+    // The unit that feeds the display must be up first: it is taken down for the recording, and starts anew.
+    if (!waitUntil([&] { return program.count(kFirstSlice) >= 1; }) || !program.activateAction("record") ||
+        !waitUntil([&] { return program.count(kFirstSlice) >= 2; }))
+        return "no sound arrived from the capture device, see corvidia.log";
+    if (!server.play(plan.wavPath))
+        return "the file could not be played: " + server.errorText();
+    QThread::sleep(2);
+    if (!program.activateAction("stop"))
+        return "the program does not answer";
+    QThread::msleep(500); // for the picture only: the last track's card comes up
+    if (!desktop.screenshot(plan.outFolder + "/screenshot.png"))
+        return "no picture could be taken";
+    if (!program.activateAction("quit") || !program.endsWell())
+        return "the program did not end as it should";
+    return {};
+}
+
+struct Alignment {
+    double likeness = 0; ///< 1 for the same sound
+    int64_t start = 0;   ///< frame of the stream at which the file starts
+};
+
+/// Where in the stream the file starts, by comparing a second of sound from half a second into the song.
+Alignment align(const DecodedAudio &kept, const SongStream &stream, const SongStream::Song &song) {
+    constexpr int64_t kReach = 4096;
+    constexpr size_t kWindow = kSampleRate;
+    const size_t at = song.firstFrame + kSampleRate / 2;
+    Alignment best;
+    for (int64_t shift = -kReach; shift <= kReach; ++shift) {
+        // The frame of the file that is to hold the stream's frame `at`, were its start `shift` frames off the song's.
+        const int64_t from = kSampleRate / 2 - shift;
+        if (from < 0 || from + static_cast<int64_t>(kWindow) > static_cast<int64_t>(kept.frames()))
+            continue;
+        double both = 0, played = 0, recorded = 0;
+        for (size_t i = 0; i < kWindow; i += 3) {
+            const double a = stream.left(at + i);
+            const double b = kept.left[static_cast<size_t>(from) + i];
+            both += a * b;
+            played += a * a;
+            recorded += b * b;
+        }
+        const double likeness = both / std::sqrt(played * recorded + 1e-12);
+        if (likeness > best.likeness)
+            best = {likeness, static_cast<int64_t>(song.firstFrame) + shift};
+    }
+    return best;
+}
+} // namespace
+
+QString recordStream(const RecordingPlan &plan) {
+    QDir out(plan.outFolder);
+    out.removeRecursively();
+    if (!out.mkpath("home"))
+        return plan.outFolder + " cannot be made";
+    // Sockets need short paths; nothing that stays is in here.
+    const QTemporaryDir machine("/tmp/corvidia-XXXXXX");
+    qputenv("HOME", out.absoluteFilePath("home").toUtf8());
+    PrivateSoundServer server(plan.server, machine.filePath("sound"));
+    PrivateDesktop desktop(machine.path());
+    if (!server.start())
+        return "the sound server did not come up: " + server.errorText();
+    if (!desktop.start())
+        return desktop.errorText();
+    prepareHome(plan);
+    if (!installAudioDevice(kCaptureDriverName))
+        return "the capture device could not be installed";
+    RecordingPlan absolute = plan;
+    absolute.outFolder = out.absolutePath();
+    return recordOn(absolute, server, desktop);
+}
+
+QJsonArray tracksOfLibrary(const QString &outFolder) {
+    DataBaseManager &library = DataBaseManager::defaultManager();
+    library.loadDataBase(outFolder + "/home/Library/Application Support/Tessarine Corvidia/Library.db");
+    auto songs = library.getAllSongItems().value_or(QList<std::shared_ptr<SongItem>>());
+    library.closeDataBase();
+    std::stable_sort(songs.begin(), songs.end(),
+                     [](const auto &a, const auto &b) { return a->songID() < b->songID(); });
+    QJsonArray tracks;
+    for (const auto &song : songs)
+        tracks.append(QJsonObject{
+            {"path", song->songPath()},
+            {"title", song->title()},
+            {"seconds", static_cast<double>(song->length()) / 1000},
+            {"frames", static_cast<qint64>(decodeAudio(song->songPath()).frames())},
+            {"type", song->encodeKind() == "MP3 audio" ? "MP3" : "M4A"},
+            {"songID", song->songID()},
+        });
+    return tracks;
+}
+
+QStringList complaintsAbout(const QJsonArray &tracks, const SongStream &stream) {
+    QStringList complaints;
+    if (tracks.size() != static_cast<qsizetype>(stream.songs.size()))
+        complaints << QStringLiteral("%1 tracks were kept of %2 songs").arg(tracks.size()).arg(stream.songs.size());
+    const size_t both = std::min(stream.songs.size(), static_cast<size_t>(tracks.size()));
+    for (size_t i = 0; i < both; ++i) {
+        const SongStream::Song &song = stream.songs[i];
+        const QString title = tracks[static_cast<qsizetype>(i)].toObject()["title"].toString();
+        const DecodedAudio kept = decodeAudio(tracks[static_cast<qsizetype>(i)].toObject()["path"].toString());
+        const Alignment found = align(kept, stream, song);
+        const auto early = static_cast<int64_t>(song.firstFrame) - found.start;
+        if (found.likeness < 0.95)
+            complaints
+                << QStringLiteral("%1 does not sound like song %2 (%3)").arg(title).arg(i + 1).arg(found.likeness);
+        // A block that begins in silence and has little of the song counts as silent, and is left out.
+        else if (std::abs(early) > static_cast<int64_t>(kBlockFrames))
+            complaints << QStringLiteral("%1 starts %2 frames before song %3").arg(title).arg(early).arg(i + 1);
+        // The song and the silence up to the split; the last one ends wherever the recording was stopped.
+        const size_t least = song.frames();
+        const size_t most = i + 1 == stream.songs.size() ? least + 4 * kSampleRate : least + 28 * kBlockFrames;
+        if (kept.frames() < least || kept.frames() > most)
+            complaints << QStringLiteral("%1 has %2 frames, song %3 has %4")
+                              .arg(title)
+                              .arg(kept.frames())
+                              .arg(i + 1)
+                              .arg(least);
+    }
+    return complaints;
+}

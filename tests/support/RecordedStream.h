@@ -1,0 +1,34 @@
+// The main job from outside: the real program on a machine of its own records what a player plays.
+#pragma once
+
+#include "platform/AudioTypes.h"
+#include "support/PrivateSoundServer.h"
+#include "support/SongStream.h"
+
+#include <QJsonArray>
+#include <QString>
+#include <QStringList>
+
+/// What to record and how.
+struct RecordingPlan {
+    QString program;   ///< path of the program
+    QString wavPath;   ///< what is played
+    QString outFolder; ///< takes the home folder, the log, tracks.json and the
+                       ///< screenshot; what stood there is removed
+    PrivateSoundServer::Kind server = PrivateSoundServer::Kind::PulseAudio;
+    ExportType type = ExportType::M4A;
+    bool keepsShort = false; ///< turns the length filter off
+};
+
+/// Brings up sound server, display and session bus, starts the program, records exactly what is played of the WAV file
+/// and two seconds more, and ends the program. Everything is ended again. The answer is what went wrong, null when
+/// nothing did.
+QString recordStream(const RecordingPlan &plan);
+
+/// The tracks of the library below `outFolder`, in order of time: path, title, seconds (as in the library), frames
+/// (decoded, at 44100 Hz), type ("M4A" or "MP3"), songID.
+QJsonArray tracksOfLibrary(const QString &outFolder);
+
+/// Compares the kept files with what was played: one line for each song that is lost, merged, cut short or not where it
+/// should start, and for each track too many.
+QStringList complaintsAbout(const QJsonArray &tracks, const SongStream &stream);
