@@ -1,0 +1,175 @@
+#include "app/CorvidiaAppDelegate.h"
+
+#include "capture/CaptureDevice.h"
+#include "platform/Folders.h"
+#include "platform/Log.h"
+#include "platform/Panel.h"
+#include "platform/UserDefaults.h"
+#include "store/LibraryFile.h"
+#include "support/FakeInputUnit.h"
+#include "support/PrivateSoundServer.h"
+#include "views/SketchButton.h"
+#include "views/StatusLine.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+class MainWindow : public testing::Test {
+protected:
+    void SetUp() override {
+        setLogSink([](const QString &) {});
+        setPanelAnswerer([this](const Panel &panel) {
+            asked << panel.message;
+            return PanelAnswer{answers.isEmpty() ? 0 : answers.takeFirst(), false};
+        });
+        ASSERT_TRUE(CorvidiaAppDelegate::initialize());
+    }
+    void TearDown() override {
+        delegate.reset();
+        setPanelAnswerer({});
+        setLogSink({});
+    }
+    /// The program up to its first idle moment.
+    void launch() {
+        delegate = std::make_unique<CorvidiaAppDelegate>(units.factory());
+        delegate->applicationDidFinishLaunching();
+        QCoreApplication::processEvents();
+    }
+    MainWindowCtr &window() { return delegate->mainWindow(); }
+    QString recordButton() { return window().window().recordingBtn()->accessibleName(); }
+    bool canCut() { return window().window().cutBtn()->isEnabled(); }
+
+    QStringList asked;
+    QList<int> answers;
+    FakeInputUnits units;
+    std::unique_ptr<CorvidiaAppDelegate> delegate;
+};
+
+class MainWindowWithSound : public MainWindow {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(server.start()) << qPrintable(server.errorText());
+        MainWindow::SetUp();
+    }
+    QTemporaryDir folder{"/tmp/corvidia-XXXXXX"};
+    PrivateSoundServer server{PrivateSoundServer::Kind::PulseAudio, folder.path()};
+};
+} // namespace
+
+TEST_F(MainWindow, StartsWithTheRegisteredDefaultsAndFolders) {
+    const UserDefaults &defaults = UserDefaults::standardUserDefaults();
+    EXPECT_EQ(defaults.integerForKey("DefaultExportFileType"), 0);
+    EXPECT_EQ(defaults.integerForKey("DefaultERecordQualityType"), 3);
+    EXPECT_EQ(defaults.integerForKey("AutoSplitTimeInterval"), 300);
+    EXPECT_EQ(defaults.integerForKey("AutoFilterTimeInterval"), 5);
+    EXPECT_EQ(defaults.integerForKey("SUScheduledCheckInterval"), 86400);
+    EXPECT_TRUE(defaults.boolForKey("AutoSplitMusic") && defaults.boolForKey("AutoFilterMusic"));
+    EXPECT_FALSE(defaults.contains("HadGoToRate"));
+    EXPECT_EQ(defaults.integerForKey("DefualtRecordDeviceKey"), 1);
+    EXPECT_EQ(defaults.integerForKey("RateLaunchTimes"), 1);
+    EXPECT_TRUE(QFile::exists(defaultMusicFolder()));
+    EXPECT_TRUE(QFile::exists(coverImageFolder()));
+    ASSERT_TRUE(CorvidiaAppDelegate::initialize());
+    EXPECT_EQ(defaults.integerForKey("RateLaunchTimes"), 2);
+    // Without room for the covers the launch goes on, and is not counted.
+    ASSERT_TRUE(QDir(coverImageFolder()).removeRecursively());
+    ASSERT_TRUE(QFile::remove(applicationSupportFolder()) || QDir(applicationSupportFolder()).removeRecursively());
+    ASSERT_TRUE(QFile(applicationSupportFolder()).open(QIODevice::WriteOnly));
+    ASSERT_TRUE(CorvidiaAppDelegate::initialize());
+    EXPECT_EQ(defaults.integerForKey("RateLaunchTimes"), 2);
+}
+
+TEST_F(MainWindow, OffersTheCaptureDeviceAndGoesBackToRestWhenItIsDeclined) {
+    qputenv("PULSE_SERVER", "unix:/nowhere");
+    launch();
+    answers = {1};
+    window().recorder();
+    EXPECT_EQ(asked, QStringList{"Install Recording Extra"});
+    EXPECT_FALSE(window().isRecording());
+    EXPECT_EQ(recordButton(), "Record");
+    // Accepted, but there is no sound server: told as a failure.
+    asked.clear();
+    window().recorder();
+    EXPECT_EQ(asked, QStringList({"Install Recording Extra", "Install failed!"}));
+    EXPECT_FALSE(window().isRecording());
+}
+
+TEST_F(MainWindow, StaysPressedAfterAFolderThatMayNotBeWritten) {
+    ASSERT_EQ(chmod(QFile::encodeName(QDir::homePath()).constData(), 0777), 0);
+    const QString folder = QDir::homePath() + "/read-only";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_EQ(chmod(QFile::encodeName(folder).constData(), 0555), 0);
+    UserDefaults::standardUserDefaults().setObject(folder, "MusicsOutputLocation");
+    qputenv("PULSE_SERVER", "unix:/nowhere");
+    launch();
+    if (getuid() == 0) { // who may write everywhere
+        ASSERT_EQ(setreuid(65534, 0), 0);
+    }
+    window().recorder();
+    ASSERT_EQ(asked.size(), 1);
+    EXPECT_TRUE(asked.first().contains(folder));
+    EXPECT_TRUE(window().isRecording());
+    EXPECT_FALSE(canCut());
+    window().recorder(); // takes the way of a stop
+    EXPECT_EQ(asked.size(), 1);
+    EXPECT_FALSE(window().isRecording());
+}
+
+TEST_F(MainWindow, SetsALibraryAsideThatItCannotRead) {
+    QFile library(defaultLibraryPath());
+    ASSERT_TRUE(library.open(QIODevice::WriteOnly));
+    library.write("these are not the bytes of a database, but somebody may want them back");
+    library.close();
+    qputenv("PULSE_SERVER", "unix:/nowhere");
+    launch();
+    EXPECT_EQ(asked, QStringList{"A new library was begun"});
+    EXPECT_EQ(libraryStateOf(defaultLibraryPath()), LibraryState::Readable);
+    const QStringList kept = QDir(applicationSupportFolder()).entryList({"Library (unreadable*.db"});
+    ASSERT_EQ(kept.size(), 1);
+    QFile old(applicationSupportFolder() + '/' + kept.first());
+    ASSERT_TRUE(old.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(old.readAll().endsWith("want them back"));
+}
+
+TEST_F(MainWindowWithSound, RecordsCutsAsksBeforeItQuitsAndKeepsTheOpenFile) {
+    launch();
+    window().recorder(); // installs first
+    EXPECT_EQ(asked, QStringList({"Install Recording Extra", "Install successed!"}));
+    ASSERT_TRUE(window().isRecording());
+    EXPECT_EQ(recordButton(), "Stop");
+    EXPECT_TRUE(canCut());
+    EXPECT_NE(units.initializedFor.back(), 0u);
+    UserDefaults::standardUserDefaults().setInteger(1, "AutoFilterTimeInterval");
+
+    BlockFeed feed(*units.client);
+    const auto play = [&] {
+        for (int i = 0; i < 130; ++i)
+            feed.tone();
+        QCoreApplication::processEvents();
+    };
+    play();
+    delegate->activateAction("cut");
+    play();
+    EXPECT_TRUE(window().window().lblStatus()->status().startsWith("1 track, 1 second, "));
+    window().window().close(); // hides; the recording goes on
+    EXPECT_FALSE(window().window().isVisible());
+    EXPECT_TRUE(window().isRecording());
+    delegate->activate();
+    EXPECT_TRUE(window().window().isVisible());
+
+    asked.clear();
+    answers = {1};
+    delegate->terminate();
+    EXPECT_EQ(asked, QStringList{"Recording are being now,do you want to stop recording and quit?"});
+    EXPECT_TRUE(window().isRecording());
+    delegate->activateAction("quit");
+    EXPECT_FALSE(window().isRecording());
+    EXPECT_EQ(QDir(defaultMusicFolder()).entryList(QDir::Files).size(), 2);
+}

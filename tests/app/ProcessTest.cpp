@@ -1,0 +1,105 @@
+// The program as a process among others.
+#include "app/CorvidiaAppDelegate.h"
+
+#include "support/PrivateDesktop.h"
+#include "support/PrivateSoundServer.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+#include <csignal>
+#include <gtest/gtest.h>
+
+namespace {
+bool waitUntil(const std::function<bool()> &condition) {
+    QElapsedTimer timer;
+    for (timer.start(); !condition(); QThread::msleep(20))
+        if (timer.elapsed() > 20'000)
+            return false;
+    return true;
+}
+
+/// The program is up once it takes SIGTERM for an event.
+bool catchesTermination(const QProcess &process) {
+    QFile status(QStringLiteral("/proc/%1/status").arg(process.processId()));
+    if (!status.open(QIODevice::ReadOnly))
+        return false;
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith("SigCgt:"))
+            return line.mid(7).trimmed().toULongLong(nullptr, 16) >> (SIGTERM - 1) & 1;
+    return false;
+}
+
+/// A copy of /bin/sleep under another name, which the process list then shows.
+std::unique_ptr<QProcess> sleeperNamed(const QString &name) {
+    const QString path = QDir::homePath() + '/' + name;
+    QFile::copy("/bin/sleep", path);
+    auto process = std::make_unique<QProcess>();
+    endWithParent(*process);
+    process->start(path, {"60"});
+    EXPECT_TRUE(process->waitForStarted());
+    return process;
+}
+} // namespace
+
+TEST(SingleInstance, NeedsTwoProcessesOfTheNameThatAreNotStopped) {
+    const auto isRunning = [](const char *name) { return CorvidiaAppDelegate::checkApplicationIsRunning(name); };
+    EXPECT_FALSE(isRunning("sleeper-one"));
+    const auto first = sleeperNamed("sleeper-one");
+    EXPECT_FALSE(isRunning("sleeper-one"));
+    const auto second = sleeperNamed("sleeper-one");
+    EXPECT_TRUE(waitUntil([&] { return isRunning("sleeper-one"); }));
+    EXPECT_FALSE(isRunning("Sleeper-One"));
+    EXPECT_FALSE(isRunning("sleeper"));
+    kill(static_cast<pid_t>(second->processId()), SIGSTOP);
+    EXPECT_TRUE(waitUntil([&] { return !isRunning("sleeper-one"); }));
+    second->kill();
+    first->kill();
+    second->waitForFinished();
+    first->waitForFinished();
+}
+
+TEST(Process, RunsOnASessionBusAndEndsInOrderOnASignal) {
+    const QTemporaryDir folder("/tmp/corvidia-XXXXXX");
+    PrivateDesktop desktop(folder.path());
+    ASSERT_TRUE(desktop.start()) << qPrintable(desktop.errorText());
+    qputenv("PULSE_SERVER", "unix:/nowhere");
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove("QT_QPA_PLATFORM");
+    const auto start = [&] {
+        auto program = std::make_unique<QProcess>();
+        endWithParent(*program);
+        program->setProcessEnvironment(environment);
+        program->start(CORVIDIA_PROGRAM, {});
+        return program;
+    };
+    QDBusConnection bus = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), "test");
+    const auto isOnBus = [&] { return bus.interface()->isServiceRegistered("com.tessarine.Corvidia").value(); };
+
+    const auto program = start();
+    ASSERT_TRUE(waitUntil(isOnBus));
+    // A second copy says that there is one already; here its alert stands until the copy is ended.
+    const auto second = start();
+    EXPECT_FALSE(second->waitForFinished(1500));
+    second->terminate();
+    second->waitForFinished(5000);
+
+    kill(static_cast<pid_t>(program->processId()), SIGTERM);
+    EXPECT_TRUE(program->waitForFinished(20'000));
+    EXPECT_EQ(program->exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program->exitCode(), 0) << program->readAllStandardError().constData();
+    EXPECT_FALSE(isOnBus());
+
+    // Without a session bus the program works as before.
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere");
+    const auto alone = start();
+    ASSERT_TRUE(waitUntil([&] { return catchesTermination(*alone); }));
+    alone->terminate();
+    EXPECT_TRUE(alone->waitForFinished(20'000));
+    EXPECT_EQ(alone->exitCode(), 0);
+}
