@@ -1,6 +1,7 @@
 #include "capture/AudioRecord.h"
 
 #include "platform/Log.h"
+#include "platform/Reblocker.h"
 #include "support/DecodedAudio.h"
 #include "support/FakeInputUnit.h"
 
@@ -9,8 +10,11 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <random>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -76,10 +80,24 @@ protected:
             settle();
         }
     }
+    /// Sound that no encoder makes small.
+    void noise(int blocks) {
+        for (int i = 0; i < blocks; ++i) {
+            std::array<float, kBlockFrames> samples{};
+            for (float &sample : samples)
+                sample = noise_(random_);
+            device.feed(samples, samples);
+            settle();
+        }
+        QCoreApplication::processEvents();
+    }
     void settle() {
         engine.deliverReports();
         EXPECT_TRUE(waitFor([this] { return engine.freeMP3Blocks() == 20; }));
     }
+    std::mt19937 random_{1};
+    std::uniform_real_distribution<float> noise_{-0.5f, 0.5f};
+
     static bool waitFor(const std::function<bool()> &condition, int milliseconds = 20'000) {
         QElapsedTimer timer;
         for (timer.start(); !condition(); QCoreApplication::processEvents())
@@ -319,16 +337,64 @@ TEST_F(AudioRecordTest, AGrowingM4aSurvivesTheDeathOfTheProgram) {
     EXPECT_FALSE(file.readAll().contains("moof"));
 }
 
-TEST_F(AudioRecordTest, AFullDiskStopsTheFileAndIsToldOnce) {
-    // /dev/full takes nothing, as a full disk.
-    ASSERT_TRUE(QFile::link("/dev/full", path("full.mp3")));
-    ASSERT_TRUE(open("full.mp3", ExportType::MP3));
-    for (int i = 0; i < 300; ++i) {
-        tone(1);
-        QCoreApplication::processEvents();
+TEST_F(AudioRecordTest, AFullDiskStopsTheFileIsToldOnceAndCostsNothingThatWasWritten) {
+    // A limit on the size of files stands for the end of the disk.
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{100'000, 100'000};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    for (const auto &[name, type] : {std::pair{"full.mp3", ExportType::MP3}, std::pair{"full.m4a", ExportType::M4A}}) {
+        SCOPED_TRACE(name);
+        heard.failures.clear();
+        heard.finished.clear();
+        ASSERT_TRUE(open(name, type));
+        ASSERT_TRUE(waitFor([&] {
+            noise(10);
+            return !heard.failures.isEmpty();
+        }));
+        noise(50); // goes on coming until somebody stops
+        engine.stopRecordAudioFile();
+        EXPECT_EQ(heard.failures, QStringList{path(name)});
+        EXPECT_EQ(heard.finished, QStringList{path(name)});
+        EXPECT_GT(decodeAudio(path(name)).frames(), 1u * kSampleRate);
     }
-    ASSERT_TRUE(waitFor([&] { return !heard.failures.isEmpty(); }));
-    engine.stopRecordAudioFile();
-    EXPECT_EQ(heard.failures, QStringList{path("full.mp3")});
-    EXPECT_EQ(heard.finished, QStringList{path("full.mp3")});
+}
+
+TEST_F(AudioRecordTest, DecidesTheSameHoweverTheSoundIsCutIntoFragments) {
+    // 3 s: silence, sound that ends inside a block, a gap that splits, and sound again.
+    std::vector<float> stream(2 * 3 * kSampleRate);
+    for (size_t frame = 0; frame < stream.size() / 2; ++frame) {
+        const bool isSound = (frame > 10'000 && frame < 55'555) || frame > 77'777;
+        stream[2 * frame] = stream[2 * frame + 1] =
+            isSound ? 0.4f * static_cast<float>(std::sin(0.05 * static_cast<double>(frame % 9973))) : 0.0f;
+    }
+    engine.setAutoSplitTimeForMillisecond(300);
+    std::vector<std::vector<qint64>> decisions;
+    for (const size_t fragment : {1u, 3u, 7u, 512u, 997u}) {
+        heard = {};
+        ASSERT_TRUE(open("fragments.m4a", ExportType::M4A));
+        Reblocker reblocker;
+        for (size_t frame = 0; frame < stream.size() / 2;) {
+            size_t left = std::min(fragment, stream.size() / 2 - frame);
+            reblocker.beginChunk(Reblocker::framesToNanos(frame));
+            while (left > 0) {
+                const size_t taken = reblocker.take(stream.data() + 2 * frame, left);
+                frame += taken;
+                left -= taken;
+                if (reblocker.isFull()) {
+                    engine.AudioInputProc(reblocker.slice());
+                    engine.deliverReports();
+                }
+            }
+        }
+        engine.stopRecordAudioFile();
+        std::vector<qint64> decided{static_cast<qint64>(decodeAudio(path("fragments.m4a")).frames())};
+        for (const auto &signal : heard.signalled)
+            decided.insert(decided.end(), {signal.isNull, signal.inFile, signal.overall});
+        for (const float silence : heard.silences)
+            decided.push_back(static_cast<qint64>(silence * 1e6f));
+        decisions.push_back(decided);
+    }
+    EXPECT_EQ(heard.silences.size(), 1u);
+    for (const auto &decided : decisions)
+        EXPECT_EQ(decided, decisions.front());
 }
