@@ -104,6 +104,17 @@ QString recordOn(const RecordingPlan &plan, PrivateSoundServer &server, PrivateD
     return {};
 }
 
+/// Empties a folder of an earlier run. One that holds anything else is left alone.
+QString makeRoom(const QDir &out) {
+    constexpr const char *kMark = ".recorded-stream";
+    if (out.exists() && !out.isEmpty() && !out.exists(kMark))
+        return out.path() + " holds other files; please name a new folder";
+    QDir(out.path()).removeRecursively();
+    if (!out.mkpath("home") || !QFile(out.filePath(kMark)).open(QIODevice::WriteOnly))
+        return out.path() + " cannot be made";
+    return {};
+}
+
 struct Alignment {
     double likeness = 0; ///< 1 for the same sound
     int64_t start = 0;   ///< frame of the stream at which the file starts
@@ -137,10 +148,9 @@ Alignment align(const DecodedAudio &kept, const SongStream &stream, const SongSt
 } // namespace
 
 QString recordStream(const RecordingPlan &plan) {
-    QDir out(plan.outFolder);
-    out.removeRecursively();
-    if (!out.mkpath("home"))
-        return plan.outFolder + " cannot be made";
+    const QDir out(plan.outFolder);
+    if (const QString error = makeRoom(out); !error.isNull())
+        return error;
     // Sockets need short paths; nothing that stays is in here.
     const QTemporaryDir machine("/tmp/corvidia-XXXXXX");
     qputenv("HOME", out.absoluteFilePath("home").toUtf8());
@@ -178,13 +188,16 @@ QJsonArray tracksOfLibrary(const QString &outFolder) {
     return tracks;
 }
 
-QStringList complaintsAbout(const QJsonArray &tracks, const SongStream &stream) {
+QStringList complaintsAbout(const QJsonArray &tracks, const SongStream &stream, bool keepsShort) {
+    std::vector<SongStream::Song> songs = stream.songs;
+    if (!keepsShort)
+        std::erase_if(songs, [](const SongStream::Song &song) { return song.isFragment; });
     QStringList complaints;
-    if (tracks.size() != static_cast<qsizetype>(stream.songs.size()))
-        complaints << QStringLiteral("%1 tracks were kept of %2 songs").arg(tracks.size()).arg(stream.songs.size());
-    const size_t both = std::min(stream.songs.size(), static_cast<size_t>(tracks.size()));
+    if (tracks.size() != static_cast<qsizetype>(songs.size()))
+        complaints << QStringLiteral("%1 tracks were kept of %2 songs").arg(tracks.size()).arg(songs.size());
+    const size_t both = std::min(songs.size(), static_cast<size_t>(tracks.size()));
     for (size_t i = 0; i < both; ++i) {
-        const SongStream::Song &song = stream.songs[i];
+        const SongStream::Song &song = songs[i];
         const QString title = tracks[static_cast<qsizetype>(i)].toObject()["title"].toString();
         const DecodedAudio kept = decodeAudio(tracks[static_cast<qsizetype>(i)].toObject()["path"].toString());
         const Alignment found = align(kept, stream, song);
@@ -197,7 +210,7 @@ QStringList complaintsAbout(const QJsonArray &tracks, const SongStream &stream) 
             complaints << QStringLiteral("%1 starts %2 frames before song %3").arg(title).arg(early).arg(i + 1);
         // The song and the silence up to the split; the last one ends wherever the recording was stopped.
         const size_t least = song.frames();
-        const size_t most = i + 1 == stream.songs.size() ? least + 4 * kSampleRate : least + 28 * kBlockFrames;
+        const size_t most = i + 1 == songs.size() ? least + 4 * kSampleRate : least + 28 * kBlockFrames;
         if (kept.frames() < least || kept.frames() > most)
             complaints << QStringLiteral("%1 has %2 frames, song %3 has %4")
                               .arg(title)

@@ -14,7 +14,7 @@ struct RecordingPlan {
     QString program;   ///< path of the program
     QString wavPath;   ///< what is played
     QString outFolder; ///< takes the home folder, the log, tracks.json and the
-                       ///< screenshot; what stood there is removed
+                       ///< screenshot; must be new, empty, or of an earlier run
     PrivateSoundServer::Kind server = PrivateSoundServer::Kind::PulseAudio;
     ExportType type = ExportType::M4A;
     bool keepsShort = false; ///< turns the length filter off
@@ -31,4 +31,4 @@ QJsonArray tracksOfLibrary(const QString &outFolder);
 
 /// Compares the kept files with what was played: one line for each song that is lost, merged, cut short or not where it
 /// should start, and for each track too many.
-QStringList complaintsAbout(const QJsonArray &tracks, const SongStream &stream);
+QStringList complaintsAbout(const QJsonArray &tracks, const SongStream &stream, bool keepsShort = false);

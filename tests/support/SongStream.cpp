@@ -77,7 +77,8 @@ SongStream makeSongStream() {
     addSilence(stream, 0.400);
     stream.songs.push_back(addMusic(stream, second, 6));
     addSilence(stream, 3);
-    addMusic(stream, fragment, 3);
+    stream.songs.push_back(addMusic(stream, fragment, 3));
+    stream.songs.back().isFragment = true;
     addSilence(stream, 0.400);
     stream.songs.push_back(addMusic(stream, third, 6.2));
     return stream;

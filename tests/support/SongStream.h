@@ -9,11 +9,12 @@
 struct SongStream {
     struct Song {
         size_t firstFrame = 0;
-        size_t endFrame = 0; ///< one past the last frame that is not silent
+        size_t endFrame = 0;     ///< one past the last frame that is not silent
+        bool isFragment = false; ///< too short for the length filter
         size_t frames() const { return endFrame - firstFrame; }
     };
     std::vector<int16_t> samples; ///< interleaved left, right
-    std::vector<Song> songs;      ///< what a recording must keep, in order; gaps below the split interval are inside
+    std::vector<Song> songs;      ///< in order; gaps below the split interval are inside
 
     size_t frames() const { return samples.size() / 2; }
     float left(size_t frame) const { return static_cast<float>(samples[2 * frame]) / 32768.0f; }
