@@ -18,6 +18,7 @@ corvidia_require(FFMPEG libavformat libavcodec libswresample libavutil)
 corvidia_require(PULSE libpulse)
 corvidia_require(SQLITE sqlite3)
 corvidia_require(TAGLIB taglib)
+corvidia_require(ZLIB zlib)
 
 find_path(LAME_INCLUDE_DIR lame/lame.h)
 find_library(LAME_LIBRARY mp3lame)

@@ -62,6 +62,8 @@ const char *kindOf(const AudioSource &source, const QString &path) {
 
 void AudioConverter::Initialize(const QString & /*executableFolder*/) {
     av_log_set_level(AV_LOG_QUIET);
+    // Counts that lie made libavformat ask for 1.7 GB. The sample table of a day of sound takes 90 MB.
+    av_max_alloc(192UL << 20);
     isInitialized = true;
 }
 

@@ -1,0 +1,24 @@
+// Pictures as they stand in audio files.
+//
+// Threads: any.
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+#include <QVariantList>
+
+/// Collects the pictures of a file. What can't be decoded is skipped, and so is what goes past the memory that all
+/// pictures of a file together may take.
+class CoverCollector {
+public:
+    /// `bytes` are a whole picture file; only pictures made of points are taken, no drawings.
+    void add(const char *bytes, qsizetype size);
+    const QVariantList &images() const { return images_; }
+
+private:
+    QVariantList images_;
+    qint64 bytesLeft_ = 128 * 1024 * 1024;
+};
+
+/// `image` as JPEG at full quality, what is transparent on white; empty if that can't be made.
+QByteArray jpegOf(const QImage &image);

@@ -1,0 +1,34 @@
+// The one door through which the program reads and writes the tags of audio files.
+//
+// A file's handler is chosen by what decodes in it, never by its name. Tags travel in a dictionary with the keys
+// "title", "artist", "album", "year", "genre", "comment" and "cover", a list of QImage. Every write sees to it first
+// that the file carries the marks of GracenoteHelper.
+//
+// Threads: any. Of two writes to one file at the same time one answers no.
+#pragma once
+
+#include <QString>
+#include <QVariantMap>
+#include <optional>
+
+class TagLibHelper {
+public:
+    /// The tags of an MP3 or M4A file; nothing for any other. All keys are there, texts that the file lacks as empty
+    /// ones, the year as a number, and as covers what could be decoded.
+    static std::optional<QVariantMap> ID3Info(const QString &path);
+
+    /// Writes the keys that are there; the others stay as they are in the file. A year is written if above 0. "cover"
+    /// replaces all pictures, each made anew as JPEG; an M4A gets pictures only if it has some. False for any other
+    /// format, where the marks can't be written, and where the tags can't; in the last case the file has got the marks.
+    static bool setID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info);
+
+    // The two routes, for a file whose format is known.
+
+    static std::optional<QVariantMap> MP3ID3Info(const QString &path);
+    static bool setMP3ID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info);
+    static std::optional<QVariantMap> M4AID3Info(const QString &path);
+    static bool setM4AID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info);
+
+    static bool setMP3GracenoteInfo(const QString &path);
+    static bool setM4AGracenoteInfo(const QString &path);
+};

@@ -1,0 +1,15 @@
+// Audio files that a test makes for itself, in its home folder.
+#pragma once
+
+#include <QString>
+#include <string>
+
+QString inHome(const QString &name);
+/// A stereo tone of `seconds`, encoded by the ffmpeg command as the name's ending and `arguments` say; its path.
+QString makeTone(const QString &name, const QString &arguments = {}, double seconds = 1);
+std::string bytesOf(const QString &path);
+QString makeFile(const QString &name, const std::string &bytes);
+/// Whether ffprobe reads the file without a complaint.
+bool ffprobeReads(const QString &path);
+/// Names in the folder of the home that holds the test's files, hidden ones too.
+QStringList filesInHome();
