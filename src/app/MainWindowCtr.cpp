@@ -10,6 +10,7 @@
 #include "store/DataBaseManager.h"
 #include "store/LibraryFile.h"
 #include "store/TimeAndSizeText.h"
+#include "tags/FirstTags.h"
 #include "views/DisplayBox.h"
 #include "views/RecordingPage.h"
 #include "views/SketchButton.h"
@@ -159,6 +160,8 @@ bool MainWindowCtr::showInstallDevice() {
 }
 
 void MainWindowCtr::recordedSongItem(const std::shared_ptr<SongItem> &song, [[maybe_unused]] DeviceType forDeviceType) {
+    if (song)
+        writeID3(*song);
     if (mainExiting_ || !song)
         return;
     marrNewRecord_.prepend(song);

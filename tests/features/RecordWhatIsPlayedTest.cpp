@@ -1,5 +1,7 @@
 // What a listener is promised, with the real program on a real sound server.
 #include "support/RecordedStream.h"
+#include "tags/GracenoteHelper.h"
+#include "tags/TagLibHelper.h"
 
 #include <QDir>
 #include <QFile>
@@ -39,6 +41,15 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
     EXPECT_EQ(QDir(music).entryList(QDir::Files, QDir::Name),
               QStringList({"Track1_Unknown Artist" + ending, "Track2_Unknown Artist" + ending,
                            "Track3_Unknown Artist" + ending}));
+    for (const QJsonValue &track : tracks) {
+        const QString path = track["path"].toString();
+        const QVariantMap tags = TagLibHelper::ID3Info(path).value_or(QVariantMap());
+        EXPECT_EQ(tags["title"].toString(), track["title"].toString());
+        EXPECT_EQ(tags["artist"].toString(), "Unknown Artist");
+        // An M4A gets no picture where it had none.
+        EXPECT_EQ(tags["cover"].toList().size(), type == ExportType::MP3 ? 1 : 0);
+        EXPECT_EQ(GracenoteHelper::hasGracenoteInfo(path), type == ExportType::M4A);
+    }
     // Other programs read the library too.
     QProcess shell;
     shell.start("sqlite3", {plan.outFolder + "/home/Library/Application Support/Tessarine Corvidia/Library.db",
