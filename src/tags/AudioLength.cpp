@@ -52,7 +52,9 @@ AudioLength mp4Length(const QString &path, AudioSource &source) {
         if (!hasFragments)
             break;
     }
-    AudioLength length{.seconds = secondsOf(stream, std::max<int64_t>(stream.duration + start, 0)),
+    // An unknown duration is the least of all numbers.
+    const int64_t duration = std::max<int64_t>(stream.duration, 0);
+    AudioLength length{.seconds = secondsOf(stream, std::max<int64_t>(duration + start, 0)),
                        .isExact = true,
                        .bitRate = static_cast<double>(stream.codecpar->bit_rate)};
     if (hasFragments) {

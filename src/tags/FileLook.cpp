@@ -67,6 +67,8 @@ private:
         position_ = *content;
         while (position_ < start + length)
             if (!atom(depth + 1)) {
+                // TagLib keeps such an atom under its name, with no length, and would read its count from elsewhere.
+                areOffsetsSound_ = false;
                 position_ = size_;
                 break;
             }

@@ -39,11 +39,15 @@ void OpenedMP3::save() {
 OpenedM4A::OpenedM4A(TagStream &stream, bool isForWriting) {
     if (!stream.isOpen())
         return;
-    const Mp4Look look = lookAtMp4(stream);
-    if (!look.isReadable || (isForWriting && !look.isWritable))
+    Mp4Look look = lookAtMp4(stream);
+    if (look.tail > 0) {
+        // TagLib refuses a file that has anything but atoms behind its last one, as it has where `moov` once was
+        // longer.
+        stream.hideTail(look.tail);
+        look = lookAtMp4(stream);
+    }
+    if (look.tail > 0 || !look.isReadable || (isForWriting && !look.isWritable))
         return;
-    // TagLib refuses a file that has anything but atoms behind its last one, as it has where `moov` once was longer.
-    stream.hideTail(look.tail);
     file_.emplace(&stream, /*readProperties=*/true, kStyle);
     if (!file_->isOpen() || !file_->isValid() || !file_->tag() || stream.hasRefused())
         file_.reset();

@@ -1,0 +1,117 @@
+// How long tags take to be read and written: reading beside a bare TagLib loop over the same 1,000 files, where the
+// goal is at most 1.3 times plus the look at the format, and the marks on an M4A of 10 MB. Milliseconds over the files
+// are microseconds a file.
+#include "platform/Log.h"
+#include "tags/AudioConverter.h"
+#include "tags/AudioFileHelper.h"
+#include "tags/GracenoteHelper.h"
+#include "tags/TagLibHelper.h"
+
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+
+namespace {
+constexpr int kFiles = 1'000;
+
+// Copies of one MP3 and one M4A of 20 s, and an M4A of 10 MB.
+class Files {
+public:
+    static const Files &made() {
+        static const Files files;
+        return files;
+    }
+    QString path(const char *ending, int number) const { return folder_.filePath(QString::number(number) + ending); }
+    QString large() const { return folder_.filePath("large.m4a"); }
+
+private:
+    Files() {
+        AudioConverter::Initialize({});
+        setLogSink([](const QString &) {});
+        for (const char *ending : {".mp3", ".m4a"}) {
+            encode(path(ending, 0), 20,
+                   {"-metadata", "title=Title", "-metadata", "artist=Artist", "-metadata", "album=Album"});
+            TagLibHelper::setID3Info(path(ending, 0), QVariantMap{{"title", "Title"}, {"genre", "Rock"}});
+            for (int i = 1; i < kFiles; ++i)
+                QFile::copy(path(ending, 0), path(ending, i));
+        }
+        encode(large(), 330, {"-b:a", "256k"});
+    }
+    static void encode(const QString &path, int seconds, const QStringList &arguments) {
+        const QString noise =
+            QStringLiteral("anoisesrc=d=%1:c=pink:r=44100,aformat=channel_layouts=stereo").arg(seconds);
+        QProcess::execute("ffmpeg",
+                          QStringList{"-v", "error", "-f", "lavfi", "-i", noise} + arguments + QStringList{path});
+    }
+    QTemporaryDir folder_;
+};
+
+template <typename Work>
+void overFiles(benchmark::State &state, const char *ending, Work work) {
+    const Files &files = Files::made();
+    for (auto _ : state)
+        for (int i = 0; i < kFiles; ++i)
+            work(files.path(ending, i));
+}
+
+template <typename File>
+void bare(const QString &path) {
+    File file(QFile::encodeName(path).constData());
+    const TagLib::Tag &tag = *file.tag();
+    benchmark::DoNotOptimize(tag.title() + tag.artist() + tag.album() + tag.genre() + tag.comment());
+    benchmark::DoNotOptimize(tag.year());
+}
+
+void bareMP3(benchmark::State &state) { overFiles(state, ".mp3", bare<TagLib::MPEG::File>); }
+void bareM4A(benchmark::State &state) { overFiles(state, ".m4a", bare<TagLib::MP4::File>); }
+void readMP3(benchmark::State &state) { overFiles(state, ".mp3", TagLibHelper::MP3ID3Info); }
+void readM4A(benchmark::State &state) { overFiles(state, ".m4a", TagLibHelper::M4AID3Info); }
+void formatMP3(benchmark::State &state) { overFiles(state, ".mp3", AudioFileHelper::AudioFileFormatID); }
+void formatM4A(benchmark::State &state) { overFiles(state, ".m4a", AudioFileHelper::AudioFileFormatID); }
+void wholeMP3(benchmark::State &state) { overFiles(state, ".mp3", TagLibHelper::ID3Info); }
+void wholeM4A(benchmark::State &state) { overFiles(state, ".m4a", TagLibHelper::ID3Info); }
+
+void write(benchmark::State &state, const char *ending) {
+    QImage cover(500, 500, QImage::Format_RGB32);
+    cover.fill(Qt::darkCyan);
+    int number = 0;
+    const QString path = Files::made().path(ending, 1);
+    for (auto _ : state)
+        TagLibHelper::setID3Info(path,
+                                 QVariantMap{{"title", QString::number(++number)}, {"cover", QVariantList{cover}}});
+}
+void writeMP3(benchmark::State &state) { write(state, ".mp3"); }
+void writeM4A(benchmark::State &state) { write(state, ".m4a"); }
+
+void marksOnLargeM4A(benchmark::State &state) {
+    const QString large = Files::made().large(), copy = large + ".m4a";
+    for (auto _ : state) {
+        state.PauseTiming();
+        QFile::remove(copy);
+        QFile::copy(large, copy);
+        state.ResumeTiming();
+        GracenoteHelper::setM4AGracenoteInfo(copy);
+    }
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    state.counters["MB"] = static_cast<double>(QFile(large).size()) / 1e6;
+    state.counters["peak_process_MB"] = static_cast<double>(usage.ru_maxrss) / 1024;
+}
+} // namespace
+
+BENCHMARK(bareMP3)->Unit(benchmark::kMillisecond);
+BENCHMARK(readMP3)->Unit(benchmark::kMillisecond);
+BENCHMARK(formatMP3)->Unit(benchmark::kMillisecond);
+BENCHMARK(wholeMP3)->Unit(benchmark::kMillisecond);
+BENCHMARK(bareM4A)->Unit(benchmark::kMillisecond);
+BENCHMARK(readM4A)->Unit(benchmark::kMillisecond);
+BENCHMARK(formatM4A)->Unit(benchmark::kMillisecond);
+BENCHMARK(wholeM4A)->Unit(benchmark::kMillisecond);
+BENCHMARK(writeMP3)->Unit(benchmark::kMillisecond);
+BENCHMARK(writeM4A)->Unit(benchmark::kMillisecond);
+BENCHMARK(marksOnLargeM4A)->Unit(benchmark::kMillisecond);
