@@ -10,7 +10,8 @@
 
 class AudioConverter {
 public:
-    /// Keeps libav from writing to standard error and from allocating by a lying count. `executableFolder` is where the program stands.
+    /// Keeps libav from writing to standard error and from allocating by a lying count. `executableFolder` is where the
+    /// program stands.
     static void Initialize(const QString &executableFolder);
     /// Undoes Initialize(), once.
     static void Uninitialize();
