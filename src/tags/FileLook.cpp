@@ -16,7 +16,7 @@ uint32_t word(const uint8_t *bytes) {
 }
 
 // Goes over the atoms exactly as TagLib does, which follows sizes from one header to the next and looks at a parent's
-// end only after each child.
+// end only after each child; but ends at an atom that is larger than what is left of the file, which TagLib follows.
 class AtomWalk {
 public:
     explicit AtomWalk(TagStream &stream) : stream_(stream), size_(static_cast<uint64_t>(stream.length())) {}
@@ -24,8 +24,11 @@ public:
     Mp4Look look() {
         uint64_t end = 0;
         while (isWithinBounds_ && position_ + 8 <= size_) {
-            if (!atom(0))
+            if (!atom(0)) {
+                // Behind `moov` it can be hidden.
+                isWithinBounds_ = isWithinBounds_ && hasMoov_;
                 break;
+            }
             end = position_;
         }
         Mp4Look result;
@@ -37,7 +40,7 @@ public:
     }
 
 private:
-    // Passes one atom with all it holds; false where TagLib would find no atom.
+    // Passes one atom with all it holds; false where there is no whole one.
     bool atom(int depth) {
         isWithinBounds_ = isWithinBounds_ && ++atoms_ <= kMaxAtoms && depth <= kMaxDepth;
         const uint64_t start = position_;
@@ -67,9 +70,8 @@ private:
         position_ = *content;
         while (position_ < start + length)
             if (!atom(depth + 1)) {
-                // TagLib keeps such an atom under its name, with no length, and would read its count from elsewhere.
-                areOffsetsSound_ = false;
-                position_ = size_;
+                // TagLib would go into an atom that claims more than the file holds, and rewrite what is not there.
+                isWithinBounds_ = false;
                 break;
             }
         return true;
@@ -124,21 +126,21 @@ uint64_t frameLength(const uint8_t *h) {
     const int rate = h[2] >> 4, sampling = h[2] >> 2 & 3;
     if (h[0] != 0xff || (h[1] & 0xe0) != 0xe0 || version == 1 || layer == 4 || rate == 0 || rate == 15 || sampling == 3)
         return 0;
-    static constexpr int rates[5][16] = {
+    static constexpr uint64_t rates[5][16] = {
         {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448}, // MPEG 1, layer 1
         {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},    // layer 2
         {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},     // layer 3
         {0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256},    // MPEG 2, layer 1
         {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},         // layers 2 and 3
     };
-    static constexpr int samplings[3] = {44100, 48000, 32000};
+    static constexpr unsigned samplings[3] = {44100, 48000, 32000};
     const bool isFirst = version == 3;
-    const int bits = rates[isFirst ? layer - 1 : layer == 1 ? 3 : 4][rate] * 1000;
-    const int hertz = samplings[sampling] >> (isFirst ? 0 : version == 2 ? 1 : 2);
-    const int padding = h[2] >> 1 & 1;
+    const uint64_t bits = rates[isFirst ? layer - 1 : layer == 1 ? 3 : 4][rate] * 1000;
+    const unsigned hertz = samplings[sampling] >> (isFirst ? 0 : version == 2 ? 1 : 2);
+    const unsigned padding = h[2] >> 1 & 1U;
     if (layer == 1)
-        return static_cast<uint64_t>((12 * bits / hertz + padding) * 4);
-    return static_cast<uint64_t>((layer == 3 && !isFirst ? 72 : 144) * bits / hertz + padding);
+        return (12 * bits / hertz + padding) * 4;
+    return (layer == 3 && !isFirst ? 72 : 144) * bits / hertz + padding;
 }
 
 uint64_t frameAt(TagStream &stream, uint64_t position, uint64_t end) {
@@ -187,6 +189,11 @@ uint64_t beforeTrailingTags(TagStream &stream, uint64_t size) {
 Mp4Look lookAtMp4(TagStream &stream) { return AtomWalk(stream).look(); }
 
 MpegLook lookAtMpegFrames(TagStream &stream) {
+    // A container that may hold the same frames is no place for these tags.
+    char first[8] = {};
+    stream.readAt(0, first, sizeof first);
+    if (std::memcmp(first + 4, "ftyp", 4) == 0 || std::memcmp(first, "RIFF", 4) == 0)
+        return {};
     const auto size = static_cast<uint64_t>(stream.length());
     const uint64_t end = beforeTrailingTags(stream, size);
     uint64_t position = behindLeadingTags(stream, size);

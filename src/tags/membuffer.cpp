@@ -83,7 +83,7 @@ uint32_t membuffer_transfer_from_file(membuffer &buffer, mp4ff_file_record &file
     uint32_t done = 0;
     while (done < size) {
         const uint32_t step = std::min(size - done, kTransferStep);
-        if (membuffer_write(buffer, nullptr, step) != step)
+        if (membuffer_write(buffer, /*source=*/nullptr, step) != step)
             return 0;
         uint8_t *target = buffer.data.get() + (buffer.written - step);
         if (mp4ff_read_data(file, target, step) != step) {

@@ -112,9 +112,9 @@ uint32_t replaceIlst(mp4ff_file_record &file, uint64_t base, uint32_t size, cons
 bool endsWithItsAtoms(mp4ff_file_record &file) {
     if (file.file_size == 0)
         return false;
-    uint8_t byte = 0;
+    uint8_t bytes[2];
     mp4ff_set_position(file, file.file_size - 1);
-    return mp4ff_read_data(file, &byte, 1) == 1 && mp4ff_read_data(file, &byte, 1) == 0;
+    return mp4ff_read_data(file, bytes, sizeof bytes) == 1;
 }
 } // namespace
 

@@ -266,9 +266,10 @@ TEST_F(Tags, CoversOfAnMp3AreReplacedAsJpeg) {
 TEST_F(Tags, FilesOfOtherKindsAreLeftAlone) {
     const std::string mp3 = bytesOf(makeTone("a.mp3")), m4a = bytesOf(makeTone("a.m4a"));
     constexpr size_t kDepth = 20'000;
-    std::string deep, chapters;
+    std::string deep, chapters, lies = atomBytes("ftyp", "M4A ");
     for (size_t i = kDepth; i > 0; --i) {
         deep += int32Bytes(static_cast<uint32_t>(8 * i)) + "udta";
+        lies += int32Bytes(0x7fffffff) + (i == kDepth ? "moov" : "udta");
         chapters += "CHAP" + synchSafe(28 * i - 10) + "\0\0a\0"s + std::string(16, '\0');
     }
     std::string bomb(64U << 20, '\0');
@@ -291,6 +292,7 @@ TEST_F(Tags, FilesOfOtherKindsAreLeftAlone) {
         {"lossless M4A", bytesOf(makeTone("l.m4a", "-c:a alac"))},
         {"M4A without its end", m4a.substr(0, m4a.size() / 2)},
         {"atoms nested deep", insertedBehind(m4a, {}, deep)},
+        {"atoms nested deep that claim more than the file", lies},
         {"a chunk table with a count that lies", std::string(m4a).replace(table + 12, 4, int32Bytes(0x10000000))},
         {"a chunk table with a size that lies", std::string(m4a).replace(table, 4, int32Bytes(0x20200014))},
         {"a compressed frame of 64 MiB", id3v2(frame("TXXX", int32Bytes(64U << 20) + packed, {"\0\x80", 2})) + mp3},
