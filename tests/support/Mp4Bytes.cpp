@@ -89,14 +89,13 @@ std::string insertedBehind(std::string file, std::string_view name, const std::s
 
 std::string replaced(std::string file, std::initializer_list<std::string_view> path, const std::string &replacement) {
     const AtomPlace place = findAtomIn(file, path);
-    std::vector<std::string_view> parents(path.begin(), path.end() - 1);
     // Sizes first: they stand in front of what moves.
-    size_t at = 0, end = file.size();
-    for (const std::string_view name : parents) {
-        while (std::string_view(file).substr(at + 4, 4) != name && at < end)
+    size_t at = 0;
+    for (const auto *name = path.begin(); name + 1 != path.end(); ++name) {
+        while (std::string_view(file).substr(at + 4, 4) != *name)
             at += sizeAt(file, at);
         setWord(file, at, static_cast<uint32_t>(sizeAt(file, at) + replacement.size() - place.size));
-        at += name == "meta" ? 12 : 8;
+        at += *name == "meta" ? 12 : 8;
     }
     return file.replace(place.offset, place.size, replacement);
 }

@@ -1,10 +1,10 @@
 // Surgery on the bytes of MP4 files.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
-#include <vector>
 
 std::string int32Bytes(uint32_t value);
 /// An atom with a plain header, and one with a 64-bit size.

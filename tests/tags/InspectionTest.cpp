@@ -50,6 +50,14 @@ protected:
     }
 };
 
+// Found by fuzzing: an unknown length was added to a negative start.
+TEST_F(AudioFiles, AnM4aWithoutItsMediaHeaderHasNoLength) {
+    QByteArray bytes = read(tone("a.m4a", 44100));
+    const auto info = AudioConverter::getAudioFileInfo(write("b.m4a", bytes.replace("mdhd", "xxxx")));
+    ASSERT_TRUE(info);
+    EXPECT_EQ((*info)["LengthKey"], 0.0);
+}
+
 struct FormatCase {
     const char *name;
     QString path;

@@ -80,9 +80,7 @@ TEST(Mp4Walk, TellsWhereMoovIsAndHowLargeTheFile) {
     struct {
         const char *name;
         std::string bytes;
-        bool isMoovRead;
-        uint64_t moovOffset, fileSize;
-        int lastAtom;
+        uint64_t isMoovRead, moovOffset, fileSize, lastAtom;
     } const cases[] = {
         {"moov last", ftyp + atomBytes("mdat", "sound") + moov, true, 25, 25 + moov.size(), 1},
         {"64-bit mdat", ftyp + longAtomBytes("mdat", "sound") + moov, true, 33, 33 + moov.size(), 1},
