@@ -54,7 +54,7 @@ private:
 template <typename Work>
 void overFiles(benchmark::State &state, const char *ending, Work work) {
     const Files &files = Files::made();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto iteration : state)
         for (int i = 0; i < kFiles; ++i)
             work(files.path(ending, i));
 }
@@ -81,7 +81,7 @@ void write(benchmark::State &state, const char *ending) {
     cover.fill(Qt::darkCyan);
     int number = 0;
     const QString path = Files::made().path(ending, 1);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto iteration : state)
         TagLibHelper::setID3Info(path,
                                  QVariantMap{{"title", QString::number(++number)}, {"cover", QVariantList{cover}}});
 }
@@ -90,7 +90,7 @@ void writeM4A(benchmark::State &state) { write(state, ".m4a"); }
 
 void marksOnLargeM4A(benchmark::State &state) {
     const QString large = Files::made().large(), copy = large + ".m4a";
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto iteration : state) {
         state.PauseTiming();
         QFile::remove(copy);
         QFile::copy(large, copy);
