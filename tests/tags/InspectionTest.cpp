@@ -1,6 +1,10 @@
 #include "tags/AudioConverter.h"
 #include "tags/AudioFileHelper.h"
 
+extern "C" {
+#include <libavutil/mem.h>
+}
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -56,6 +60,22 @@ TEST_F(AudioFiles, AnM4aWithoutItsMediaHeaderHasNoLength) {
     const auto info = AudioConverter::getAudioFileInfo(write("b.m4a", bytes.replace("mdhd", "xxxx")));
     ASSERT_TRUE(info);
     EXPECT_EQ((*info)["LengthKey"], 0.0);
+}
+
+// Found by fuzzing: a fragment that claims 80 million samples made libavformat ask for gigabytes.
+TEST_F(AudioFiles, LyingCountsGetNoMemory) {
+    QByteArray bytes = read(tone("whole.m4a", 44100, "-movflags frag_keyframe+empty_moov+default_base_moof"));
+    const auto count = bytes.indexOf("trun") + 8;
+    ASSERT_GT(count, 8);
+    bytes.replace(count, 4, QByteArray::fromHex("05000000"));
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    // How much of the sound is found is the library's affair.
+    AudioConverter::getAudioFileInfo(write("lying.m4a", bytes));
+    AudioFileHelper::AudioFileFormatID(at("lying.m4a"));
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256 * 1024); // KiB
+    EXPECT_EQ(av_malloc(1UL << 30), nullptr);
 }
 
 struct FormatCase {
