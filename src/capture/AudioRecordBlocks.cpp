@@ -49,15 +49,17 @@ Status AudioRecord::AudioInputProc(const InputSlice &slice) noexcept {
         processBlock(slice);
         return slice.status;
     }
-    const auto processOldest = [this] {
-        processBlock(heldBlocks_.front());
-        heldBlocks_.pop();
+    const auto processOldest = [&](int furtherBlocks) {
+        InputSlice oldest = heldBlocks_.front();
+        heldBlocks_.pop(); // its samples stay until the next push
+        oldest.moreFollows = slice.moreFollows || (furtherBlocks > 0 && !heldBlocks_.isEmpty());
+        processBlock(oldest);
     };
     if (heldBlocks_.isFull())
-        processOldest(); // the main thread has been away too long: go on without its answer
+        processOldest(/*furtherBlocks=*/0); // the main thread has been away too long: go on without its answer
     heldBlocks_.push(slice);
-    for (int i = 0; i < kBlocksPerCallAfterHold && !heldBlocks_.isEmpty() && !isHolding(); ++i)
-        processOldest();
+    for (int i = kBlocksPerCallAfterHold; i > 0 && !heldBlocks_.isEmpty() && !isHolding(); --i)
+        processOldest(/*furtherBlocks=*/i - 1);
     return slice.status;
 }
 
@@ -119,11 +121,14 @@ void AudioRecord::writeMP3AudioData(const float *left, const float *forRightData
     std::copy_n(left, kBlockFrames, block->LbufferData.begin());
     std::copy_n(forRightData, kBlockFrames, block->rbufferData.begin());
     mp3Pending_.fetch_add(1, std::memory_order_relaxed);
+    bool mayWriterSleep = false;
     {
         const std::lock_guard guard(mp3Condition_);
-        mp3WriteList_.push_back(block); // within its reserve: the pool bounds its length
+        mayWriterSleep = mp3WriteList_.empty(); // it sleeps only after it has found the list empty
+        mp3WriteList_.push_back(block);         // within its reserve: the pool bounds its length
     }
-    mp3Queued_.post();
+    if (mayWriterSleep)
+        mp3Queued_.post();
 }
 
 AudioRecord::audioDataMemery *AudioRecord::getAudioFrame() noexcept {
@@ -164,5 +169,8 @@ void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept 
         if (!result.isNull && !result.isWrongSize)
             lostAudibleReport_.store(true, std::memory_order_relaxed);
     }
-    reportWakeup_.signal();
+    // To wake the main thread costs more than all the rest, so it is done once for slices that come together; but not
+    // late where the block behind this one will be held until the main thread has answered.
+    if (!block.moreFollows || result.holdsForSplit)
+        reportWakeup_.signal();
 }

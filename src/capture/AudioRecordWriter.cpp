@@ -25,15 +25,19 @@ void AudioRecord::writeMP3Data() {
 }
 
 bool AudioRecord::takeQueuedBlock() {
-    const std::lock_guard guard(mp3Condition_);
-    if (mp3WriteList_.empty())
-        return false;
-    audioDataMemery *block = mp3WriteList_.front();
+    audioDataMemery *block = nullptr;
+    {
+        // No longer than it takes to unlink the block: the audio thread may be waiting.
+        const std::lock_guard guard(mp3Condition_);
+        if (mp3WriteList_.empty())
+            return false;
+        block = mp3WriteList_.front();
+        mp3WriteList_.erase(mp3WriteList_.begin());
+    }
     mp3WriteMem_.LbufferData = block->LbufferData;
     mp3WriteMem_.rbufferData = block->rbufferData;
     mp3WriteMem_.isEmpty.store(false, std::memory_order_relaxed);
     realseAudioFrame(block);
-    mp3WriteList_.erase(mp3WriteList_.begin());
     return true;
 }
 

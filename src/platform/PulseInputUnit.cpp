@@ -240,8 +240,10 @@ void PulseInputUnit::drain() noexcept {
             const float *rest = fragment_ ? fragment_ + 2 * fragmentDone_ : nullptr;
             fragmentDone_ += reblocker_.take(rest, fragmentFrames_ - fragmentDone_);
             if (reblocker_.isFull()) {
-                client_.AudioInputProc(reblocker_.slice());
+                InputSlice slice = reblocker_.slice();
                 ++windowBlocks_;
+                slice.moreFollows = fragmentFrames_ - fragmentDone_ >= kBlockFrames && windowBlocks_ < kBlocksPerWindow;
+                client_.AudioInputProc(slice);
             }
         }
         fragmentFrames_ = 0;

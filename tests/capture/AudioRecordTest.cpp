@@ -308,6 +308,27 @@ TEST_F(AudioRecordTest, CutsWithoutAGapHoweverLateTheMainThreadIs) {
     EXPECT_EQ(decodeAudio(path("next.m4a")).frames(), 160u * kBlockFrames);
 }
 
+TEST_F(AudioRecordTest, WakesTheMainThreadOnceForBlocksThatComeTogether) {
+    engine.setAutoSplitTimeForMillisecond(300);
+    ASSERT_TRUE(open("together.m4a", ExportType::M4A));
+    QCoreApplication::processEvents();
+    heard.signalled.clear();
+    device.moreFollows = true;
+    device.tone();
+    device.tone();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(heard.signalled.empty());
+    device.moreFollows = false;
+    device.tone();
+    EXPECT_TRUE(waitFor([&] { return heard.signalled.size() == 3; }));
+    // What the audio thread waits for is asked at once.
+    device.moreFollows = true;
+    for (int i = 0; i < 30; ++i)
+        device.silence();
+    EXPECT_TRUE(waitFor([&] { return heard.silences.size() == 1; }));
+    engine.stopRecordAudioFile();
+}
+
 TEST_F(AudioRecordTest, GoesOnByItselfWhenTheMainThreadNeverAnswers) {
     engine.setAutoSplitTimeForMillisecond(300);
     ASSERT_TRUE(open("alone.m4a", ExportType::M4A));
