@@ -44,6 +44,8 @@ public:
     /// pactl with `arguments`: what it wrote; null when it failed.
     QByteArray control(const QStringList &arguments);
 
+    /// Its processes, the microphone's aside.
+    const std::vector<pid_t> &processes() const { return processes_; }
     const QString &errorText() const { return errorText_; }
 
 private:

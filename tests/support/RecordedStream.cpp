@@ -6,13 +6,9 @@
 #include "store/DataBaseManager.h"
 #include "support/DecodedAudio.h"
 #include "support/PrivateDesktop.h"
+#include "support/RunningProgram.h"
 
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusMessage>
 #include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QThread>
@@ -20,60 +16,6 @@
 #include <cmath>
 
 namespace {
-constexpr const char *kService = "com.tessarine.Corvidia";
-constexpr int kPatienceMilliseconds = 20'000;
-
-bool waitUntil(const std::function<bool()> &condition) {
-    QElapsedTimer timer;
-    for (timer.start(); !condition(); QThread::msleep(20))
-        if (timer.elapsed() > kPatienceMilliseconds)
-            return false;
-    return true;
-}
-
-/// The program under observation.
-class RunningProgram {
-public:
-    RunningProgram(const QString &program, const QString &logPath)
-        : logPath_(logPath),
-          bus_(QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), "recorded-stream")) {
-        endWithParent(process_);
-        process_.setProgram(program);
-        process_.setStandardErrorFile(logPath);
-        process_.start();
-    }
-    ~RunningProgram() {
-        process_.kill();
-        process_.waitForFinished();
-        QDBusConnection::disconnectFromBus("recorded-stream");
-    }
-
-    bool isReady() {
-        return process_.waitForStarted() &&
-               waitUntil([this] { return bus_.interface()->isServiceRegistered(kService).value(); });
-    }
-    bool activateAction(const QString &name) {
-        QDBusMessage call = QDBusMessage::createMethodCall(kService, "/com/tessarine/Corvidia",
-                                                           "org.freedesktop.Application", "ActivateAction");
-        call << name << QVariantList() << QVariantMap();
-        return bus_.call(call).type() == QDBusMessage::ReplyMessage;
-    }
-    /// How often `line` stands in the log.
-    qsizetype count(const QByteArray &line) const {
-        QFile log(logPath_);
-        return log.open(QIODevice::ReadOnly) ? log.readAll().count(line) : 0;
-    }
-    bool endsWell() {
-        return process_.waitForFinished(kPatienceMilliseconds) && process_.exitStatus() == QProcess::NormalExit &&
-               process_.exitCode() == 0;
-    }
-
-private:
-    QString logPath_;
-    QDBusConnection bus_;
-    QProcess process_;
-};
-
 void prepareHome(const RecordingPlan &plan) {
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
     defaults.setInteger(static_cast<qint64>(plan.type), "DefaultExportFileType");
@@ -86,10 +28,7 @@ QString recordOn(const RecordingPlan &plan, PrivateSoundServer &server, PrivateD
     RunningProgram program(plan.program, plan.outFolder + "/corvidia.log");
     if (!program.isReady())
         return "the program did not come up, see corvidia.log";
-    constexpr const char *kFirstSlice = "sound arrives from the capture device";
-    // The unit that feeds the display must be up first: it is taken down for the recording, and starts anew.
-    if (!waitUntil([&] { return program.count(kFirstSlice) >= 1; }) || !program.activateAction("record") ||
-        !waitUntil([&] { return program.count(kFirstSlice) >= 2; }))
+    if (!program.startRecording())
         return "no sound arrived from the capture device, see corvidia.log";
     if (!server.play(plan.wavPath))
         return "the file could not be played: " + server.errorText();

@@ -1,0 +1,66 @@
+#include "support/RunningProgram.h"
+
+#include "support/PrivateDesktop.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+
+namespace {
+constexpr const char *kService = "com.tessarine.Corvidia";
+constexpr const char *kConnection = "running-program";
+constexpr int kPatienceMilliseconds = 20'000;
+} // namespace
+
+bool waitUntil(const std::function<bool()> &condition) {
+    QElapsedTimer timer;
+    for (timer.start(); !condition(); QThread::msleep(20))
+        if (timer.elapsed() > kPatienceMilliseconds)
+            return false;
+    return true;
+}
+
+RunningProgram::RunningProgram(const QString &program, const QString &logPath)
+    : logPath_(logPath),
+      bus_(QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), kConnection)) {
+    endWithParent(process_);
+    process_.setProgram(program);
+    process_.setStandardErrorFile(logPath);
+    process_.start();
+}
+
+RunningProgram::~RunningProgram() {
+    process_.kill();
+    process_.waitForFinished();
+    QDBusConnection::disconnectFromBus(kConnection);
+}
+
+bool RunningProgram::isReady() {
+    return process_.waitForStarted() &&
+           waitUntil([this] { return bus_.interface()->isServiceRegistered(kService).value(); });
+}
+
+bool RunningProgram::activateAction(const QString &name) {
+    QDBusMessage call = QDBusMessage::createMethodCall(kService, "/com/tessarine/Corvidia",
+                                                       "org.freedesktop.Application", "ActivateAction");
+    call << name << QVariantList() << QVariantMap();
+    return bus_.call(call).type() == QDBusMessage::ReplyMessage;
+}
+
+bool RunningProgram::startRecording() {
+    // The unit that feeds the display must be up first: it is taken down for the recording, and starts anew.
+    return waitUntil([this] { return count(kFirstSlice) >= 1; }) && activateAction("record") &&
+           waitUntil([this] { return count(kFirstSlice) >= 2; });
+}
+
+qsizetype RunningProgram::count(const QByteArray &line) const {
+    QFile log(logPath_);
+    return log.open(QIODevice::ReadOnly) ? log.readAll().count(line) : 0;
+}
+
+bool RunningProgram::endsWell() {
+    return process_.waitForFinished(kPatienceMilliseconds) && process_.exitStatus() == QProcess::NormalExit &&
+           process_.exitCode() == 0;
+}
