@@ -1,0 +1,256 @@
+// What recording costs: processor time of the whole program with its window shown and of the sound server beside it,
+// against ffmpeg recording the same stream, one recorder at a time; and the program's memory and its work at rest.
+//
+//   recording_cost [--server pulseaudio|pipewire] [--seconds 60]
+//
+// Bounds: program and server together take no more than ffmpeg and server together, the aim is 0.7 of it; memory at
+// most 80 MiB idle and 110 recording; below 1 % of a core idle, the capture stream aside. Exits with 1 when one is
+// missed. Everything runs on a private machine. Load from elsewhere makes all of them dearer, so only figures of one
+// run are to be compared.
+#include "PrivateMachine.h"
+
+#include "platform/AudioTypes.h"
+#include "platform/UserDefaults.h"
+#include "support/RunningProgram.h"
+#include "support/SongStream.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QThread>
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <map>
+#include <memory>
+
+namespace {
+
+constexpr int kSettleSeconds = 3;
+constexpr int kIdleSeconds = 20;
+constexpr double kIdleMemoryBound = 80;       // MiB
+constexpr double kRecordingMemoryBound = 110; // MiB
+constexpr double kIdleBound = 1;              // percent of a core
+
+/// Seconds of processor time of all threads of a process so far, of ended ones too.
+double cpuSeconds(qint64 process) {
+    clockid_t clock{};
+    timespec spent{};
+    if (clock_getcpuclockid(static_cast<pid_t>(process), &clock) != 0 || clock_gettime(clock, &spent) != 0)
+        return 0;
+    return static_cast<double>(spent.tv_sec) + static_cast<double>(spent.tv_nsec) * 1e-9;
+}
+
+/// Seconds of processor time by the thread's name.
+std::map<QByteArray, double> cpuSecondsByThread(qint64 process) {
+    const auto contents = [](const QString &path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    std::map<QByteArray, double> seconds;
+    const QString tasks = QStringLiteral("/proc/%1/task/").arg(process);
+    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        seconds[contents(tasks + task + "/comm").trimmed()] +=
+            contents(tasks + task + "/schedstat").split(' ').first().toDouble() * 1e-9;
+    return seconds;
+}
+
+double residentMebibytes(qint64 process) {
+    QFile status(QStringLiteral("/proc/%1/status").arg(process));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray all = status.readAll();
+    return all.mid(all.indexOf("VmRSS:") + 6).trimmed().split(' ').first().toDouble() / 1024;
+}
+
+/// The second and the third song of the stream again and again, without a gap: nothing to cut.
+SongStream makeMusic(int seconds) {
+    const SongStream songs = makeSongStream();
+    const auto sample = [&](size_t frame) { return songs.samples.begin() + static_cast<ptrdiff_t>(2 * frame); };
+    SongStream music;
+    while (music.frames() < static_cast<size_t>(seconds) * kSampleRate)
+        for (const size_t song : {1, 2})
+            music.samples.insert(music.samples.end(), sample(songs.songs[song].firstFrame),
+                                 sample(songs.songs[song].endFrame));
+    return music;
+}
+
+struct Cost {
+    double recorder = 0, server = 0;      // seconds of processor time
+    std::map<QByteArray, double> threads; // the recorder's, by name
+    double sum() const { return recorder + server; }
+};
+
+class Measurement {
+public:
+    Measurement(PrivateMachine &machine, int seconds) : machine_(machine), seconds_(seconds) {}
+
+    QString run() {
+        music_ = machine_.filePath("music.wav");
+        if (!writeWav(makeMusic(seconds_ + 3 * kSettleSeconds), music_))
+            return music_ + " cannot be written";
+        std::printf("CPU seconds           recorder   server      sum   per minute   per hour   program/ffmpeg\n");
+        const struct {
+            ExportType type;
+            const char *name;
+            const char *encoder;
+            const char *ending;
+        } formats[] = {{ExportType::M4A, "M4A", "aac", "m4a"}, {ExportType::MP3, "MP3", "libmp3lame", "mp3"}};
+        for (const auto &[type, name, encoder, ending] : formats) {
+            Cost program, ffmpeg;
+            if (const QString error = recordWithProgram(type, program); !error.isNull())
+                return error;
+            if (const QString error = recordWithFfmpeg(encoder, ending, ffmpeg); !error.isNull())
+                return error;
+            print(QString("Corvidia %1").arg(name), program);
+            std::printf("\n");
+            for (const auto &[thread, spent] : program.threads)
+                if (spent > 0)
+                    std::printf("  %-18s  %8.3f\n", thread.constData(), spent);
+            print(QString("ffmpeg %1").arg(encoder), ffmpeg);
+            const double ratio = program.sum() / ffmpeg.sum();
+            std::printf("   %.2f (at most 1, aim 0.7) %s\n", ratio, verdict(ratio <= 1));
+            std::fflush(stdout);
+        }
+        std::printf("\nIdle: %.1f MiB (at most %.0f) %s; %.2f %% of a core, %.2f %% without the capture stream "
+                    "(below %.0f %%) %s\n",
+                    idleMemory_, kIdleMemoryBound, verdict(idleMemory_ <= kIdleMemoryBound), idleShare_,
+                    idleShareWithoutCapture_, kIdleBound, verdict(idleShareWithoutCapture_ < kIdleBound));
+        std::printf("Recording: %.1f MiB (at most %.0f) %s\n", recordingMemory_, kRecordingMemoryBound,
+                    verdict(recordingMemory_ <= kRecordingMemoryBound));
+        return {};
+    }
+
+    bool isKept() const { return isKept_; }
+
+private:
+    const char *verdict(bool isKept) {
+        isKept_ = isKept_ && isKept;
+        return isKept ? "kept" : "MISSED";
+    }
+
+    void print(const QString &name, const Cost &cost) const {
+        std::printf("%-20s  %8.2f %8.2f %8.2f   %10.2f %10.1f", qPrintable(name), cost.recorder, cost.server,
+                    cost.sum(), cost.sum() * 60 / seconds_, cost.sum() * 3600 / seconds_);
+    }
+
+    Cost spentSoFar(qint64 recorder) {
+        Cost cost{cpuSeconds(recorder), 0, cpuSecondsByThread(recorder)};
+        for (const pid_t process : machine_.server().processes())
+            cost.server += cpuSeconds(process);
+        return cost;
+    }
+
+    Cost measure(qint64 recorder) {
+        QThread::sleep(kSettleSeconds);
+        const Cost before = spentSoFar(recorder);
+        QThread::sleep(static_cast<unsigned long>(seconds_));
+        Cost after = spentSoFar(recorder);
+        after.recorder -= before.recorder;
+        after.server -= before.server;
+        for (const auto &[thread, seconds] : before.threads)
+            after.threads[thread] -= seconds;
+        return after;
+    }
+
+    /// Plays until the answer goes.
+    std::unique_ptr<QProcess> startMusic() const {
+        auto player = std::make_unique<QProcess>();
+        endWithParent(*player);
+        player->start("paplay", {QString("--device=") + PrivateSoundServer::kSink, music_});
+        return player;
+    }
+
+    QString recordWithProgram(ExportType type, Cost &cost) {
+        UserDefaults &defaults = UserDefaults::standardUserDefaults();
+        defaults.setInteger(static_cast<qint64>(type), "DefaultExportFileType");
+        defaults.setInteger(0, "DefaultERecordQualityType"); // 256 kbit/s
+        defaults.synchronize();
+        const QString log = machine_.filePath("corvidia.log");
+        RunningProgram program(QCoreApplication::applicationDirPath() + "/Corvidia", log);
+        if (!program.isReady() || !waitUntil([&] { return program.count(RunningProgram::kFirstSlice) >= 1; }))
+            return "the program did not come up";
+        if (idleMemory_ == 0)
+            measureIdle(program.processId());
+        if (!program.startRecording())
+            return "no sound arrived from the capture device";
+        const auto player = startMusic();
+        cost = measure(program.processId());
+        recordingMemory_ = std::max(recordingMemory_, residentMebibytes(program.processId()));
+        player->kill();
+        player->waitForFinished();
+        if (!program.activateAction("quit") || !program.endsWell())
+            return "the program did not end as it should";
+        return {};
+    }
+
+    void measureIdle(qint64 program) {
+        QThread::sleep(kSettleSeconds);
+        const auto before = cpuSecondsByThread(program);
+        QThread::sleep(kIdleSeconds);
+        for (const auto &[thread, spent] : cpuSecondsByThread(program)) {
+            const auto earlier = before.find(thread);
+            const double share = (spent - (earlier == before.end() ? 0 : earlier->second)) * 100 / kIdleSeconds;
+            idleShare_ += share;
+            idleShareWithoutCapture_ += thread == "Audio" ? 0 : share;
+        }
+        idleMemory_ = residentMebibytes(program);
+    }
+
+    QString recordWithFfmpeg(const QString &encoder, const QString &ending, Cost &cost) {
+        // The capture device stands aside, so that it does not cost here.
+        machine_.server().control({"unload-module", "module-remap-source"});
+        QProcess ffmpeg;
+        endWithParent(ffmpeg);
+        ffmpeg.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        ffmpeg.start("ffmpeg", {"-nostdin", "-v", "error", "-f", "pulse", "-sample_rate", "44100", "-channels", "2",
+                                "-i", QString(PrivateSoundServer::kSink) + ".monitor", "-c:a", encoder, "-b:a", "256k",
+                                "-y", machine_.filePath("ffmpeg." + ending)});
+        if (!ffmpeg.waitForStarted())
+            return "ffmpeg did not start";
+        const auto player = startMusic();
+        cost = measure(ffmpeg.processId());
+        if (ffmpeg.state() != QProcess::Running)
+            return "ffmpeg ended early";
+        ffmpeg.terminate();
+        ffmpeg.waitForFinished();
+        player->kill();
+        player->waitForFinished();
+        return {};
+    }
+
+    PrivateMachine &machine_;
+    const int seconds_;
+    QString music_;
+    double idleMemory_ = 0, recordingMemory_ = 0;        // MiB
+    double idleShare_ = 0, idleShareWithoutCapture_ = 0; // percent of a core
+    bool isKept_ = true;
+};
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const QCoreApplication application(argc, argv);
+    QCommandLineParser options;
+    options.addHelpOption();
+    options.addOptions({{"server", "Sound server: pulseaudio or pipewire.", "server", "pulseaudio"},
+                        {"seconds", "Seconds of each measurement.", "seconds", "60"}});
+    options.process(application);
+    const int seconds = options.value("seconds").toInt();
+    const QString server = options.value("server");
+    if (seconds < 1 || (server != "pulseaudio" && server != "pipewire"))
+        options.showHelp(2);
+
+    PrivateMachine machine(server == "pipewire" ? PrivateSoundServer::Kind::PipeWire
+                                                : PrivateSoundServer::Kind::PulseAudio);
+    QString error = machine.start();
+    Measurement measurement(machine, seconds);
+    if (error.isNull())
+        error = measurement.run();
+    if (!error.isNull()) {
+        std::fprintf(stderr, "recording_cost: %s\n", qPrintable(error));
+        return 2;
+    }
+    return measurement.isKept() ? 0 : 1;
+}
