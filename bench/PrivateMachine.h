@@ -3,8 +3,8 @@
 // Threads: one, which must live as long as the machine.
 #pragma once
 
-#include "support/PrivateDesktop.h"
-#include "support/PrivateSoundServer.h"
+#include "demo/PrivateDesktop.h"
+#include "demo/PrivateSoundServer.h"
 
 #include <QTemporaryDir>
 

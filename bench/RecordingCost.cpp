@@ -9,10 +9,10 @@
 // run are to be compared.
 #include "PrivateMachine.h"
 
+#include "demo/RunningProgram.h"
+#include "demo/SongStream.h"
 #include "platform/AudioTypes.h"
 #include "platform/UserDefaults.h"
-#include "support/RunningProgram.h"
-#include "support/SongStream.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

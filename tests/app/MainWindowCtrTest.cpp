@@ -1,13 +1,13 @@
 #include "app/CorvidiaAppDelegate.h"
 
 #include "capture/CaptureDevice.h"
+#include "demo/PrivateSoundServer.h"
 #include "platform/Folders.h"
 #include "platform/Log.h"
 #include "platform/Panel.h"
 #include "platform/UserDefaults.h"
 #include "store/LibraryFile.h"
 #include "support/FakeInputUnit.h"
-#include "support/PrivateSoundServer.h"
 #include "views/SketchButton.h"
 #include "views/StatusLine.h"
 

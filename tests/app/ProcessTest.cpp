@@ -1,8 +1,8 @@
 // The program as a process among others.
 #include "app/CorvidiaAppDelegate.h"
 
-#include "support/PrivateDesktop.h"
-#include "support/PrivateSoundServer.h"
+#include "demo/PrivateDesktop.h"
+#include "demo/PrivateSoundServer.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

@@ -1,8 +1,8 @@
 #include "capture/AudioRecord.h"
 
+#include "demo/DecodedAudio.h"
 #include "platform/Log.h"
 #include "platform/Reblocker.h"
-#include "support/DecodedAudio.h"
 #include "support/FakeInputUnit.h"
 
 #include <QCoreApplication>

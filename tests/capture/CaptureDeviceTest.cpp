@@ -1,11 +1,11 @@
 // The capture device and the input unit on real sound servers, each with a microphone as the default input: whatever
 // happens, not one sample of it may come out.
 #include "capture/CaptureDevice.h"
+#include "demo/PrivateSoundServer.h"
 #include "platform/HostTime.h"
 #include "platform/Log.h"
 #include "platform/PulseInputUnit.h"
 #include "platform/SoundServer.h"
-#include "support/PrivateSoundServer.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,5 +1,5 @@
 // What a listener is promised, with the real program on a real sound server.
-#include "support/RecordedStream.h"
+#include "demo/RecordedStream.h"
 #include "tags/GracenoteHelper.h"
 #include "tags/TagLibHelper.h"
 

@@ -1,7 +1,7 @@
 #include "platform/SleepInhibitor.h"
 
+#include "demo/PrivateDesktop.h"
 #include "platform/Log.h"
-#include "support/PrivateDesktop.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -1,7 +1,7 @@
 #include "tags/TagLibHelper.h"
 
+#include "demo/DecodedAudio.h"
 #include "platform/Log.h"
-#include "support/DecodedAudio.h"
 #include "support/MadeAudio.h"
 #include "support/Mp4Bytes.h"
 #include "tags/GracenoteHelper.h"

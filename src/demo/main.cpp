@@ -1,6 +1,6 @@
 // The main job, unattended: records a WAV file, or a stream that it makes, with the real program on a private machine,
 // and prints what was kept.
-#include "support/RecordedStream.h"
+#include "demo/RecordedStream.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "support/SongStream.h"
+#include "demo/SongStream.h"
 
 #include "platform/AudioTypes.h"
 

@@ -1,4 +1,4 @@
-#include "support/DecodedAudio.h"
+#include "demo/DecodedAudio.h"
 
 #include "platform/AvFile.h"
 

@@ -1,6 +1,6 @@
-#include "support/RunningProgram.h"
+#include "demo/RunningProgram.h"
 
-#include "support/PrivateDesktop.h"
+#include "demo/PrivateDesktop.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>

@@ -1,4 +1,4 @@
-#include "support/PrivateDesktop.h"
+#include "demo/PrivateDesktop.h"
 
 #include <csignal>
 #include <sys/prctl.h>

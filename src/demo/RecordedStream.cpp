@@ -1,12 +1,12 @@
-#include "support/RecordedStream.h"
+#include "demo/RecordedStream.h"
 
 #include "capture/CaptureDevice.h"
 #include "capture/SilenceWatch.h"
+#include "demo/DecodedAudio.h"
+#include "demo/PrivateDesktop.h"
+#include "demo/RunningProgram.h"
 #include "platform/UserDefaults.h"
 #include "store/DataBaseManager.h"
-#include "support/DecodedAudio.h"
-#include "support/PrivateDesktop.h"
-#include "support/RunningProgram.h"
 
 #include <QDir>
 #include <QJsonObject>

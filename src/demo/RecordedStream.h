@@ -1,9 +1,9 @@
 // The main job from outside: the real program on a machine of its own records what a player plays.
 #pragma once
 
+#include "demo/PrivateSoundServer.h"
+#include "demo/SongStream.h"
 #include "platform/AudioTypes.h"
-#include "support/PrivateSoundServer.h"
-#include "support/SongStream.h"
 
 #include <QJsonArray>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "support/PrivateSoundServer.h"
+#include "demo/PrivateSoundServer.h"
 
 #include <QByteArrayList>
 #include <QDir>
