@@ -5,7 +5,9 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <fcntl.h>
@@ -14,52 +16,38 @@
 #include <unistd.h>
 
 namespace {
-/// What logind and the portal offer, on a bus of the test's own.
-class FakeLogind : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
+/// Logind and the desktop portal, on a bus of the test's own.
+class FakeServices final : public QDBusVirtualObject {
 public:
-    FakeLogind() { EXPECT_EQ(pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0); }
-    ~FakeLogind() override { close(ends[0]); }
-    QStringList asked;
-    /// True once nobody holds the lock any more.
-    bool isReleased() {
-        pollfd reading{ends[0], POLLIN, 0};
+    FakeServices() { EXPECT_EQ(pipe2(lock_, O_CLOEXEC | O_NONBLOCK), 0); }
+    ~FakeServices() override { close(lock_[0]); }
+
+    QVariantList asked;
+    bool isRequestClosed = false;
+    /// True once nobody holds logind's lock any more.
+    bool isLockReleased() const {
+        pollfd reading{lock_[0], POLLIN, 0};
         return poll(&reading, 1, 0) == 1 && reading.revents & POLLHUP;
     }
 
-public slots:
-    Q_SCRIPTABLE QDBusUnixFileDescriptor Inhibit(const QString &what, const QString &who, const QString &why,
-                                                 const QString &mode) {
-        asked << what << who << why << mode;
-        QDBusUnixFileDescriptor lock(ends[1]);
-        close(ends[1]);
-        return lock;
+    QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &bus) override {
+        if (message.interface() == "org.freedesktop.portal.Request") {
+            isRequestClosed = message.member() == "Close";
+            return true;
+        }
+        asked = message.arguments();
+        if (message.interface() == "org.freedesktop.login1.Manager") {
+            bus.send(message.createReply(QVariant::fromValue(QDBusUnixFileDescriptor(lock_[1]))));
+            close(lock_[1]);
+        } else {
+            bus.send(message.createReply(QVariant::fromValue(QDBusObjectPath("/request"))));
+        }
+        return true;
     }
 
 private:
-    int ends[2]{};
-};
-
-class FakePortal : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Inhibit")
-public:
-    uint flags = 0;
-public slots:
-    Q_SCRIPTABLE QDBusObjectPath Inhibit(const QString &, uint what, const QVariantMap &) {
-        flags = what;
-        return QDBusObjectPath("/request");
-    }
-};
-
-class FakeRequest : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Request")
-public:
-    bool isClosed = false;
-public slots:
-    Q_SCRIPTABLE void Close() { isClosed = true; }
+    int lock_[2]{};
 };
 
 bool waitUntil(const std::function<bool()> &condition) {
@@ -78,27 +66,27 @@ protected:
         const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
         services = QDBusConnection::connectToBus(address, "services");
         program = QDBusConnection::connectToBus(address, "program");
+        ASSERT_TRUE(services.registerVirtualObject("/", &fakes, QDBusConnection::SubPath));
     }
     void TearDown() override { setLogSink({}); }
 
     QStringList log;
     QTemporaryDir folder{"/tmp/corvidia-XXXXXX"};
     PrivateDesktop desktop{folder.path()};
+    FakeServices fakes;
     QDBusConnection services{"services"}, program{"program"};
 };
 } // namespace
 
 TEST_F(SleepInhibitorTest, HoldsALockOfLogindWhileItIsActive) {
-    FakeLogind logind;
-    ASSERT_TRUE(services.registerObject("/org/freedesktop/login1", &logind, QDBusConnection::ExportScriptableSlots));
     ASSERT_TRUE(services.registerService("org.freedesktop.login1"));
     SleepInhibitor inhibitor("Music is being recorded", program, program);
     inhibitor.setActive(true);
     ASSERT_TRUE(waitUntil([&] { return inhibitor.isGranted(); }));
-    EXPECT_EQ(logind.asked, QStringList({"sleep:idle", "Tessarine Corvidia", "Music is being recorded", "block"}));
-    EXPECT_FALSE(logind.isReleased());
+    EXPECT_EQ(fakes.asked, QVariantList({"sleep:idle", "Tessarine Corvidia", "Music is being recorded", "block"}));
+    EXPECT_FALSE(fakes.isLockReleased());
     inhibitor.setActive(false);
-    EXPECT_TRUE(waitUntil([&] { return logind.isReleased(); }));
+    EXPECT_TRUE(waitUntil([&] { return fakes.isLockReleased(); }));
 }
 
 TEST_F(SleepInhibitorTest, AsksThePortalWhereThereIsNoLogindAndNobodyWhereThereIsNeither) {
@@ -107,16 +95,10 @@ TEST_F(SleepInhibitorTest, AsksThePortalWhereThereIsNoLogindAndNobodyWhereThereI
     EXPECT_TRUE(waitUntil([&] { return !log.isEmpty(); }));
     inhibitor.setActive(false);
 
-    FakePortal portal;
-    FakeRequest request;
-    services.registerObject("/org/freedesktop/portal/desktop", &portal, QDBusConnection::ExportScriptableSlots);
-    services.registerObject("/request", &request, QDBusConnection::ExportScriptableSlots);
     ASSERT_TRUE(services.registerService("org.freedesktop.portal.Desktop"));
     inhibitor.setActive(true);
     ASSERT_TRUE(waitUntil([&] { return inhibitor.isGranted(); }));
-    EXPECT_EQ(portal.flags, 4u); // suspend
+    EXPECT_EQ(fakes.asked.value(1).toUInt(), 4u); // suspend
     inhibitor.setActive(false);
-    EXPECT_TRUE(waitUntil([&] { return request.isClosed; }));
+    EXPECT_TRUE(waitUntil([&] { return fakes.isRequestClosed; }));
 }
-
-#include "SleepInhibitorTest.moc"
