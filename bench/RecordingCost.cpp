@@ -99,9 +99,9 @@ public:
         } formats[] = {{ExportType::M4A, "M4A", "aac", "m4a"}, {ExportType::MP3, "MP3", "libmp3lame", "mp3"}};
         for (const auto &[type, name, encoder, ending] : formats) {
             Cost program, ffmpeg;
-            if (const QString error = recordWithProgram(type, program); !error.isNull())
+            if (QString error = recordWithProgram(type, program); !error.isNull())
                 return error;
-            if (const QString error = recordWithFfmpeg(encoder, ending, ffmpeg); !error.isNull())
+            if (QString error = recordWithFfmpeg(encoder, ending, ffmpeg); !error.isNull())
                 return error;
             print(QString("Corvidia %1").arg(name), program);
             std::printf("\n");
