@@ -82,7 +82,8 @@ TEST(Process, RunsOnASessionBusAndEndsInOrderOnASignal) {
     const auto isOnBus = [&] { return bus.interface()->isServiceRegistered("com.tessarine.Corvidia").value(); };
 
     const auto program = start();
-    ASSERT_TRUE(waitUntil(isOnBus));
+    const bool cameUp = waitUntil(isOnBus);
+    ASSERT_TRUE(cameUp) << (program->waitForFinished(0), program->readAllStandardError().constData());
     // A second copy says that there is one already; here its alert stands until the copy is ended.
     const auto second = start();
     EXPECT_FALSE(second->waitForFinished(1500));
