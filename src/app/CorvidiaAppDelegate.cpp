@@ -47,9 +47,9 @@ bool CorvidiaAppDelegate::checkApplicationIsRunning(const QString &name) {
 void CorvidiaAppDelegate::registerUserDefaults() {
     const QString outputFolder = defaultMusicFolder();
     QDir().mkpath(outputFolder); // whoever uses the folder meets the failure
-    if (isExistTessarineAudioDevice() && isInstalledTessarineAudioDevice("Tessarine Audio Device"))
-        defaults().setInteger(1, "DefualtRecordDeviceKey");
-    else if (!defaults().contains("DefualtRecordDeviceKey"))
+    const bool hasFirstVersionsDevice =
+        isExistTessarineAudioDevice() && isInstalledTessarineAudioDevice("Tessarine Audio Device");
+    if (hasFirstVersionsDevice || !defaults().contains("DefualtRecordDeviceKey"))
         defaults().setInteger(1, "DefualtRecordDeviceKey");
     defaults().registerDefaults({
         {"TrackID", 0},
@@ -96,9 +96,8 @@ void CorvidiaAppDelegate::applicationDidFinishLaunching() {
 }
 
 void CorvidiaAppDelegate::activateAction(const QString &name) {
-    if (name == "record" && !mainWindow_.isRecording())
-        mainWindow_.recorder();
-    else if (name == "stop" && mainWindow_.isRecording())
+    // Each is one half of what the button does.
+    if (name == (mainWindow_.isRecording() ? "stop" : "record"))
         mainWindow_.recorder();
     else if (name == "cut")
         mainWindow_.recorderCut();

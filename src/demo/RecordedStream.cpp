@@ -20,7 +20,7 @@ void prepareHome(const RecordingPlan &plan) {
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
     defaults.setInteger(static_cast<qint64>(plan.type), "DefaultExportFileType");
     if (plan.keepsShort)
-        defaults.setBool(false, "AutoFilterMusic");
+        defaults.setBool(/*value=*/false, "AutoFilterMusic");
     defaults.synchronize();
 }
 
@@ -88,7 +88,7 @@ Alignment align(const DecodedAudio &kept, const SongStream &stream, const SongSt
 
 QString recordStream(const RecordingPlan &plan) {
     const QDir out(plan.outFolder);
-    if (const QString error = makeRoom(out); !error.isNull())
+    if (QString error = makeRoom(out); !error.isNull())
         return error;
     // Sockets need short paths; nothing that stays is in here.
     const QTemporaryDir machine("/tmp/corvidia-XXXXXX");

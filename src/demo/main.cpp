@@ -20,7 +20,7 @@ void printTable(const QJsonArray &tracks) {
                .arg("Frames", 10)
                .arg("Type", -4)
                .arg("File");
-    for (const QJsonValue &value : tracks) {
+    for (const auto &value : tracks) {
         const QJsonObject track = value.toObject();
         out << QStringLiteral("%1  %2  %3  %4  %5\n")
                    .arg(track["title"].toString(), -12)

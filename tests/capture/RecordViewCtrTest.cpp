@@ -196,7 +196,7 @@ TEST_F(RecordViewCtrTest, CutsAtAGapAndTakesTheFormatThatIsWantedNow) {
     session->inciseRecordingFile(); // nothing runs: nothing happens
     EXPECT_EQ(window.songs.size(), 2);
 
-    defaults.setBool(false, "AutoSplitMusic");
+    defaults.setBool(/*value=*/false, "AutoSplitMusic");
     start();
     tone(kBlocksOfASecond);
     silence(4 * kBlocksOfASecond);

@@ -41,7 +41,7 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
     EXPECT_EQ(QDir(music).entryList(QDir::Files, QDir::Name),
               QStringList({"Track1_Unknown Artist" + ending, "Track2_Unknown Artist" + ending,
                            "Track3_Unknown Artist" + ending}));
-    for (const QJsonValue &track : tracks) {
+    for (const QJsonValue track : tracks) {
         const QString path = track["path"].toString();
         const QVariantMap tags = TagLibHelper::ID3Info(path).value_or(QVariantMap());
         EXPECT_EQ(tags["title"].toString(), track["title"].toString());

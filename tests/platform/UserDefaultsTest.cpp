@@ -8,7 +8,7 @@ TEST(UserDefaults, LaysWhatIsStoredOverWhatIsRegisteredAndReadsItsOwnFileBack) {
     EXPECT_FALSE(defaults.contains("AutoSplitMusic"));
     defaults.registerDefaults({{"AutoSplitMusic", true}, {"AutoSplitTimeInterval", 300}});
     EXPECT_TRUE(defaults.boolForKey("AutoSplitMusic"));
-    defaults.setBool(false, "AutoSplitMusic");
+    defaults.setBool(/*value=*/false, "AutoSplitMusic");
     defaults.setInteger(1000, "AutoSplitTimeInterval");
     EXPECT_FALSE(defaults.boolForKey("AutoSplitMusic"));
     defaults.removeObjectForKey("AutoSplitMusic");
