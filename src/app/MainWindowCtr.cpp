@@ -3,7 +3,6 @@
 #include "capture/CaptureDevice.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedString.h"
-#include "platform/Log.h"
 #include "platform/MainThread.h"
 #include "platform/Panel.h"
 #include "platform/UserDefaults.h"

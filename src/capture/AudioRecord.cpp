@@ -5,7 +5,6 @@
 #include "platform/HostTime.h"
 #include "platform/Log.h"
 
-#include <QFile>
 #include <chrono>
 #include <cstring>
 #include <pthread.h>

@@ -2,28 +2,18 @@
 #include "app/CorvidiaAppDelegate.h"
 
 #include "demo/PrivateDesktop.h"
-#include "demo/PrivateSoundServer.h"
+#include "demo/RunningProgram.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QThread>
 #include <csignal>
 #include <gtest/gtest.h>
 
 namespace {
-bool waitUntil(const std::function<bool()> &condition) {
-    QElapsedTimer timer;
-    for (timer.start(); !condition(); QThread::msleep(20))
-        if (timer.elapsed() > 20'000)
-            return false;
-    return true;
-}
-
 /// The program is up once it takes SIGTERM for an event.
 bool catchesTermination(const QProcess &process) {
     QFile status(QStringLiteral("/proc/%1/status").arg(process.processId()));
