@@ -131,7 +131,7 @@ bool AudioRecord::closeExportFile() {
         const ExtAudioFile::Outcome outcome = m4aFile_->dispose();
         outputM4aAudioFile_.store(nullptr, std::memory_order_relaxed);
         m4aFile_.reset();
-        logLosses(outputM4aFilePath_, outcome.lostFrames);
+        logLosses(outputM4aFilePath_, outcome.lostBlocks);
         if (!outcome.error.isNull())
             reportFileFailure(outputM4aFilePath_, outcome.error);
         if (delegate_)
@@ -147,7 +147,7 @@ bool AudioRecord::closeExportFile() {
             FCCloseMediaFile(outputMP3AudioFile_.exchange(nullptr, std::memory_order_relaxed));
         }
         checkOpenFile();
-        logLosses(outputMP3FilePath_, /*lostM4aFrames=*/0);
+        logLosses(outputMP3FilePath_, /*lostM4aBlocks=*/0);
         if (delegate_)
             delegate_->notifyRecordedFinish(outputMP3FilePath_);
         AudioNULLNumber_.store(0, std::memory_order_relaxed);
@@ -164,13 +164,12 @@ void AudioRecord::waitForMP3Writer() const {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
-void AudioRecord::logLosses(const QString &path, int64_t lostM4aFrames) {
-    const auto lostFrames =
-        static_cast<qint64>(lostMP3Blocks_.exchange(0, std::memory_order_relaxed)) * kBlockFrames + lostM4aFrames;
-    if (lostFrames > 0)
+void AudioRecord::logLosses(const QString &path, int64_t lostM4aBlocks) {
+    const auto lostBlocks = static_cast<int64_t>(lostMP3Blocks_.exchange(0, std::memory_order_relaxed)) + lostM4aBlocks;
+    if (lostBlocks > 0)
         logLine(QStringLiteral("%1 blocks of sound (%2 s) were lost from %3: the disk or the encoder could not keep up")
-                    .arg((lostFrames + kBlockFrames - 1) / kBlockFrames)
-                    .arg(static_cast<double>(lostFrames) / kSampleRate, 0, 'f', 2)
+                    .arg(lostBlocks)
+                    .arg(static_cast<double>(secondsOfBlocks(lostBlocks)), 0, 'f', 2)
                     .arg(path));
     if (const uint64_t lost = lostReports_.exchange(0, std::memory_order_relaxed))
         logLine(
@@ -225,10 +224,10 @@ void AudioRecord::deliver(const BlockReport &result) {
     if (result.isForOpenFile && isOfOpenFile && result.recordedSize % 10 == 0 && recordStatus_ == 1 && delegate_)
         delegate_->soundFileRecorderReachedDuration(result.durationTime);
     if (result.hasSamples) {
-        const SampleBlock *samples = sampleRing_.front();
+        const SoundBlock *samples = samples_.front();
         if (delegatePCMWave_ && audioUnit_)
             delegatePCMWave_->sendAudioDataProc(samples->left.data(), samples->right.data(), kBlockFrames);
-        sampleRing_.pop();
+        samples_.pop();
     }
     const float silenceInFile = secondsOfBlocks(isOfOpenFile ? result.nullNumber : 0);
     if (delegate_)

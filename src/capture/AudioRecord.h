@@ -7,6 +7,7 @@
 #pragma once
 
 #include "capture/HeldBlocks.h"
+#include "platform/BlockQueue.h"
 #include "platform/EncMgr.h"
 #include "platform/ExtAudioFile.h"
 #include "platform/InputUnit.h"
@@ -154,10 +155,7 @@ private:
         bool isForOpenFile = false; // a file was open and the samples were good
         bool checksSplit = false;   // written silence: the split check is due
         bool holdsForSplit = false; // the check will cut; the audio thread holds further blocks until it has run
-        bool hasSamples = false;    // the samples lie in the ring beside this one
-    };
-    struct SampleBlock {
-        std::array<float, kBlockFrames> left, right;
+        bool hasSamples = false;    // the samples lie in the queue beside the ring
     };
 
     // AudioRecordBlocks.cpp: the audio thread
@@ -178,7 +176,7 @@ private:
     bool startInputUnit();
     bool closeExportFile();
     void waitForMP3Writer() const;
-    void logLosses(const QString &path, int64_t lostM4aFrames);
+    void logLosses(const QString &path, int64_t lostM4aBlocks);
     void deliver(const BlockReport &report);
     void recordAudioIsNullForRecordThread();
     void reportFileFailure(const QString &path, const QString &reason);
@@ -222,8 +220,8 @@ private:
     qint64 nullDurationTime_ = 0; // consecutive silent blocks, whether recording or not
     HeldBlocks heldBlocks_;
 
-    SpscRing<BlockReport, 1024> reports_;  // 11.9 s
-    SpscRing<SampleBlock, 64> sampleRing_; // 0.74 s; a display may miss blocks
+    SpscRing<BlockReport, 1024> reports_; // 11.9 s
+    BlockQueue<64> samples_;              // 0.74 s; a display may miss blocks
     MainThreadWakeup reportWakeup_;
 
     // The way of a block to the MP3 writer.

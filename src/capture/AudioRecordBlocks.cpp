@@ -103,7 +103,7 @@ void AudioRecord::writeBlock(const InputSlice &block) noexcept {
         const std::lock_guard guard(m4acloseFileCondition_);
         // A close may have won the race for the lock; the block is then past the file's end.
         if (ExtAudioFile *file = outputM4aAudioFile_.load(std::memory_order_relaxed))
-            file->writeAsync(kBlockFrames, block.left, block.right);
+            file->writeAsync(block.left, block.right);
         increment(RecordedSize_);
     }
     if (outputMP3AudioFile_.load(std::memory_order_relaxed)) {
@@ -147,21 +147,14 @@ void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept 
     result.durationTime = recordedDurationTime_.load(std::memory_order_relaxed);
     result.holdsForSplit =
         result.checksSplit && isSplitDue(result.nullNumber, autoSplitTimeInterval_.load(std::memory_order_relaxed));
-    if (wantsSamples_.load(std::memory_order_relaxed) && !result.isWrongSize && block.left && block.right) {
-        if (SampleBlock *samples = sampleRing_.beginPush()) {
-            std::copy_n(block.left, kBlockFrames, samples->left.begin());
-            std::copy_n(block.right, kBlockFrames, samples->right.begin());
-            result.hasSamples = true;
-        }
-    }
     // The flag goes up before the report can be answered.
     if (result.holdsForSplit)
         splitPending_.store(true, std::memory_order_relaxed);
     if (BlockReport *slot = reports_.beginPush()) {
+        result.hasSamples = wantsSamples_.load(std::memory_order_relaxed) && !result.isWrongSize && block.left &&
+                            block.right && samples_.push(block.left, block.right);
         *slot = result;
         reports_.endPush();
-        if (result.hasSamples)
-            sampleRing_.endPush();
     } else {
         increment(lostReports_);
         if (result.holdsForSplit)

@@ -38,8 +38,8 @@ public:
                 block.hasSamples ? block.right.data() : nullptr, block.status};
     }
     void pop() noexcept {
-        first_ = (first_ + 1) % kCapacity;
-        --count_;
+        // An empty queue begins anew, so that the next hold finds its memory in the caches.
+        first_ = --count_ == 0 ? 0 : (first_ + 1) % kCapacity;
     }
     void clear() noexcept { count_ = 0; }
 

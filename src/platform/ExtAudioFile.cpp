@@ -1,6 +1,7 @@
 #include "platform/ExtAudioFile.h"
 
 #include "platform/AvFile.h"
+#include "platform/BlockQueue.h"
 #include "platform/Log.h"
 #include "platform/PlainM4a.h"
 #include "platform/Semaphore.h"
@@ -9,34 +10,12 @@
 #include <atomic>
 #include <pthread.h>
 #include <thread>
-#include <vector>
 
 namespace {
-constexpr size_t kRingFrames = 1 << 18; // 5.9 s, 2 MiB
+constexpr size_t kQueueBlocks = 512; // 5.9 s, 2 MiB
 constexpr int kWriterSleepMilliseconds = 250;
-constexpr size_t kWakeFrames = kRingFrames / 4;
+constexpr size_t kBlocksToWakeFor = 128;     // 1.5 s
 constexpr int kFragmentFrames = kSampleRate; // a fragment a second
-
-/// Both channels of the ring; frame n lies at n modulo its length.
-struct SampleRing {
-    std::vector<float> left = std::vector<float>(kRingFrames);
-    std::vector<float> right = std::vector<float>(kRingFrames);
-    std::atomic<uint64_t> written = 0; // audio thread
-    std::atomic<uint64_t> read = 0;    // writer thread
-
-    static void copyIn(std::vector<float> &channel, uint64_t at, const float *samples, size_t count) noexcept {
-        const size_t start = at % kRingFrames;
-        const size_t first = std::min(count, kRingFrames - start);
-        std::copy_n(samples, first, channel.begin() + static_cast<std::ptrdiff_t>(start));
-        std::copy_n(samples + first, count - first, channel.begin());
-    }
-    static void copyOut(const std::vector<float> &channel, uint64_t at, float *samples, size_t count) noexcept {
-        const size_t start = at % kRingFrames;
-        const size_t first = std::min(count, kRingFrames - start);
-        std::copy_n(channel.begin() + static_cast<std::ptrdiff_t>(start), first, samples);
-        std::copy_n(channel.begin(), count - first, samples + first);
-    }
-};
 } // namespace
 
 /// The encoder, the container and the thread that runs both.
@@ -48,14 +27,14 @@ public:
     /// Ends the thread after it has encoded what is queued, and finishes the file.
     Outcome finish();
 
-    void take(uint32_t frames, const float *left, const float *right) noexcept;
+    void take(const float *left, const float *right) noexcept;
     bool hasFailed() const noexcept { return error_.load(std::memory_order_relaxed) < 0; }
     QString failure() const { return hasFailed() ? avErrorText(error_.load(std::memory_order_relaxed)) : QString(); }
 
 private:
     void run();
     void encodeQueued();
-    void encode(size_t frames);
+    void encode();
     void send(const AVFrame *frame);
     void flushFragment();
     void fail(int error) noexcept;
@@ -64,12 +43,13 @@ private:
     AvOutput container_;
     AvCodec encoder_;
     AvFrame frame_;
+    int filled_ = 0; // samples of a channel that lie in frame_
     AvPacket packet_;
     int64_t encodedFrames_ = 0;
     int64_t fragmentStart_ = 0;
 
-    SampleRing ring_;
-    std::atomic<int64_t> lostFrames_ = 0; // audio thread
+    BlockQueue<kQueueBlocks> queue_;
+    std::atomic<int64_t> lostBlocks_ = 0; // audio thread
     std::atomic<int> error_ = 0;          // writer; libav's code of the first failure
     std::atomic<bool> ends_ = false;      // main thread
     Semaphore wake_;
@@ -121,18 +101,11 @@ void ExtAudioFile::Writer::start() {
     pthread_setname_np(thread_.native_handle(), "M4A-writer");
 }
 
-void ExtAudioFile::Writer::take(uint32_t frames, const float *left, const float *right) noexcept {
-    const uint64_t written = ring_.written.load(std::memory_order_relaxed);
-    // acquire: the writer has copied the old samples out
-    if (written + frames - ring_.read.load(std::memory_order_acquire) > kRingFrames) {
-        lostFrames_.store(lostFrames_.load(std::memory_order_relaxed) + frames, std::memory_order_relaxed);
-        return;
-    }
-    SampleRing::copyIn(ring_.left, written, left, frames);
-    SampleRing::copyIn(ring_.right, written, right, frames);
-    ring_.written.store(written + frames, std::memory_order_release);
+void ExtAudioFile::Writer::take(const float *left, const float *right) noexcept {
+    if (!queue_.push(left, right))
+        lostBlocks_.store(lostBlocks_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     // The writer looks by itself often enough for a device's pace; after a stall the sound comes in a flood.
-    if (written / kWakeFrames != (written + frames) / kWakeFrames)
+    else if (queue_.size() == kBlocksToWakeFor)
         wake_.post();
 }
 
@@ -144,25 +117,27 @@ void ExtAudioFile::Writer::run() {
 }
 
 void ExtAudioFile::Writer::encodeQueued() {
-    const auto frameSize = static_cast<uint64_t>(encoder_->frame_size);
-    while (ring_.written.load(std::memory_order_acquire) - ring_.read.load(std::memory_order_relaxed) >= frameSize)
-        encode(frameSize);
+    for (; const SoundBlock *block = queue_.front(); queue_.pop()) {
+        if (hasFailed())
+            continue;
+        // The encoder may still hold the last frame's samples.
+        if (const int error = filled_ == 0 ? av_frame_make_writable(frame_.get()) : 0; error < 0) {
+            fail(error);
+            continue;
+        }
+        std::copy(block->left.begin(), block->left.end(), reinterpret_cast<float *>(frame_->data[0]) + filled_);
+        std::copy(block->right.begin(), block->right.end(), reinterpret_cast<float *>(frame_->data[1]) + filled_);
+        filled_ += static_cast<int>(kBlockFrames);
+        if (filled_ == encoder_->frame_size)
+            encode();
+    }
 }
 
-void ExtAudioFile::Writer::encode(size_t frames) {
-    const uint64_t read = ring_.read.load(std::memory_order_relaxed);
-    if (!hasFailed()) {
-        // The encoder may still hold the last frame's samples.
-        if (const int error = av_frame_make_writable(frame_.get()); error < 0)
-            return fail(error);
-        SampleRing::copyOut(ring_.left, read, reinterpret_cast<float *>(frame_->data[0]), frames);
-        SampleRing::copyOut(ring_.right, read, reinterpret_cast<float *>(frame_->data[1]), frames);
-        frame_->nb_samples = static_cast<int>(frames);
-        frame_->pts = encodedFrames_;
-        encodedFrames_ += static_cast<int64_t>(frames);
-        send(frame_.get());
-    }
-    ring_.read.store(read + frames, std::memory_order_release);
+void ExtAudioFile::Writer::encode() {
+    frame_->nb_samples = std::exchange(filled_, 0);
+    frame_->pts = encodedFrames_;
+    encodedFrames_ += frame_->nb_samples;
+    send(frame_.get());
     if (encodedFrames_ - fragmentStart_ >= kFragmentFrames)
         flushFragment();
 }
@@ -205,8 +180,8 @@ ExtAudioFile::Outcome ExtAudioFile::Writer::finish() {
     wake_.post();
     thread_.join();
     encodeQueued();
-    if (const uint64_t rest = ring_.written.load() - ring_.read.load(); rest > 0)
-        encode(rest);
+    if (filled_ > 0 && !hasFailed())
+        encode();
     if (!hasFailed())
         send(/*frame=*/nullptr);
     flushFragment();
@@ -216,7 +191,7 @@ ExtAudioFile::Outcome ExtAudioFile::Writer::finish() {
     }
     container_.reset();
 
-    Outcome outcome{encodedFrames_, lostFrames_.load(std::memory_order_relaxed), failure()};
+    Outcome outcome{lostBlocks_.load(std::memory_order_relaxed), failure()};
     if (encodedFrames_ == 0)
         return outcome; // nothing but a header; there is no sound to make plain
     const QString error = makePlainM4a(path_, hasFailed() ? -1 : encodedFrames_);
@@ -244,9 +219,7 @@ ExtAudioFile::~ExtAudioFile() {
         writer_->finish();
 }
 
-void ExtAudioFile::writeAsync(uint32_t frames, const float *left, const float *right) noexcept {
-    writer_->take(frames, left, right);
-}
+void ExtAudioFile::writeAsync(const float *left, const float *right) noexcept { writer_->take(left, right); }
 bool ExtAudioFile::hasFailed() const noexcept { return writer_->hasFailed(); }
 QString ExtAudioFile::failure() const { return writer_->failure(); }
 

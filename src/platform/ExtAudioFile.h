@@ -16,8 +16,7 @@ class ExtAudioFile {
 public:
     /// How a file ended.
     struct Outcome {
-        int64_t frames = 0;     ///< frames encoded
-        int64_t lostFrames = 0; ///< frames that found the ring full, because the disk stood still for seconds
+        int64_t lostBlocks = 0; ///< blocks that found the queue full, because the disk stood still for seconds
         QString error;          ///< the system's text of the first failure, null when there was none
     };
 
@@ -30,9 +29,9 @@ public:
     /// Disposes the file if that has not been done.
     ~ExtAudioFile();
 
-    /// Audio thread. Takes `frames` samples of both channels into the ring; never waits and never allocates. What
-    /// finds the ring full is lost and counted.
-    void writeAsync(uint32_t frames, const float *left, const float *right) noexcept;
+    /// Audio thread. Queues a block of kBlockFrames samples of each channel; never waits and never allocates. A block
+    /// that finds the queue full is lost and counted.
+    void writeAsync(const float *left, const float *right) noexcept;
 
     /// True once writing has failed; the file takes nothing more and should be disposed.
     bool hasFailed() const noexcept;

@@ -43,6 +43,12 @@ public:
     }
     void pop() noexcept { read_.store(read_.load(std::memory_order_relaxed) + 1, std::memory_order_release); }
 
+    /// Any thread. Elements in the ring at some moment of the call.
+    size_t size() const noexcept {
+        const size_t read = read_.load(std::memory_order_relaxed); // first: it never passes the other
+        return written_.load(std::memory_order_relaxed) - read;
+    }
+
 private:
     std::array<T, Capacity> slots_{};
     alignas(64) std::atomic<size_t> written_ = 0; // writing thread
