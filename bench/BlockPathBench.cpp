@@ -7,6 +7,11 @@
 // Bounds: 99 of 100 blocks below 20 us of their 11,610; no call of the allocator. Exits with 1 when one is missed. The
 // bound is put to the thread's own processor time, which stays true while others, an encoder among them, take the
 // processor away; the time on the clock stands beside it.
+//
+// A virtual machine charges a thread for what its host does under it: interrupts, and memory that the host has to find
+// again. So a second thread copies as many blocks at the same pace, between those of the engine, and does nothing else.
+// Where not even that stays below the bound, the machine is too noisy to judge the engine by its p99; the program then
+// exits with 1 as well.
 #include "AllocationCount.h"
 
 #include "capture/AudioRecord.h"
@@ -147,11 +152,32 @@ std::vector<float> makeFragment(double loudness) {
     return samples;
 }
 
+constexpr std::chrono::nanoseconds kPace(static_cast<int64_t>(kSecondsPerBlock * 1e9 * kBlocksPerFragment));
+
+/// Microseconds that 99 of 100 bare copies of a block stay below.
+double copyBlocks(int seconds) {
+    const std::vector<float> sound = makeFragment(0.4);
+    std::vector<float> queue(static_cast<size_t>(4) * 2 * kFragmentFrames);
+    std::vector<double> cpu;
+    auto due = std::chrono::steady_clock::now() + kPace / 2;
+    const auto end = due + std::chrono::seconds(seconds);
+    for (size_t place = 0; due < end; place = (place + 2 * kFragmentFrames) % queue.size()) {
+        std::this_thread::sleep_until(due += kPace);
+        for (size_t block = 0; block < kBlocksPerFragment; ++block) {
+            const double before = cpuMicroseconds();
+            const size_t at = 2 * block * kBlockFrames;
+            std::copy_n(sound.data() + at, 2 * kBlockFrames, queue.data() + place + at);
+            cpu.push_back(cpuMicroseconds() - before);
+        }
+    }
+    std::sort(cpu.begin(), cpu.end());
+    return share(cpu, 0.99);
+}
+
 /// The audio thread: fragments at the pace of the sound, each cut into blocks at once.
 Figures feed(AudioRecord &engine, const State &state, int seconds) {
     const std::vector<float> sound = makeFragment(0.4);
     const std::vector<float> silence = makeFragment(0);
-    constexpr std::chrono::nanoseconds kPace(static_cast<int64_t>(kSecondsPerBlock * 1e9 * kBlocksPerFragment));
     const auto fragments = static_cast<int>(std::chrono::seconds(seconds) / kPace);
     Figures figures;
     figures.cpu.reserve(static_cast<size_t>(fragments) * kBlocksPerFragment);
@@ -169,9 +195,7 @@ Figures feed(AudioRecord &engine, const State &state, int seconds) {
             const uint64_t clockBefore = AudioGetCurrentHostTime();
             const double cpuBefore = cpuMicroseconds();
             reblocker.take(samples + 2 * block * kBlockFrames, kBlockFrames);
-            InputSlice slice = reblocker.slice();
-            slice.moreFollows = block + 1 < kBlocksPerFragment;
-            engine.AudioInputProc(slice);
+            engine.AudioInputProc(reblocker.slice());
             figures.cpu.push_back(cpuMicroseconds() - cpuBefore);
             figures.clock.push_back(static_cast<double>(AudioGetCurrentHostTime() - clockBefore) * 1e-3);
         }
@@ -205,16 +229,23 @@ bool measure(const FileKind &kind, const State &state, int seconds) {
         QMetaObject::invokeMethod(
             &loop, [&loop] { loop.quit(); }, Qt::QueuedConnection);
     });
+    double noise = 0;
+    std::thread bareCopies([&] { noise = copyBlocks(seconds); });
     loop.exec();
     audio.join();
+    bareCopies.join();
     const double mainCpu = (cpuMicroseconds() - mainBefore) / static_cast<double>(figures.cpu.size());
 
     const double slow = share(figures.cpu, 0.99);
     const bool isKept = slow < kBoundMicroseconds && figures.allocatorCalls == 0;
-    std::printf("%-4s  %-16s %6zu  %6.2f %6.2f %6.2f  %7.2f %8.2f  %5ld %5llu  %6.2f %6d  %s\n", kind.name, state.name,
-                figures.cpu.size(), share(figures.cpu, 0.5), slow, share(figures.cpu, 1), share(figures.clock, 0.5),
-                share(figures.clock, 0.99), figures.waits, static_cast<unsigned long long>(figures.allocatorCalls),
-                mainCpu, session.splits(), isKept ? "kept" : "MISSED");
+    const bool isNoisy = noise >= kBoundMicroseconds && figures.allocatorCalls == 0;
+    std::printf("%-4s  %-16s %6zu  %6.2f %6.2f %6.2f %6.2f  %6.2f %7.2f  %5ld %5llu  %6.2f %6d  %s\n", kind.name,
+                state.name, figures.cpu.size(), share(figures.cpu, 0.5), share(figures.cpu, 0.9), slow,
+                share(figures.cpu, 1), noise, share(figures.clock, 0.99), figures.waits,
+                static_cast<unsigned long long>(figures.allocatorCalls), mainCpu, session.splits(),
+                isKept    ? "kept"
+                : isNoisy ? "noise"
+                          : "MISSED");
     std::fflush(stdout);
     return isKept;
 }
@@ -231,11 +262,12 @@ int main(int argc, char **argv) {
         return 2;
     }
     std::printf("Microseconds per block; a block lasts 11,610. Bounds: CPU p99 below %.0f, alloc 0.\n"
-                "p50 to max: CPU of the audio thread; waits: for a lock; alloc: its calls of the allocator;\n"
+                "p50 to max: CPU of the audio thread; copy99: the p99 of bare copies of blocks, the machine's noise\n"
+                "(noise: not even these kept the bound); waits: for a lock; alloc: calls of the allocator;\n"
                 "main: mean CPU of the main thread, with the closing and opening of files at splits\n\n",
                 kBoundMicroseconds);
-    std::printf("%-4s  %-16s %6s  %6s %6s %6s  %7s %8s  %5s %5s  %6s %6s\n", "file", "state", "blocks", "p50", "p99",
-                "max", "clock50", "clock99", "waits", "alloc", "main", "splits");
+    std::printf("%-4s  %-16s %6s  %6s %6s %6s %6s  %6s %7s  %5s %5s  %6s %6s\n", "file", "state", "blocks", "p50",
+                "p90", "p99", "max", "copy99", "clock99", "waits", "alloc", "main", "splits");
     bool isKept = true;
     for (const FileKind &kind : kFileKinds)
         for (const State &state : kStates)
