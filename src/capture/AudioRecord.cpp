@@ -4,13 +4,23 @@
 #include "capture/SilenceWatch.h"
 #include "platform/HostTime.h"
 #include "platform/Log.h"
+#include "platform/MainThread.h"
 
 #include <chrono>
 #include <cstring>
 #include <pthread.h>
 
-AudioRecord::AudioRecord(InputUnitFactory makeInputUnit)
-    : makeInputUnit_(std::move(makeInputUnit)), reportWakeup_([this] { deliverReports(); }) {
+namespace {
+// What is shown while a file grows or the sound is displayed, and what only has to be seen some time.
+constexpr std::chrono::milliseconds kReportInterval{100};
+constexpr std::chrono::milliseconds kIdleReportInterval{1000};
+// So many blocks on their way to the MP3 writer, and it is woken by the way.
+constexpr int kBlocksToHurryFor = 5;
+} // namespace
+
+AudioRecord::AudioRecord(InputUnitFactory makeInputUnit) : makeInputUnit_(std::move(makeInputUnit)) {
+    paceReports();
+    reportPoll_.callOnTimeout([this] { deliverReports(); });
     mp3WriteList_.reserve(kMP3Blocks);
     mp3Threadone_ = std::thread([this] { writeMP3Data(); });
     pthread_setname_np(mp3Threadone_.native_handle(), "Thread-MP3");
@@ -19,13 +29,14 @@ AudioRecord::AudioRecord(InputUnitFactory makeInputUnit)
 AudioRecord::~AudioRecord() {
     closeInputUnit();
     blStopThread_.store(false, std::memory_order_relaxed);
-    mp3Queued_.post();
+    mp3Hurry_.post();
     mp3Threadone_.join();
 }
 
 void AudioRecord::setDelegatePCMWave(AudioPCMWaveDelegate *delegate) {
     delegatePCMWave_ = delegate;
     wantsSamples_.store(delegate != nullptr, std::memory_order_relaxed);
+    paceReports();
 }
 
 // The unit
@@ -53,7 +64,10 @@ bool AudioRecord::configurePluginDiviceAuidoUnit() {
 
 bool AudioRecord::startInputUnit() {
     awaitsFirstSlice_ = true;
-    return audioUnit_ && audioUnit_->start() == 0;
+    if (!audioUnit_ || audioUnit_->start() != 0)
+        return false;
+    reportPoll_.start();
+    return true;
 }
 
 bool AudioRecord::startRecordAudio() {
@@ -74,6 +88,8 @@ bool AudioRecord::stopRecordAudio() {
     if (audioUnit_ && audioUnit_->stop() != 0)
         return false;
     recordStatus_ = 0;
+    reportPoll_.stop();
+    performAfterDelay(/*seconds=*/0, &reportPoll_, [this] { deliverReports(); }); // the last ones
     closeExportFile();
     return true;
 }
@@ -104,6 +120,7 @@ bool AudioRecord::setRecordingFile(const QString &path, ExportType forType, int 
         outputM4aAudioFile_.store(m4aFile_.get(), std::memory_order_relaxed);
         if (!m4aFile_)
             reportFileFailure(path, error);
+        paceReports();
         return m4aFile_ != nullptr;
     }
     if (forType == ExportType::MP3) {
@@ -116,6 +133,8 @@ bool AudioRecord::setRecordingFile(const QString &path, ExportType forType, int 
         outputMP3AudioFile_.store(file, std::memory_order_relaxed);
         if (!file)
             reportFileFailure(path, QString::fromLocal8Bit(std::strerror(errno)));
+        mp3Hurry_.post();
+        paceReports();
     }
     return true;
 }
@@ -154,12 +173,14 @@ bool AudioRecord::closeExportFile() {
         outputMP3FilePath_.clear();
         hasClosed = true;
     }
+    paceReports();
     return hasClosed;
 }
 
-void AudioRecord::waitForMP3Writer() const {
+void AudioRecord::waitForMP3Writer() {
     // Blocks that are still queued at the close are not flushed: they would reach no file, or the next one. So the
     // writer gets the time of its idle sleep to catch up; one that stands still has lost them.
+    mp3Hurry_.post();
     for (int i = 0; i < 100 && mp3Pending_.load(std::memory_order_acquire) > 0; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
@@ -181,7 +202,7 @@ void AudioRecord::reportFileFailure(const QString &path, const QString &reason) 
     if (std::exchange(hasReportedFailure_, true))
         return;
     // In a turn of its own: the receiver stops the recording, which may not happen inside an open or a close.
-    performAfterDelay(/*seconds=*/0, &reportWakeup_, [this, path, reason] {
+    performAfterDelay(/*seconds=*/0, &reportPoll_, [this, path, reason] {
         if (delegate_)
             delegate_->recordingFileDidFail(path, reason);
     });
@@ -196,12 +217,18 @@ void AudioRecord::checkOpenFile() {
 
 // What the audio thread reports
 
+void AudioRecord::paceReports() {
+    reportPoll_.setInterval(isRecording() || delegatePCMWave_ ? kReportInterval : kIdleReportInterval);
+}
+
 void AudioRecord::deliverReports() {
     while (const BlockReport *next = reports_.front()) {
         const BlockReport result = *next;
         reports_.pop();
         deliver(result);
     }
+    if (mp3Pending_.load(std::memory_order_relaxed) >= kBlocksToHurryFor)
+        mp3Hurry_.post();
     checkOpenFile();
     // Reports that found the ring full are gone, but not that there was sound among them.
     if (lostAudibleReport_.exchange(false, std::memory_order_relaxed) && delegate_)

@@ -2,8 +2,9 @@
 // into at most one open file, and watches for silence.
 //
 // Threads: AudioInputProc() on the audio thread, writeMP3Data() on "Thread-MP3", everything else on the main thread.
-// What the audio thread has to say goes to the main thread through a ring of small records; what several threads
-// touch is marked below with its writers.
+// What the audio thread has to say goes to the main thread through a ring of small records, into which the main thread
+// looks from time to time: to wake another thread would cost more than all the rest that is done for a block. What
+// several threads touch is marked below with its writers.
 #pragma once
 
 #include "capture/HeldBlocks.h"
@@ -11,11 +12,11 @@
 #include "platform/EncMgr.h"
 #include "platform/ExtAudioFile.h"
 #include "platform/InputUnit.h"
-#include "platform/MainThread.h"
 #include "platform/Semaphore.h"
 #include "platform/SpscRing.h"
 
 #include <QString>
+#include <QTimer>
 #include <array>
 #include <atomic>
 #include <memory>
@@ -128,7 +129,7 @@ public:
     /// Blocks of the MP3 pool that are free now, of 20. Any thread.
     int freeMP3Blocks() const noexcept;
 
-    /// Main thread. Delivers what the audio thread has reported so far. Called by the event loop.
+    /// Main thread. Delivers what the audio thread has reported so far. Called by a timer while the unit runs.
     void deliverReports();
 
 private:
@@ -175,8 +176,9 @@ private:
     void closeInputUnit();
     bool startInputUnit();
     bool closeExportFile();
-    void waitForMP3Writer() const;
+    void waitForMP3Writer();
     void logLosses(const QString &path, int64_t lostM4aBlocks);
+    void paceReports();
     void deliver(const BlockReport &report);
     void recordAudioIsNullForRecordThread();
     void reportFileFailure(const QString &path, const QString &reason);
@@ -222,7 +224,7 @@ private:
 
     SpscRing<BlockReport, 1024> reports_; // 11.9 s
     BlockQueue<64> samples_;              // 0.74 s; a display may miss blocks
-    MainThreadWakeup reportWakeup_;
+    QTimer reportPoll_;
 
     // The way of a block to the MP3 writer.
     std::array<audioDataMemery, kMP3Blocks> mp3AudioMemlist_;
@@ -230,7 +232,7 @@ private:
     std::vector<audioDataMemery *> mp3WriteList_;
     std::atomic<bool> blStopThread_ = true; // main thread; true while the writer is to run, whatever the name suggests
     std::atomic<int> mp3Pending_ = 0; // blocks between the audio thread and the encoder; both count, main thread looks
-    Semaphore mp3Queued_;             // cuts the writer's idle sleep short
+    Semaphore mp3Hurry_;              // cuts the writer's idle sleep short
     audioDataMemery mp3WriteMem_;     // writer; its isEmpty is false while a block waits for conversion
     std::array<int16_t, 2 * kBlockFrames> mp3FrameMem_{}; // writer
     std::thread mp3Threadone_;

@@ -9,8 +9,12 @@
 
 namespace {
 constexpr uint64_t kBlockNanoseconds = 11'609'977;
-// Held blocks are worked off at twice the rate at which they come, so that a long hold does not flood the MP3 pool.
-constexpr int kBlocksPerCallAfterHold = 2;
+// So many blocks for the MP3 writer, and it is woken before its sleep is over. Under 100 ms the device brings no more
+// than 12; a flood after a stall does, by 8 at a time, and the pool has 20.
+constexpr size_t kBlocksToWakeFor = 13;
+// Held blocks are worked off at twice the rate at which they come, but not while so many blocks wait for the MP3
+// writer.
+constexpr int kBlocksToSlowDownFor = 10;
 // 0.7 of a block, so at least 359 of 512 samples.
 constexpr double kQuietShare = 0.7;
 constexpr double kQuietSample = 0.0001;
@@ -49,17 +53,18 @@ Status AudioRecord::AudioInputProc(const InputSlice &slice) noexcept {
         processBlock(slice);
         return slice.status;
     }
-    const auto processOldest = [&](int furtherBlocks) {
-        InputSlice oldest = heldBlocks_.front();
+    const auto processOldest = [this] {
+        const InputSlice oldest = heldBlocks_.front();
         heldBlocks_.pop(); // its samples stay until the next push
-        oldest.moreFollows = slice.moreFollows || (furtherBlocks > 0 && !heldBlocks_.isEmpty());
         processBlock(oldest);
     };
     if (heldBlocks_.isFull())
-        processOldest(/*furtherBlocks=*/0); // the main thread has been away too long: go on without its answer
+        processOldest(); // the main thread has been away too long: go on without its answer
     heldBlocks_.push(slice);
-    for (int i = kBlocksPerCallAfterHold; i > 0 && !heldBlocks_.isEmpty() && !isHolding(); --i)
-        processOldest(/*furtherBlocks=*/i - 1);
+    if (!isHolding())
+        processOldest();
+    if (!heldBlocks_.isEmpty() && !isHolding() && mp3Pending_.load(std::memory_order_relaxed) < kBlocksToSlowDownFor)
+        processOldest();
     return slice.status;
 }
 
@@ -121,14 +126,14 @@ void AudioRecord::writeMP3AudioData(const float *left, const float *forRightData
     std::copy_n(left, kBlockFrames, block->LbufferData.begin());
     std::copy_n(forRightData, kBlockFrames, block->rbufferData.begin());
     mp3Pending_.fetch_add(1, std::memory_order_relaxed);
-    bool mayWriterSleep = false;
+    size_t queuedBlocks = 0;
     {
         const std::lock_guard guard(mp3Condition_);
-        mayWriterSleep = mp3WriteList_.empty(); // it sleeps only after it has found the list empty
-        mp3WriteList_.push_back(block);         // within its reserve: the pool bounds its length
+        mp3WriteList_.push_back(block); // within its reserve: the pool bounds its length
+        queuedBlocks = mp3WriteList_.size();
     }
-    if (mayWriterSleep)
-        mp3Queued_.post();
+    if (queuedBlocks == kBlocksToWakeFor)
+        mp3Hurry_.post();
 }
 
 AudioRecord::audioDataMemery *AudioRecord::getAudioFrame() noexcept {
@@ -162,8 +167,4 @@ void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept 
         if (!result.isNull && !result.isWrongSize)
             lostAudibleReport_.store(true, std::memory_order_relaxed);
     }
-    // To wake the main thread costs more than all the rest, so it is done once for slices that come together; but not
-    // late where the block behind this one will be held until the main thread has answered.
-    if (!block.moreFollows || result.holdsForSplit)
-        reportWakeup_.signal();
 }

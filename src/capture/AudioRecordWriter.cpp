@@ -5,7 +5,8 @@
 
 namespace {
 constexpr int kIdleSleepMilliseconds = 100;
-}
+constexpr int kSleepWithoutFileMilliseconds = 900; // the opening of a file ends it
+} // namespace
 
 int16_t AudioRecord::flt32toS16(float sample) noexcept {
     const double value = sample;
@@ -19,7 +20,8 @@ int16_t AudioRecord::flt32toS16(float sample) noexcept {
 void AudioRecord::writeMP3Data() {
     while (blStopThread_.load(std::memory_order_relaxed)) {
         if (!takeQueuedBlock())
-            mp3Queued_.waitAtMost(kIdleSleepMilliseconds);
+            mp3Hurry_.waitAtMost(outputMP3AudioFile_.load(std::memory_order_relaxed) ? kIdleSleepMilliseconds
+                                                                                     : kSleepWithoutFileMilliseconds);
         encodeTakenBlock();
     }
 }

@@ -15,7 +15,6 @@ struct InputSlice {
     const float *left = nullptr;  ///< `frames` samples
     const float *right = nullptr; ///< `frames` samples; equal to `left` where the device has one channel
     Status status = 0;            ///< not 0 when the samples could not be fetched
-    bool moreFollows = false;     ///< the next slice comes at once; what can be done once for both may wait for it
 };
 
 /// Receives the slices of an InputUnit.

@@ -16,9 +16,9 @@ namespace {
 constexpr uint32_t kFragmentFrames = 4 * kBlockFrames;
 constexpr uint32_t kFrameBytes = 2 * sizeof(float);
 
-// After a stall the server hands over all it kept, up to 12 s. It is passed on no faster than this, about 12 times the
+// After a stall the server hands over all it kept, up to 12 s. It is passed on no faster than this, about 6 times the
 // speed of the sound, so that the pools and rings behind the client keep up.
-constexpr int kBlocksPerWindow = 16;
+constexpr int kBlocksPerWindow = 8;
 constexpr std::chrono::milliseconds kWindow{15};
 constexpr uint64_t kWindowNanos = std::chrono::nanoseconds(kWindow).count();
 
@@ -240,10 +240,8 @@ void PulseInputUnit::drain() noexcept {
             const float *rest = fragment_ ? fragment_ + 2 * fragmentDone_ : nullptr;
             fragmentDone_ += reblocker_.take(rest, fragmentFrames_ - fragmentDone_);
             if (reblocker_.isFull()) {
-                InputSlice slice = reblocker_.slice();
                 ++windowBlocks_;
-                slice.moreFollows = fragmentFrames_ - fragmentDone_ >= kBlockFrames && windowBlocks_ < kBlocksPerWindow;
-                client_.AudioInputProc(slice);
+                client_.AudioInputProc(reblocker_.slice());
             }
         }
         fragmentFrames_ = 0;

@@ -77,12 +77,11 @@ protected:
         feed = std::make_unique<BlockFeed>(*units.client);
     }
     /// Blocks of sound, each followed by the main thread's turn.
-    void tone(int blocks) { play(blocks, &BlockFeed::tone); }
+    void tone(int blocks) {
+        play(blocks, [this] { feed->tone(); });
+    }
     void silence(int blocks) {
-        for (int i = 0; i < blocks; ++i) {
-            feed->silence();
-            QCoreApplication::processEvents();
-        }
+        play(blocks, [this] { feed->silence(); });
     }
     QString status() const { return box.status(); }
 
@@ -96,9 +95,11 @@ protected:
     std::unique_ptr<BlockFeed> feed;
 
 private:
-    void play(int blocks, void (BlockFeed::*block)(Status)) {
+    void play(int blocks, const std::function<void()> &feedBlock) {
         for (int i = 0; i < blocks; ++i) {
-            (feed.get()->*block)(0);
+            feedBlock();
+            // The engine looks for its reports only now and then by itself.
+            static_cast<AudioRecord *>(units.client)->deliverReports();
             QCoreApplication::processEvents();
         }
     }

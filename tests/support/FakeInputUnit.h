@@ -46,13 +46,11 @@ private:
 /// Blocks of sound and of silence on one clock, given to a client as an input unit would.
 class BlockFeed {
 public:
-    bool moreFollows = false; ///< told with each block
-
     explicit BlockFeed(InputUnitClient &client) : client_(client) {}
 
     Status feed(const std::array<float, kBlockFrames> &left, const std::array<float, kBlockFrames> &right,
                 Status status = 0) {
-        InputSlice slice{hostTime_, kBlockFrames, left.data(), right.data(), status, moreFollows};
+        const InputSlice slice{hostTime_, kBlockFrames, left.data(), right.data(), status};
         hostTime_ += 11'609'977;
         return client_.AudioInputProc(slice);
     }
