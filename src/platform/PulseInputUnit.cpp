@@ -11,14 +11,15 @@
 
 namespace {
 
-// What the server sends at once: 4 blocks, 46 ms. The server's work falls steeply with it; beyond this the saving is
-// small, and the spectrum, which moves with the fragments, begins to stutter.
-constexpr uint32_t kFragmentFrames = 4 * kBlockFrames;
+// What the server sends at once: 104 ms, for a display that moves ten times a second. The work of the server, and of
+// everybody who is woken by it, falls steeply with it.
+constexpr int kFragmentBlocks = 9;
+constexpr uint32_t kFragmentFrames = kFragmentBlocks * kBlockFrames;
 constexpr uint32_t kFrameBytes = 2 * sizeof(float);
 
-// After a stall the server hands over all it kept, up to 12 s. It is passed on no faster than this, about 6 times the
+// After a stall the server hands over all it kept, up to 12 s. It is passed on no faster than this, about 7 times the
 // speed of the sound, so that the pools and rings behind the client keep up.
-constexpr int kBlocksPerWindow = 8;
+constexpr int kBlocksPerWindow = kFragmentBlocks;
 constexpr std::chrono::milliseconds kWindow{15};
 constexpr uint64_t kWindowNanos = std::chrono::nanoseconds(kWindow).count();
 
@@ -41,7 +42,7 @@ private:
     void streamStateChanged();
     void interrupted();
     void drain() noexcept;
-    bool beginFragment() noexcept;
+    void passOn(const float *samples, size_t frames, uint64_t hostTime) noexcept;
     void tellInterruption();
 
     InputUnitClient &client_;
@@ -52,11 +53,8 @@ private:
     pa_stream *stream_ = nullptr;
     bool running_ = false;
     bool isInterrupted_ = false;
-    uint64_t interruptedAt_ = 0;      // host time of the first frame that is missing
-    const float *fragment_ = nullptr; // what is being cut; null is a hole
-    size_t fragmentFrames_ = 0;       // 0 when nothing is being cut
-    size_t fragmentDone_ = 0;
-    uint64_t windowStart_ = 0; // host time since which windowBlocks_ were handed out
+    uint64_t interruptedAt_ = 0; // host time of the first frame that is missing
+    uint64_t windowStart_ = 0;   // host time since which windowBlocks_ were handed out
     int windowBlocks_ = 0;
     Reblocker reblocker_;
 
@@ -189,7 +187,6 @@ void PulseInputUnit::connectStream(const pa_source_info &source) {
 void PulseInputUnit::closeStream() noexcept {
     retry_->clear();
     catchUp_->clear();
-    fragmentFrames_ = 0;
     if (!stream_)
         return;
     pa_stream_set_state_callback(stream_, nullptr, nullptr);
@@ -215,7 +212,6 @@ void PulseInputUnit::interrupted() {
     if (stream_)
         pa_stream_set_read_callback(stream_, nullptr, nullptr);
     catchUp_->clear();
-    fragmentFrames_ = 0;
     if (!isInterrupted_) {
         isInterrupted_ = true;
         interruptedAt_ = reblocker_.isStarted() ? reblocker_.nextTime() : AudioGetCurrentHostTime();
@@ -226,41 +222,33 @@ void PulseInputUnit::interrupted() {
     connection_.wakeWaiting();
 }
 
-// Audio thread, no allocation.
+// Audio thread, no allocation. A fragment is taken whole: libpulse waits for ever for one that is still being looked at
+// when the server goes away.
 void PulseInputUnit::drain() noexcept {
     // Counted over time, not per call: what was kept comes as a row of single fragments.
     if (const uint64_t now = AudioGetCurrentHostTime(); now - windowStart_ >= kWindowNanos) {
         windowStart_ = now;
         windowBlocks_ = 0;
     }
-    while (fragmentFrames_ > 0 || beginFragment()) {
-        while (fragmentDone_ < fragmentFrames_) {
-            if (windowBlocks_ == kBlocksPerWindow)
-                return catchUp_->fireIn(kWindow);
-            const float *rest = fragment_ ? fragment_ + 2 * fragmentDone_ : nullptr;
-            fragmentDone_ += reblocker_.take(rest, fragmentFrames_ - fragmentDone_);
-            if (reblocker_.isFull()) {
-                ++windowBlocks_;
-                client_.AudioInputProc(reblocker_.slice());
-            }
-        }
-        fragmentFrames_ = 0;
+    for (;;) {
+        const size_t readable = pa_stream_readable_size(stream_);
+        if (readable == static_cast<size_t>(-1) || readable == 0)
+            return;
+        if (windowBlocks_ >= kBlocksPerWindow)
+            return catchUp_->fireIn(kWindow);
+        const void *data = nullptr;
+        size_t bytes = 0;
+        if (pa_stream_peek(stream_, &data, &bytes) < 0 || bytes == 0)
+            return;
+        // What can be read ends now, so its first frame is that much older.
+        passOn(static_cast<const float *>(data), bytes / kFrameBytes,
+               AudioGetCurrentHostTime() - Reblocker::framesToNanos(readable / kFrameBytes));
         pa_stream_drop(stream_);
     }
 }
 
-// Audio thread, no allocation. False when there is nothing to read.
-bool PulseInputUnit::beginFragment() noexcept {
-    const size_t readable = pa_stream_readable_size(stream_);
-    const void *data = nullptr;
-    size_t bytes = 0;
-    if (readable == static_cast<size_t>(-1) || pa_stream_peek(stream_, &data, &bytes) < 0 || bytes == 0)
-        return false;
-    fragment_ = static_cast<const float *>(data);
-    fragmentFrames_ = bytes / kFrameBytes;
-    fragmentDone_ = 0;
-    // What can be read ends now, so its first frame is that much older.
-    const uint64_t hostTime = AudioGetCurrentHostTime() - Reblocker::framesToNanos(readable / kFrameBytes);
+// Audio thread, no allocation. Null samples are a hole.
+void PulseInputUnit::passOn(const float *samples, size_t frames, uint64_t hostTime) noexcept {
     if (isInterrupted_) {
         isInterrupted_ = false;
         reblocker_.reset();
@@ -268,7 +256,13 @@ bool PulseInputUnit::beginFragment() noexcept {
         wake_.signal();
     }
     reblocker_.beginChunk(hostTime);
-    return true;
+    for (size_t done = 0; done < frames;) {
+        done += reblocker_.take(samples ? samples + 2 * done : nullptr, frames - done);
+        if (reblocker_.isFull()) {
+            ++windowBlocks_;
+            client_.AudioInputProc(reblocker_.slice());
+        }
+    }
 }
 
 void PulseInputUnit::tellInterruption() {

@@ -265,7 +265,7 @@ TEST_P(CaptureDevice, FollowsTheDefaultOutputWithoutAGap) {
     ASSERT_TRUE(waitUntilPointed());
     play(2, "second", /*isEarStalled=*/true);
     EXPECT_EQ(audible(ear_.heard()), played_);
-    EXPECT_LE(ear_.longestBurst(), 32); // the end of one window and the beginning of the next
+    EXPECT_LE(ear_.longestBurst(), 18); // the end of one window and the beginning of the next
     EXPECT_EQ(ear_.jumps(), 0);
     EXPECT_TRUE(ear_.areSlicesWhole());
     EXPECT_EQ(audioAllocations, 0);
