@@ -41,7 +41,7 @@ extern "C" {
 namespace {
 
 constexpr double kBoundMicroseconds = 20;
-constexpr size_t kBlocksPerFragment = 4; // as the input unit asks for
+constexpr size_t kBlocksPerFragment = 9; // as the input unit asks for
 constexpr size_t kFragmentFrames = kBlocksPerFragment * kBlockFrames;
 
 /// What happens while the blocks come.
@@ -50,7 +50,7 @@ struct State {
     int soundFragments; // then as many silent ones as told, and again
     int silentFragments;
     bool showsWave;
-    bool isHeld; // the main thread holds the blocks back, every other fifth of a second
+    bool isHeld; // the main thread holds the blocks back, a fifth of every second
 };
 constexpr State kStates[] = {
     {"sound", 1, 0, false, false},  {"sound displayed", 1, 0, true, false},
@@ -218,9 +218,10 @@ bool measure(const FileKind &kind, const State &state, int seconds) {
             hold.reset();
         else
             hold.emplace(session.engine());
+        holdTimer.setInterval(hold ? 200 : 800);
     });
     if (state.isHeld)
-        holdTimer.start(200);
+        holdTimer.start(800);
     Figures figures;
     QEventLoop loop;
     const double mainBefore = cpuMicroseconds();

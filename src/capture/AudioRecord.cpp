@@ -11,11 +11,10 @@
 #include <pthread.h>
 
 namespace {
-// What is shown while a file grows or the sound is displayed, and what only has to be seen some time.
-constexpr std::chrono::milliseconds kReportInterval{100};
-constexpr std::chrono::milliseconds kIdleReportInterval{1000};
-// So many blocks on their way to the MP3 writer, and it is woken by the way.
-constexpr int kBlocksToHurryFor = 5;
+// How often the main thread looks for reports. Each look costs more than what it finds.
+constexpr std::chrono::milliseconds kDisplayInterval{100};   // the sound itself is displayed
+constexpr std::chrono::milliseconds kRecordingInterval{250}; // a clock runs
+constexpr std::chrono::milliseconds kIdleInterval{1000};
 } // namespace
 
 AudioRecord::AudioRecord(InputUnitFactory makeInputUnit) : makeInputUnit_(std::move(makeInputUnit)) {
@@ -218,7 +217,7 @@ void AudioRecord::checkOpenFile() {
 // What the audio thread reports
 
 void AudioRecord::paceReports() {
-    reportPoll_.setInterval(isRecording() || delegatePCMWave_ ? kReportInterval : kIdleReportInterval);
+    reportPoll_.setInterval(delegatePCMWave_ ? kDisplayInterval : isRecording() ? kRecordingInterval : kIdleInterval);
 }
 
 void AudioRecord::deliverReports() {
@@ -227,8 +226,6 @@ void AudioRecord::deliverReports() {
         reports_.pop();
         deliver(result);
     }
-    if (mp3Pending_.load(std::memory_order_relaxed) >= kBlocksToHurryFor)
-        mp3Hurry_.post();
     checkOpenFile();
     // Reports that found the ring full are gone, but not that there was sound among them.
     if (lostAudibleReport_.exchange(false, std::memory_order_relaxed) && delegate_)

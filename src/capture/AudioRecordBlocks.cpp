@@ -9,12 +9,12 @@
 
 namespace {
 constexpr uint64_t kBlockNanoseconds = 11'609'977;
-// So many blocks for the MP3 writer, and it is woken before its sleep is over. Under 100 ms the device brings no more
-// than 12; a flood after a stall does, by 8 at a time, and the pool has 20.
-constexpr size_t kBlocksToWakeFor = 13;
+// So many blocks for the MP3 writer, and it is woken before its sleep is over: two fragments of the device have come
+// together, as in the flood after a stall. The pool still has room for the rest of the second.
+constexpr size_t kBlocksToWakeFor = 12;
 // Held blocks are worked off at twice the rate at which they come, but not while so many blocks wait for the MP3
-// writer.
-constexpr int kBlocksToSlowDownFor = 10;
+// writer, lest it has to be woken for each fragment.
+constexpr int kBlocksToSlowDownFor = 4;
 // 0.7 of a block, so at least 359 of 512 samples.
 constexpr double kQuietShare = 0.7;
 constexpr double kQuietSample = 0.0001;
