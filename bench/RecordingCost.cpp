@@ -1,12 +1,12 @@
 // What recording costs: processor time of the whole program with its window shown and of the sound server beside it,
 // against ffmpeg recording the same stream, one recorder at a time; and the program's memory and its work at rest.
 //
-//   recording_cost [--server pulseaudio|pipewire] [--seconds 60]
+//   recording_cost [--server pulseaudio|pipewire] [--seconds 20] [--rounds 3]
 //
 // Bounds: program and server together take no more than ffmpeg and server together, the aim is 0.7 of it; memory at
 // most 80 MiB idle and 110 recording; below 1 % of a core idle, the capture stream aside. Exits with 1 when one is
 // missed. Everything runs on a private machine. Load from elsewhere makes all of them dearer, so only figures of one
-// run are to be compared.
+// run are to be compared; the recorders take turns, so that a change of the load meets both.
 #include "PrivateMachine.h"
 
 #include "demo/RunningProgram.h"
@@ -84,7 +84,8 @@ struct Cost {
 
 class Measurement {
 public:
-    Measurement(PrivateMachine &machine, int seconds) : machine_(machine), seconds_(seconds) {}
+    Measurement(PrivateMachine &machine, int seconds, int rounds)
+        : machine_(machine), seconds_(seconds), rounds_(rounds) {}
 
     QString run() {
         music_ = machine_.filePath("music.wav");
@@ -99,10 +100,12 @@ public:
         } formats[] = {{ExportType::M4A, "M4A", "aac", "m4a"}, {ExportType::MP3, "MP3", "libmp3lame", "mp3"}};
         for (const auto &[type, name, encoder, ending] : formats) {
             Cost program, ffmpeg;
-            if (QString error = recordWithProgram(type, program); !error.isNull())
-                return error;
-            if (QString error = recordWithFfmpeg(encoder, ending, ffmpeg); !error.isNull())
-                return error;
+            for (int round = 0; round < rounds_; ++round) {
+                if (QString error = recordWithProgram(type, program); !error.isNull())
+                    return error;
+                if (QString error = recordWithFfmpeg(encoder, ending, ffmpeg); !error.isNull())
+                    return error;
+            }
             print(QString("Corvidia %1").arg(name), program);
             std::printf("\n");
             for (const auto &[thread, spent] : program.threads)
@@ -132,7 +135,7 @@ private:
 
     void print(const QString &name, const Cost &cost) const {
         std::printf("%-20s  %8.2f %8.2f %8.2f   %10.2f %10.1f", qPrintable(name), cost.recorder, cost.server,
-                    cost.sum(), cost.sum() * 60 / seconds_, cost.sum() * 3600 / seconds_);
+                    cost.sum(), cost.sum() * 60 / (rounds_ * seconds_), cost.sum() * 3600 / (rounds_ * seconds_));
     }
 
     Cost spentSoFar(qint64 recorder) {
@@ -142,16 +145,18 @@ private:
         return cost;
     }
 
-    Cost measure(qint64 recorder) {
+    /// Adds what is spent from now on to `cost`.
+    void measure(qint64 recorder, Cost &cost) {
         QThread::sleep(kSettleSeconds);
         const Cost before = spentSoFar(recorder);
         QThread::sleep(static_cast<unsigned long>(seconds_));
-        Cost after = spentSoFar(recorder);
-        after.recorder -= before.recorder;
-        after.server -= before.server;
-        for (const auto &[thread, seconds] : before.threads)
-            after.threads[thread] -= seconds;
-        return after;
+        const Cost after = spentSoFar(recorder);
+        cost.recorder += after.recorder - before.recorder;
+        cost.server += after.server - before.server;
+        for (const auto &[thread, seconds] : after.threads) {
+            const auto earlier = before.threads.find(thread);
+            cost.threads[thread] += seconds - (earlier == before.threads.end() ? 0 : earlier->second);
+        }
     }
 
     /// Plays until the answer goes.
@@ -176,7 +181,7 @@ private:
         if (!program.startRecording())
             return "no sound arrived from the capture device";
         const auto player = startMusic();
-        cost = measure(program.processId());
+        measure(program.processId(), cost);
         recordingMemory_ = std::max(recordingMemory_, residentMebibytes(program.processId()));
         player->kill();
         player->waitForFinished();
@@ -210,7 +215,7 @@ private:
         if (!ffmpeg.waitForStarted())
             return "ffmpeg did not start";
         const auto player = startMusic();
-        cost = measure(ffmpeg.processId());
+        measure(ffmpeg.processId(), cost);
         if (ffmpeg.state() != QProcess::Running)
             return "ffmpeg ended early";
         ffmpeg.terminate();
@@ -222,6 +227,7 @@ private:
 
     PrivateMachine &machine_;
     const int seconds_;
+    const int rounds_;
     QString music_;
     double idleMemory_ = 0, recordingMemory_ = 0;        // MiB
     double idleShare_ = 0, idleShareWithoutCapture_ = 0; // percent of a core
@@ -235,17 +241,19 @@ int main(int argc, char **argv) {
     QCommandLineParser options;
     options.addHelpOption();
     options.addOptions({{"server", "Sound server: pulseaudio or pipewire.", "server", "pulseaudio"},
-                        {"seconds", "Seconds of each measurement.", "seconds", "60"}});
+                        {"seconds", "Seconds of each measurement.", "seconds", "20"},
+                        {"rounds", "Measurements of each recorder.", "rounds", "3"}});
     options.process(application);
     const int seconds = options.value("seconds").toInt();
+    const int rounds = options.value("rounds").toInt();
     const QString server = options.value("server");
-    if (seconds < 1 || (server != "pulseaudio" && server != "pipewire"))
+    if (seconds < 1 || rounds < 1 || (server != "pulseaudio" && server != "pipewire"))
         options.showHelp(2);
 
     PrivateMachine machine(server == "pipewire" ? PrivateSoundServer::Kind::PipeWire
                                                 : PrivateSoundServer::Kind::PulseAudio);
     QString error = machine.start();
-    Measurement measurement(machine, seconds);
+    Measurement measurement(machine, seconds, rounds);
     if (error.isNull())
         error = measurement.run();
     if (!error.isNull()) {
