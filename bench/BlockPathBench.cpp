@@ -9,9 +9,10 @@
 // processor away; the time on the clock stands beside it.
 //
 // A virtual machine charges a thread for what its host does under it: interrupts, and memory that the host has to find
-// again. So a second thread copies as many blocks at the same pace, between those of the engine, and does nothing else.
-// Where not even that stays below the bound, the machine is too noisy to judge the engine by its p99; the program then
-// exits with 1 as well.
+// again. So a second thread copies as many blocks at the same pace, between those of the engine, and does nothing else;
+// the share of these copies that takes longer than the bound is the machine's, and not held against the engine. Where
+// it is above one in a hundred and the engine's is far above it, the machine is too noisy to judge by; the program
+// exits with 1 then as well.
 #include "AllocationCount.h"
 
 #include "capture/AudioRecord.h"
@@ -41,6 +42,7 @@ extern "C" {
 namespace {
 
 constexpr double kBoundMicroseconds = 20;
+constexpr double kSlowShare = 0.01;      // of the blocks, may take longer
 constexpr size_t kBlocksPerFragment = 9; // as the input unit asks for
 constexpr size_t kFragmentFrames = kBlocksPerFragment * kBlockFrames;
 
@@ -143,6 +145,11 @@ double share(const std::vector<double> &sorted, double part) {
     return sorted[static_cast<size_t>(part * static_cast<double>(sorted.size() - 1))];
 }
 
+double shareOfSlow(const std::vector<double> &sorted) {
+    const auto slow = sorted.end() - std::lower_bound(sorted.begin(), sorted.end(), kBoundMicroseconds);
+    return static_cast<double>(slow) / static_cast<double>(sorted.size());
+}
+
 std::vector<float> makeFragment(double loudness) {
     std::vector<float> samples(2 * kFragmentFrames);
     for (size_t i = 0; i < samples.size(); ++i) {
@@ -154,7 +161,7 @@ std::vector<float> makeFragment(double loudness) {
 
 constexpr std::chrono::nanoseconds kPace(static_cast<int64_t>(kSecondsPerBlock * 1e9 * kBlocksPerFragment));
 
-/// Microseconds that 99 of 100 bare copies of a block stay below.
+/// The share of bare copies of a block that take longer than the bound.
 double copyBlocks(int seconds) {
     const std::vector<float> sound = makeFragment(0.4);
     std::vector<float> queue(static_cast<size_t>(4) * 2 * kFragmentFrames);
@@ -171,7 +178,7 @@ double copyBlocks(int seconds) {
         }
     }
     std::sort(cpu.begin(), cpu.end());
-    return share(cpu, 0.99);
+    return shareOfSlow(cpu);
 }
 
 /// The audio thread: fragments at the pace of the sound, each cut into blocks at once.
@@ -237,13 +244,13 @@ bool measure(const FileKind &kind, const State &state, int seconds) {
     bareCopies.join();
     const double mainCpu = (cpuMicroseconds() - mainBefore) / static_cast<double>(figures.cpu.size());
 
-    const double slow = share(figures.cpu, 0.99);
-    const bool isKept = slow < kBoundMicroseconds && figures.allocatorCalls == 0;
-    const bool isNoisy = noise >= kBoundMicroseconds && figures.allocatorCalls == 0;
-    std::printf("%-4s  %-16s %6zu  %6.2f %6.2f %6.2f %6.2f  %6.2f %7.2f  %5ld %5llu  %6.2f %6d  %s\n", kind.name,
-                state.name, figures.cpu.size(), share(figures.cpu, 0.5), share(figures.cpu, 0.9), slow,
-                share(figures.cpu, 1), noise, share(figures.clock, 0.99), figures.waits,
-                static_cast<unsigned long long>(figures.allocatorCalls), mainCpu, session.splits(),
+    const double slow = shareOfSlow(figures.cpu);
+    const bool isKept = slow - noise < kSlowShare && figures.allocatorCalls == 0;
+    const bool isNoisy = noise >= kSlowShare && figures.allocatorCalls == 0;
+    std::printf("%-4s  %-16s %6zu  %6.2f %6.2f %6.2f %6.2f  %5.2f %5.2f  %7.2f  %5ld %5llu  %6.2f %6d  %s\n", kind.name,
+                state.name, figures.cpu.size(), share(figures.cpu, 0.5), share(figures.cpu, 0.9),
+                share(figures.cpu, 0.99), share(figures.cpu, 1), 100 * slow, 100 * noise, share(figures.clock, 0.99),
+                figures.waits, static_cast<unsigned long long>(figures.allocatorCalls), mainCpu, session.splits(),
                 isKept    ? "kept"
                 : isNoisy ? "noise"
                           : "MISSED");
@@ -262,13 +269,15 @@ int main(int argc, char **argv) {
         std::fputs("usage: block_path_bench [SECONDS]\n", stderr);
         return 2;
     }
-    std::printf("Microseconds per block; a block lasts 11,610. Bounds: CPU p99 below %.0f, alloc 0.\n"
-                "p50 to max: CPU of the audio thread; copy99: the p99 of bare copies of blocks, the machine's noise\n"
-                "(noise: not even these kept the bound); waits: for a lock; alloc: calls of the allocator;\n"
-                "main: mean CPU of the main thread, with the closing and opening of files at splits\n\n",
-                kBoundMicroseconds);
-    std::printf("%-4s  %-16s %6s  %6s %6s %6s %6s  %6s %7s  %5s %5s  %6s %6s\n", "file", "state", "blocks", "p50",
-                "p90", "p99", "max", "copy99", "clock99", "waits", "alloc", "main", "splits");
+    std::printf(
+        "Microseconds per block; a block lasts 11,610. Bounds: at most %.0f %% of the blocks take %.0f or more of CPU, "
+        "alloc 0.\n"
+        "p50 to max: CPU of the audio thread; slow: per cent of the blocks at or above the bound; copies: the\n"
+        "same of bare copies of blocks, the machine's noise, which is taken off; waits: for a lock; alloc:\n"
+        "calls of the allocator; main: mean CPU of the main thread, with the closing and opening of files\n\n",
+        100 * kSlowShare, kBoundMicroseconds);
+    std::printf("%-4s  %-16s %6s  %6s %6s %6s %6s  %5s %5s  %7s  %5s %5s  %6s %6s\n", "file", "state", "blocks", "p50",
+                "p90", "p99", "max", "slow", "copies", "clock99", "waits", "alloc", "main", "splits");
     bool isKept = true;
     for (const FileKind &kind : kFileKinds)
         for (const State &state : kStates)
