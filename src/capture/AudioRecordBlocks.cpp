@@ -10,7 +10,7 @@
 namespace {
 constexpr uint64_t kBlockNanoseconds = 11'609'977;
 // So many blocks for the MP3 writer, and it is woken before its sleep is over: two fragments of the device have come
-// together, as in the flood after a stall. The pool still has room for the rest of the second.
+// together, as in the flood after a stall. The pool still has room for what is left of them.
 constexpr size_t kBlocksToWakeFor = 12;
 // Held blocks are worked off at twice the rate at which they come, but not while so many blocks wait for the MP3
 // writer, lest it has to be woken for each fragment.

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cstdint>
+#include <cstddef>
 #include <vector>
 
 /// Both channels of one block.
@@ -25,7 +25,7 @@ class BlockQueue {
 public:
     /// Writing thread. Copies kBlockFrames samples of each channel. False, and nothing stored, when the queue is full.
     bool push(const float *left, const float *right) noexcept {
-        for (uint16_t place = 0; place < Capacity; ++place) {
+        for (size_t place = 0; place < Capacity; ++place) {
             // acquire: the reader has finished with the block before it is filled again
             if (isTaken_[place].load(std::memory_order_acquire))
                 continue;
@@ -39,11 +39,11 @@ public:
 
     /// Reading thread. The oldest block, to be given back with pop(); null when the queue is empty.
     const SoundBlock *front() const noexcept {
-        const uint16_t *place = order_.front();
+        const size_t *place = order_.front();
         return place ? &blocks_[*place] : nullptr;
     }
     void pop() noexcept {
-        const uint16_t place = *order_.front();
+        const size_t place = *order_.front();
         order_.pop();
         isTaken_[place].store(false, std::memory_order_release);
     }
@@ -54,5 +54,5 @@ public:
 private:
     std::vector<SoundBlock> blocks_ = std::vector<SoundBlock>(Capacity);
     std::array<std::atomic<bool>, Capacity> isTaken_{}; // the writing thread takes, the reading one gives back
-    SpscRing<uint16_t, Capacity> order_;
+    SpscRing<size_t, Capacity> order_;
 };

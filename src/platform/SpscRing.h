@@ -50,7 +50,7 @@ public:
     }
 
 private:
-    std::array<T, Capacity> slots_{};
     alignas(64) std::atomic<size_t> written_ = 0; // writing thread
-    alignas(64) std::atomic<size_t> read_ = 0;    // reading thread
+    std::array<T, Capacity> slots_{};
+    alignas(64) std::atomic<size_t> read_ = 0; // reading thread
 };
