@@ -48,7 +48,7 @@ public:
         isTaken_[place].store(false, std::memory_order_release);
     }
 
-    /// Any thread. Blocks in the queue at some moment of the call.
+    /// Writing thread. Blocks in the queue; the reader may have taken some of them by now.
     size_t size() const noexcept { return order_.size(); }
 
 private:

@@ -43,10 +43,9 @@ public:
     }
     void pop() noexcept { read_.store(read_.load(std::memory_order_relaxed) + 1, std::memory_order_release); }
 
-    /// Any thread. Elements in the ring at some moment of the call.
+    /// Writing thread. Elements in the ring; the reader may have taken some of them by now.
     size_t size() const noexcept {
-        const size_t read = read_.load(std::memory_order_relaxed); // first: it never passes the other
-        return written_.load(std::memory_order_relaxed) - read;
+        return written_.load(std::memory_order_relaxed) - read_.load(std::memory_order_relaxed);
     }
 
 private:
