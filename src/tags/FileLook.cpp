@@ -24,7 +24,7 @@ public:
     Mp4Look look() {
         uint64_t end = 0;
         while (isWithinBounds_ && position_ + 8 <= size_) {
-            if (!atom(0)) {
+            if (!atom(0, /*isInTrack=*/false)) {
                 // Behind `moov` it can be hidden.
                 isWithinBounds_ = isWithinBounds_ && hasMoov_;
                 break;
@@ -41,7 +41,7 @@ public:
 
 private:
     // Passes one atom with all it holds; false where there is no whole one.
-    bool atom(int depth) {
+    bool atom(int depth, bool isInTrack) {
         isWithinBounds_ = isWithinBounds_ && ++atoms_ <= kMaxAtoms && depth <= kMaxDepth;
         const uint64_t start = position_;
         uint8_t header[16];
@@ -60,7 +60,7 @@ private:
             return false;
         const std::string_view name(reinterpret_cast<const char *>(header) + 4, 4);
         hasMoov_ |= depth == 0 && name == "moov";
-        checkOffsets(name, start, length);
+        checkOffsets(name, start, length, isInTrack);
 
         const std::optional<uint64_t> content = contentOf(name, start + headerSize);
         if (!content) {
@@ -68,8 +68,9 @@ private:
             return true;
         }
         position_ = *content;
+        isInTrack |= depth == 1 && name == "trak";
         while (position_ < start + length)
-            if (!atom(depth + 1)) {
+            if (!atom(depth + 1, isInTrack)) {
                 // TagLib would go into an atom that claims more than the file holds, and rewrite what is not there.
                 isWithinBounds_ = false;
                 break;
@@ -96,14 +97,15 @@ private:
         return position + (isPlain ? 0 : 4);
     }
 
-    // TagLib writes as many offsets as the count says, and where a flag says that one is there.
-    void checkOffsets(std::string_view name, uint64_t start, uint64_t length) {
+    // TagLib writes as many offsets as the count says, and where a flag says that one is there. It reads the count anew
+    // once the tags are in the file, and looks for a table that stood just where they went at its old place.
+    void checkOffsets(std::string_view name, uint64_t start, uint64_t length, bool isInTrack) {
         uint8_t bytes[16] = {};
         if (name == "stco" || name == "co64") {
             const uint64_t width = name == "stco" ? 4 : 8;
             hasShortOffsets_ |= width == 4;
-            areOffsetsSound_ &=
-                length >= 16 && stream_.readAt(start, bytes, 16) == 16 && word(bytes + 12) <= (length - 16) / width;
+            areOffsetsSound_ &= isInTrack && length >= 16 && stream_.readAt(start, bytes, 16) == 16 &&
+                                word(bytes + 12) <= (length - 16) / width;
         } else if (name == "tfhd") {
             stream_.readAt(start, bytes, 12);
             areOffsetsSound_ &= length >= 12 && ((bytes[11] & 1) == 0 || length >= 24);

@@ -282,6 +282,9 @@ TEST_F(Tags, FilesOfOtherKindsAreLeftAlone) {
     for (int i = 0; i < 50'000; ++i)
         frames += frame("TXXX", "\0a\0b"s);
     const size_t table = findAtomIn(m4a, {"moov", "trak", "mdia", "minf", "stbl", "stco"}).offset;
+    const std::string noChunks = atomBytes("stco", std::string(8, '\0')),
+                      withoutTags = replaced(m4a, {"moov", "udta"}, {});
+    const AtomPlace header = findAtomIn(withoutTags, {"moov", "mvhd"});
     struct {
         const char *name;
         std::string bytes;
@@ -295,6 +298,8 @@ TEST_F(Tags, FilesOfOtherKindsAreLeftAlone) {
         {"atoms nested deep that claim more than the file", lies},
         {"a chunk table with a count that lies", std::string(m4a).replace(table + 12, 4, int32Bytes(0x10000000))},
         {"a chunk table with a size that lies", std::string(m4a).replace(table, 4, int32Bytes(0x20200014))},
+        {"a chunk table where the tags go",
+         replaced(withoutTags, {"moov", "mvhd"}, noChunks + withoutTags.substr(header.offset, header.size))},
         {"a compressed frame of 64 MiB", id3v2(frame("TXXX", int32Bytes(64U << 20) + packed, {"\0\x80", 2})) + mp3},
         {"chapters nested deep", id3v2(chapters, 4) + mp3},
         {"50,000 frames", id3v2(frames) + mp3},
