@@ -227,7 +227,7 @@ void AudioRecord::deliverReports() {
         deliver(result);
     }
     checkOpenFile();
-    // Reports that found the ring full are gone, but not that there was sound among them.
+    // Reports that found the queue full are gone, but not that there was sound among them.
     if (lostAudibleReport_.exchange(false, std::memory_order_relaxed) && delegate_)
         delegate_->nullAudioSignal(/*isNull=*/false, /*forNullTime=*/0, /*forNullCount=*/0);
 }

@@ -2,18 +2,17 @@
 // into at most one open file, and watches for silence.
 //
 // Threads: AudioInputProc() on the audio thread, writeMP3Data() on "Thread-MP3", everything else on the main thread.
-// What the audio thread has to say goes to the main thread through a ring of small records, into which the main thread
+// What the audio thread has to say goes to the main thread through a queue of small records, into which the main thread
 // looks from time to time: to wake another thread would cost more than all the rest that is done for a block. What
 // several threads touch is marked below with its writers.
 #pragma once
 
 #include "capture/HeldBlocks.h"
-#include "platform/BlockQueue.h"
 #include "platform/EncMgr.h"
 #include "platform/ExtAudioFile.h"
 #include "platform/InputUnit.h"
 #include "platform/Semaphore.h"
-#include "platform/SpscRing.h"
+#include "platform/SpscQueue.h"
 
 #include <QString>
 #include <QTimer>
@@ -156,7 +155,7 @@ private:
         bool isForOpenFile = false; // a file was open and the samples were good
         bool checksSplit = false;   // written silence: the split check is due
         bool holdsForSplit = false; // the check will cut; the audio thread holds further blocks until it has run
-        bool hasSamples = false;    // the samples lie in the queue beside the ring
+        bool hasSamples = false;    // the samples lie in the queue beside this one
     };
 
     // AudioRecordBlocks.cpp: the audio thread
@@ -215,25 +214,25 @@ private:
     std::atomic<bool> splitPending_ = false;           // audio thread sets, main thread clears when the check has run
     std::atomic<bool> wantsSamples_ = false;           // main thread; a delegatePCMWave is set
     std::atomic<uint64_t> lostMP3Blocks_ = 0;          // audio thread; blocks that found the pool empty
-    std::atomic<uint64_t> lostReports_ = 0;            // audio thread; reports that found the ring full
+    std::atomic<uint64_t> lostReports_ = 0;            // audio thread; reports that found the queue full
     std::atomic<bool> lostAudibleReport_ = false;      // audio thread sets, main thread clears
 
     // Audio thread only, while the unit runs.
     qint64 nullDurationTime_ = 0; // consecutive silent blocks, whether recording or not
     HeldBlocks heldBlocks_;
 
-    SpscRing<BlockReport, 1024> reports_; // 11.9 s
-    BlockQueue<64> samples_;              // 0.74 s; a display may miss blocks
+    SpscQueue<BlockReport, 1024> reports_; // 11.9 s
+    SpscQueue<SoundBlock, 64> samples_;    // 0.74 s; a display may miss blocks
     QTimer reportPoll_;
 
     // The way of a block to the MP3 writer.
-    std::array<audioDataMemery, kMP3Blocks> mp3AudioMemlist_;
     std::mutex mp3Condition_; // guards mp3WriteList_
     std::vector<audioDataMemery *> mp3WriteList_;
     std::atomic<bool> blStopThread_ = true; // main thread; true while the writer is to run, whatever the name suggests
     std::atomic<int> mp3Pending_ = 0; // blocks between the audio thread and the encoder; both count, main thread looks
     Semaphore mp3Hurry_;              // cuts the writer's idle sleep short
-    audioDataMemery mp3WriteMem_;     // writer; its isEmpty is false while a block waits for conversion
+    std::array<audioDataMemery, kMP3Blocks> mp3AudioMemlist_;
+    audioDataMemery mp3WriteMem_; // writer; its isEmpty is false while a block waits for conversion
     std::array<int16_t, 2 * kBlockFrames> mp3FrameMem_{}; // writer
     std::thread mp3Threadone_;
 };

@@ -156,8 +156,13 @@ void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept 
     if (result.holdsForSplit)
         splitPending_.store(true, std::memory_order_relaxed);
     if (BlockReport *slot = reports_.beginPush()) {
-        result.hasSamples = wantsSamples_.load(std::memory_order_relaxed) && !result.isWrongSize && block.left &&
-                            block.right && samples_.push(block.left, block.right);
+        const bool hasSamples = !result.isWrongSize && block.left && block.right;
+        if (SoundBlock *samples =
+                hasSamples && wantsSamples_.load(std::memory_order_relaxed) ? samples_.beginPush() : nullptr) {
+            samples->copyFrom(block.left, block.right);
+            samples_.endPush();
+            result.hasSamples = true;
+        }
         *slot = result;
         reports_.endPush();
     } else {

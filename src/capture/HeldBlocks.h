@@ -5,8 +5,6 @@
 
 #include "platform/InputUnit.h"
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -24,18 +22,16 @@ public:
         block.hostTime = slice.hostTime;
         block.status = slice.status;
         block.hasSamples = slice.left && slice.right;
-        if (block.hasSamples) {
-            std::copy_n(slice.left, kBlockFrames, block.left.begin());
-            std::copy_n(slice.right, kBlockFrames, block.right.begin());
-        }
+        if (block.hasSamples)
+            block.samples.copyFrom(slice.left, slice.right);
         ++count_;
     }
 
     /// The oldest block, valid until the next push() after its pop().
     InputSlice front() const noexcept {
         const Block &block = blocks_[first_];
-        return {block.hostTime, kBlockFrames, block.hasSamples ? block.left.data() : nullptr,
-                block.hasSamples ? block.right.data() : nullptr, block.status};
+        return {block.hostTime, kBlockFrames, block.hasSamples ? block.samples.left.data() : nullptr,
+                block.hasSamples ? block.samples.right.data() : nullptr, block.status};
     }
     void pop() noexcept {
         // An empty queue begins anew, so that the next hold finds its memory in the caches.
@@ -50,7 +46,7 @@ private:
         uint64_t hostTime = 0;
         Status status = 0;
         bool hasSamples = false;
-        std::array<float, kBlockFrames> left{}, right{};
+        SoundBlock samples;
     };
     std::vector<Block> blocks_;
     size_t first_ = 0;

@@ -1,6 +1,8 @@
 // The numbers and small records that everything about audio shares.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 
 /// Frames of one block, the unit of all capture timing: 512 / 44100 s = 11.61 ms.
@@ -8,6 +10,17 @@ inline constexpr uint32_t kBlockFrames = 512;
 /// Hertz. Every recording is made at this rate.
 inline constexpr int kSampleRate = 44100;
 inline constexpr double kSecondsPerBlock = 0.011609977324263039;
+
+/// Both channels of one block.
+struct SoundBlock {
+    std::array<float, kBlockFrames> left{}, right{};
+
+    /// From kBlockFrames samples each.
+    void copyFrom(const float *fromLeft, const float *fromRight) noexcept {
+        std::copy_n(fromLeft, kBlockFrames, left.begin());
+        std::copy_n(fromRight, kBlockFrames, right.begin());
+    }
+};
 
 /// Names a capture device; 0 is none.
 using DeviceID = uint32_t;

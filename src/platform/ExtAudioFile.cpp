@@ -1,10 +1,10 @@
 #include "platform/ExtAudioFile.h"
 
 #include "platform/AvFile.h"
-#include "platform/BlockQueue.h"
 #include "platform/Log.h"
 #include "platform/PlainM4a.h"
 #include "platform/Semaphore.h"
+#include "platform/SpscQueue.h"
 
 #include <algorithm>
 #include <atomic>
@@ -48,7 +48,7 @@ private:
     int64_t encodedFrames_ = 0;
     int64_t fragmentStart_ = 0;
 
-    BlockQueue<kQueueBlocks> queue_;
+    SpscQueue<SoundBlock, kQueueBlocks> queue_;
     std::atomic<int64_t> lostBlocks_ = 0; // audio thread
     std::atomic<int> error_ = 0;          // writer; libav's code of the first failure
     std::atomic<bool> ends_ = false;      // main thread
@@ -102,10 +102,15 @@ void ExtAudioFile::Writer::start() {
 }
 
 void ExtAudioFile::Writer::take(const float *left, const float *right) noexcept {
-    if (!queue_.push(left, right))
+    SoundBlock *block = queue_.beginPush();
+    if (!block) {
         lostBlocks_.store(lostBlocks_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        return;
+    }
+    block->copyFrom(left, right);
+    queue_.endPush();
     // The writer looks by itself often enough for a device's pace; after a stall the sound comes in a flood.
-    else if (queue_.size() == kBlocksToWakeFor)
+    if (queue_.size() == kBlocksToWakeFor)
         wake_.post();
 }
 

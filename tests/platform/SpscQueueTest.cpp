@@ -1,21 +1,25 @@
-#include "platform/BlockQueue.h"
+#include "platform/SpscQueue.h"
+
+#include "platform/AudioTypes.h"
 
 #include <gtest/gtest.h>
 #include <memory>
 #include <thread>
 
 namespace {
-bool pushNumbered(BlockQueue<8> &queue, int number) {
-    std::array<float, kBlockFrames> left{};
-    left.fill(static_cast<float>(number));
-    std::array<float, kBlockFrames> right{};
-    right.fill(static_cast<float>(-number));
-    return queue.push(left.data(), right.data());
+bool pushNumbered(SpscQueue<SoundBlock, 8> &queue, int number) {
+    SoundBlock *block = queue.beginPush();
+    if (!block)
+        return false;
+    block->left.fill(static_cast<float>(number));
+    block->right.fill(static_cast<float>(-number));
+    queue.endPush();
+    return true;
 }
 } // namespace
 
-TEST(BlockQueue, RefusesWhatItHasNoPlaceForAndTakesTheLowestPlaceThatIsFree) {
-    const auto queue = std::make_unique<BlockQueue<8>>();
+TEST(SpscQueue, RefusesWhatItHasNoPlaceForAndTakesTheLowestPlaceThatIsFree) {
+    const auto queue = std::make_unique<SpscQueue<SoundBlock, 8>>();
     EXPECT_EQ(queue->front(), nullptr);
     for (int i = 0; i < 8; ++i)
         EXPECT_TRUE(pushNumbered(*queue, i));
@@ -29,9 +33,9 @@ TEST(BlockQueue, RefusesWhatItHasNoPlaceForAndTakesTheLowestPlaceThatIsFree) {
     EXPECT_EQ(queue->front()->right.back(), -9.0f);
 }
 
-TEST(BlockQueue, KeepsTheOrderBetweenTwoThreads) {
+TEST(SpscQueue, KeepsTheOrderBetweenTwoThreads) {
     constexpr int kBlocks = 5000;
-    const auto queue = std::make_unique<BlockQueue<8>>();
+    const auto queue = std::make_unique<SpscQueue<SoundBlock, 8>>();
     std::thread writer([&] {
         for (int i = 0; i < kBlocks;)
             i += pushNumbered(*queue, i);
