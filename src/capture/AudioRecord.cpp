@@ -52,7 +52,8 @@ bool AudioRecord::configureAudioUnit(DeviceID device) {
 void AudioRecord::closeInputUnit() {
     stopRecordAudio();
     audioUnit_.reset();
-    heldBlocks_.clear();
+    while (heldBlocks_.front())
+        heldBlocks_.pop();
 }
 
 bool AudioRecord::configurePluginDiviceAuidoUnit() {

@@ -7,7 +7,6 @@
 // several threads touch is marked below with its writers.
 #pragma once
 
-#include "capture/HeldBlocks.h"
 #include "platform/EncMgr.h"
 #include "platform/ExtAudioFile.h"
 #include "platform/InputUnit.h"
@@ -143,6 +142,17 @@ private:
         std::atomic<bool> isEmpty = true;
     };
 
+    /// A block that waits in memory while the main thread changes files.
+    struct HeldBlock {
+        uint64_t hostTime = 0;
+        Status status = 0;
+        bool hasSamples = false;
+        SoundBlock samples;
+
+        void copyFrom(const InputSlice &slice) noexcept;
+        InputSlice slice() const noexcept;
+    };
+
     /// What the main thread is told of one block.
     struct BlockReport {
         uint32_t fileNumber = 0;    // the file that was open, to tell reports that a cut has overtaken
@@ -160,6 +170,8 @@ private:
 
     // AudioRecordBlocks.cpp: the audio thread
     bool isHolding() const noexcept;
+    void hold(const InputSlice &slice) noexcept;
+    void processOldestHeldBlock() noexcept;
     void processBlock(const InputSlice &block) noexcept;
     void writeBlock(const InputSlice &block) noexcept;
     void writeMP3AudioData(const float *left, const float *forRightData) noexcept;
@@ -218,8 +230,8 @@ private:
     std::atomic<bool> lostAudibleReport_ = false;      // audio thread sets, main thread clears
 
     // Audio thread only, while the unit runs.
-    qint64 nullDurationTime_ = 0; // consecutive silent blocks, whether recording or not
-    HeldBlocks heldBlocks_;
+    qint64 nullDurationTime_ = 0;          // consecutive silent blocks, whether recording or not
+    SpscQueue<HeldBlock, 512> heldBlocks_; // 5.9 s, 2 MiB
 
     SpscQueue<BlockReport, 1024> reports_; // 11.9 s
     SpscQueue<SoundBlock, 64> samples_;    // 0.74 s; a display may miss blocks

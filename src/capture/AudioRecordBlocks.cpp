@@ -12,8 +12,8 @@ constexpr uint64_t kBlockNanoseconds = 11'609'977;
 // So many blocks for the MP3 writer, and it is woken before its sleep is over: two fragments of the device have come
 // together, as in the flood after a stall. The pool still has room for what is left of them.
 constexpr size_t kBlocksToWakeFor = 12;
-// Held blocks are worked off at twice the rate at which they come, but not while so many blocks wait for the MP3
-// writer, lest it has to be woken for each fragment.
+// Held blocks are worked off at twice the rate at which they come, but no faster than they come while so many blocks
+// wait for the MP3 writer, lest it has to be woken for each fragment.
 constexpr int kBlocksToSlowDownFor = 4;
 // 0.7 of a block, so at least 359 of 512 samples.
 constexpr double kQuietShare = 0.7;
@@ -49,28 +49,52 @@ Status AudioRecord::AudioInputProc(const InputSlice &slice) noexcept {
         report(wrong, slice);
         return 0;
     }
-    if (heldBlocks_.isEmpty() && !isHolding()) {
-        processBlock(slice);
-        return slice.status;
-    }
-    const auto processOldest = [this] {
-        const InputSlice oldest = heldBlocks_.front();
-        heldBlocks_.pop(); // its samples stay until the next push
-        processBlock(oldest);
+    int processed = 0;
+    const auto mayProcess = [&] {
+        const bool isInTime =
+            processed == 0 || (processed < 2 && mp3Pending_.load(std::memory_order_relaxed) < kBlocksToSlowDownFor);
+        return isInTime && !isHolding();
     };
-    if (heldBlocks_.isFull())
-        processOldest(); // the main thread has been away too long: go on without its answer
-    heldBlocks_.push(slice);
-    if (!isHolding())
-        processOldest();
-    if (!heldBlocks_.isEmpty() && !isHolding() && mp3Pending_.load(std::memory_order_relaxed) < kBlocksToSlowDownFor)
-        processOldest();
+    for (; heldBlocks_.front() && mayProcess(); ++processed)
+        processOldestHeldBlock();
+    if (!heldBlocks_.front() && mayProcess())
+        processBlock(slice);
+    else
+        hold(slice);
     return slice.status;
 }
 
 bool AudioRecord::isHolding() const noexcept {
     // acquire on the flag: a split that has been answered is seen together with the file that it opened
     return splitPending_.load(std::memory_order_acquire) || holds_.load(std::memory_order_acquire) > 0;
+}
+
+void AudioRecord::hold(const InputSlice &slice) noexcept {
+    HeldBlock *place = heldBlocks_.beginPush();
+    if (!place) {
+        processOldestHeldBlock(); // the main thread has been away too long: go on without its answer
+        place = heldBlocks_.beginPush();
+    }
+    place->copyFrom(slice);
+    heldBlocks_.endPush();
+}
+
+void AudioRecord::processOldestHeldBlock() noexcept {
+    processBlock(heldBlocks_.front()->slice());
+    heldBlocks_.pop();
+}
+
+void AudioRecord::HeldBlock::copyFrom(const InputSlice &slice) noexcept {
+    hostTime = slice.hostTime;
+    status = slice.status;
+    hasSamples = slice.left && slice.right;
+    if (hasSamples)
+        samples.copyFrom(slice.left, slice.right);
+}
+
+InputSlice AudioRecord::HeldBlock::slice() const noexcept {
+    return {hostTime, kBlockFrames, hasSamples ? samples.left.data() : nullptr,
+            hasSamples ? samples.right.data() : nullptr, status};
 }
 
 void AudioRecord::processBlock(const InputSlice &block) noexcept {
