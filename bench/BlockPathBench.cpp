@@ -198,6 +198,7 @@ Figures feed(AudioRecord &engine, const State &state, int seconds) {
         countAllocatorCalls(true);
         reblocker.beginChunk(AudioGetCurrentHostTime());
         for (size_t block = 0; block < kBlocksPerFragment; ++block) {
+            cpuMicroseconds(); // the first call after a sleep costs several microseconds itself
             const uint64_t clockBefore = AudioGetCurrentHostTime();
             const double cpuBefore = cpuMicroseconds();
             reblocker.take(samples + 2 * block * kBlockFrames, kBlockFrames);

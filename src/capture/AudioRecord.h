@@ -206,6 +206,9 @@ private:
     QString outputMP3FilePath_;
     bool hasReportedFailure_ = false;
 
+    // The audio thread comes out of a sleep with every fragment, to cold caches: what it looks at for each block stands
+    // together, with the large members behind it.
+
     // The open file. The main thread changes a handle under its lock; the audio thread and the writer test it without
     // the lock first, and a stale answer costs one block at the file's edge.
     std::mutex m4acloseFileCondition_;
@@ -229,6 +232,13 @@ private:
     std::atomic<uint64_t> lostReports_ = 0;            // audio thread; reports that found the queue full
     std::atomic<bool> lostAudibleReport_ = false;      // audio thread sets, main thread clears
 
+    // The way of a block to the MP3 writer.
+    std::mutex mp3Condition_; // guards mp3WriteList_
+    std::vector<audioDataMemery *> mp3WriteList_;
+    std::atomic<bool> blStopThread_ = true; // main thread; true while the writer is to run, whatever the name suggests
+    std::atomic<int> mp3Pending_ = 0; // blocks between the audio thread and the encoder; both count, main thread looks
+    Semaphore mp3Hurry_;              // cuts the writer's idle sleep short
+
     // Audio thread only, while the unit runs.
     qint64 nullDurationTime_ = 0;          // consecutive silent blocks, whether recording or not
     SpscQueue<HeldBlock, 512> heldBlocks_; // 5.9 s, 2 MiB
@@ -237,12 +247,7 @@ private:
     SpscQueue<SoundBlock, 64> samples_;    // 0.74 s; a display may miss blocks
     QTimer reportPoll_;
 
-    // The way of a block to the MP3 writer.
-    std::mutex mp3Condition_; // guards mp3WriteList_
-    std::vector<audioDataMemery *> mp3WriteList_;
-    std::atomic<bool> blStopThread_ = true; // main thread; true while the writer is to run, whatever the name suggests
-    std::atomic<int> mp3Pending_ = 0; // blocks between the audio thread and the encoder; both count, main thread looks
-    Semaphore mp3Hurry_;              // cuts the writer's idle sleep short
+    // The MP3 pool and its writer.
     std::array<audioDataMemery, kMP3Blocks> mp3AudioMemlist_;
     audioDataMemery mp3WriteMem_; // writer; its isEmpty is false while a block waits for conversion
     std::array<int16_t, 2 * kBlockFrames> mp3FrameMem_{}; // writer

@@ -54,10 +54,11 @@ public:
     }
 
 private:
+    // What is looked at most comes first, so that it shares a cache line.
     std::vector<T> elements_ = std::vector<T>(Capacity);
-    std::array<uint16_t, Capacity> order_{};            // a ring of the places in use, the oldest at read_
-    size_t place_ = 0;                                  // writing thread, between beginPush() and endPush()
     std::atomic<size_t> written_ = 0;                   // writing thread
     std::atomic<size_t> read_ = 0;                      // reading thread
+    size_t place_ = 0;                                  // writing thread, between beginPush() and endPush()
     std::array<std::atomic<bool>, Capacity> isTaken_{}; // the writing thread takes, the reading one gives back
+    std::array<uint16_t, Capacity> order_{};            // a ring of the places in use, the oldest at read_
 };
