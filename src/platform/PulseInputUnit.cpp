@@ -18,7 +18,7 @@ constexpr uint32_t kFragmentFrames = kFragmentBlocks * kBlockFrames;
 constexpr uint32_t kFrameBytes = 2 * sizeof(float);
 
 // After a stall the server hands over all it kept, up to 12 s. It is passed on no faster than this, about 7 times the
-// speed of the sound, so that the pools and rings behind the client keep up.
+// speed of the sound, so that the queues behind the client keep up.
 constexpr int kBlocksPerWindow = kFragmentBlocks;
 constexpr std::chrono::milliseconds kWindow{15};
 constexpr uint64_t kWindowNanos = std::chrono::nanoseconds(kWindow).count();

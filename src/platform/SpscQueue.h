@@ -1,4 +1,4 @@
-// A queue from one thread to one other, without locks or, after its construction, allocation.
+// A queue from one thread to another, without locks or, after its construction, allocation.
 #pragma once
 
 #include <array>
@@ -7,13 +7,12 @@
 #include <cstdint>
 #include <vector>
 
-/// Holds up to `Capacity` (a power of two) elements. One thread pushes, one other pops; neither ever waits.
+/// Holds up to `Capacity` elements. One thread pushes, one pops; neither ever waits.
 ///
 /// An element is kept in the lowest place that is free, not in the next one of a ring. With a reader that keeps up, a
 /// queue for seconds thus lives in a few pages of memory, which the caches hold.
 template <typename T, size_t Capacity>
 class SpscQueue {
-    static_assert((Capacity & (Capacity - 1)) == 0, "the index is cut with a mask");
     static_assert(Capacity <= 1U << 16, "places are counted with 16 bits");
 
 public:
