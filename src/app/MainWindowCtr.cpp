@@ -89,6 +89,9 @@ void MainWindowCtr::loadLibrary() {
 // Recording
 
 void MainWindowCtr::recorder() {
+    // While a question stands, calls over the bus and a signal to end come through.
+    if (asksForDevice_ || mainExiting_)
+        return;
     isRecording_ = !isRecording_;
     if (!isRecording_) {
         recordViewCtr_.stopRecordingFile();
@@ -99,7 +102,12 @@ void MainWindowCtr::recorder() {
         // The flip stays: the next press takes the way of a stop.
         if (QFile::exists(folder) && isDraggingDestPermited(folder))
             return;
-        if (!hasCaptureDevice()) {
+        asksForDevice_ = true;
+        const bool isReady = hasCaptureDevice();
+        asksForDevice_ = false;
+        if (mainExiting_)
+            return;
+        if (!isReady) {
             setNoRecordStatus();
             return;
         }
@@ -113,7 +121,8 @@ void MainWindowCtr::recorder() {
 bool MainWindowCtr::hasCaptureDevice() {
     if (!isInstallAudioDeviceWithClassName(kCaptureDeviceClass)) {
         const bool isInstalled = showInstallDevice();
-        recordViewCtr_.listenAudio();
+        if (!mainExiting_)
+            recordViewCtr_.listenAudio();
         return isInstalled;
     }
     // Asked with the class and not with a device's name, so that the launch always runs.
@@ -154,6 +163,8 @@ bool MainWindowCtr::showInstallDevice() {
         return false;
     }
     tell(localizedString("Install successed!"), " ");
+    if (mainExiting_)
+        return false;
     launchAudioDeviceWithClassName(kCaptureDeviceClass);
     return true;
 }

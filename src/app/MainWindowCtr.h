@@ -19,7 +19,7 @@ public:
     explicit MainWindowCtr(const InputUnitFactory &makeInputUnit);
     ~MainWindowCtr() override;
 
-    /// Starts recording, or stops it.
+    /// Starts recording, or stops it. Nothing while it asks for the capture device, or once the window has closed.
     void recorder();
     /// Cuts to another recording; nothing unless one runs.
     void recorderCut();
@@ -67,6 +67,7 @@ private:
     QList<std::shared_ptr<SongItem>> marrNewRecord_; // the tracks of this run
     std::function<void()> terminate_ = [] {};
     bool isRecording_ = false;
+    bool asksForDevice_ = false;
     bool mainExiting_ = false;
     int recordTracksNum_ = 0;
 };

@@ -16,6 +16,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -27,6 +28,8 @@ protected:
         setLogSink([](const QString &) {});
         setPanelAnswerer([this](const Panel &panel) {
             asked << panel.message;
+            if (meanwhile)
+                meanwhile(panel);
             return PanelAnswer{answers.isEmpty() ? 0 : answers.takeFirst(), false};
         });
         ASSERT_TRUE(CorvidiaAppDelegate::initialize());
@@ -48,6 +51,7 @@ protected:
 
     QStringList asked;
     QList<int> answers;
+    std::function<void(const Panel &)> meanwhile; ///< happens while a question stands
     FakeInputUnits units;
     std::unique_ptr<CorvidiaAppDelegate> delegate;
 };
@@ -136,6 +140,23 @@ TEST_F(MainWindow, SetsALibraryAsideThatItCannotRead) {
     QFile old(applicationSupportFolder() + '/' + kept.first());
     ASSERT_TRUE(old.open(QIODevice::ReadOnly));
     EXPECT_TRUE(old.readAll().endsWith("want them back"));
+}
+
+TEST_F(MainWindowWithSound, BeginsNothingBehindAQuestionThatItDidNotAnswer) {
+    launch();
+    meanwhile = [this](const Panel &) { window().recorder(); };
+    answers = {1};
+    window().recorder();
+    EXPECT_EQ(asked, QStringList{"Install Recording Extra"});
+    EXPECT_FALSE(window().isRecording());
+    meanwhile = [this](const Panel &panel) {
+        if (panel.message == "Install successed!")
+            delegate->terminateNow();
+    };
+    window().recorder();
+    EXPECT_FALSE(window().isRecording());
+    EXPECT_FALSE(isLaunchedRequiredAudioDevice(kCaptureDeviceClass));
+    EXPECT_EQ(QDir(defaultMusicFolder()).entryList(QDir::Files), QStringList());
 }
 
 TEST_F(MainWindowWithSound, RecordsCutsAsksBeforeItQuitsAndKeepsTheOpenFile) {
