@@ -15,9 +15,9 @@
 #include "AllocationCount.h"
 
 #include "capture/AudioRecord.h"
-#include "platform/HostTime.h"
-#include "platform/Log.h"
-#include "platform/Reblocker.h"
+#include "platform/run/HostTime.h"
+#include "platform/run/Log.h"
+#include "platform/sound/Reblocker.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

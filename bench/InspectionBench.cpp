@@ -1,8 +1,8 @@
 // How long the look at a file's format takes, once for each tag read and each tag write, and how long the excerpt for
 // identification takes beside the ffmpeg command. The goals for the look are 0.25 ms for an MP3 of 20 seconds and
 // 0.35 ms for an M4A.
-#include "tags/AudioConverter.h"
-#include "tags/AudioFileHelper.h"
+#include "tags/audio/AudioConverter.h"
+#include "tags/audio/AudioFileHelper.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

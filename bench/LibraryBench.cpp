@@ -1,6 +1,6 @@
 // How long reading a library of 100,000 tracks takes, beside a bare SQLite loop that copies the same columns, and the
 // memory that a track takes. The goal is at most 2.5 times the bare loop.
-#include "platform/Log.h"
+#include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 
 #include <QDir>

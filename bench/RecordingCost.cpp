@@ -11,8 +11,8 @@
 
 #include "demo/RunningProgram.h"
 #include "demo/SongStream.h"
-#include "platform/AudioTypes.h"
-#include "platform/UserDefaults.h"
+#include "platform/run/UserDefaults.h"
+#include "platform/sound/AudioTypes.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,11 +1,11 @@
 // How long tags take to be read and written: reading beside a bare TagLib loop over the same 1,000 files, where the
 // goal is at most 1.3 times plus the look at the format, and the marks on an M4A of 10 MB. Milliseconds over the files
 // are microseconds a file.
-#include "platform/Log.h"
-#include "tags/AudioConverter.h"
-#include "tags/AudioFileHelper.h"
-#include "tags/GracenoteHelper.h"
-#include "tags/TagLibHelper.h"
+#include "platform/run/Log.h"
+#include "tags/access/GracenoteHelper.h"
+#include "tags/access/TagLibHelper.h"
+#include "tags/audio/AudioConverter.h"
+#include "tags/audio/AudioFileHelper.h"
 
 #include <QFile>
 #include <QImage>

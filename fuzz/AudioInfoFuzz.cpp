@@ -1,7 +1,7 @@
 // Facts and length are asked of any bytes.
 #include "FuzzedFile.h"
-#include "tags/AudioConverter.h"
-#include "tags/AudioFileHelper.h"
+#include "tags/audio/AudioConverter.h"
+#include "tags/audio/AudioFileHelper.h"
 
 #include <cmath>
 

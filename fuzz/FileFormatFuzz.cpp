@@ -1,7 +1,7 @@
 // The format of any bytes is looked for.
 #include "FuzzedFile.h"
-#include "tags/AudioConverter.h"
-#include "tags/AudioFileHelper.h"
+#include "tags/audio/AudioConverter.h"
+#include "tags/audio/AudioFileHelper.h"
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     AudioConverter::Initialize({});

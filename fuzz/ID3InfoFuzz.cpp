@@ -1,8 +1,8 @@
 // Tags are read from any bytes, and written where they can be read.
 #include "FuzzedFile.h"
-#include "platform/Log.h"
-#include "tags/AudioConverter.h"
-#include "tags/TagLibHelper.h"
+#include "platform/run/Log.h"
+#include "tags/access/TagLibHelper.h"
+#include "tags/audio/AudioConverter.h"
 
 #include <QImage>
 

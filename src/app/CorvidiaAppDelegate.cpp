@@ -1,13 +1,13 @@
 #include "app/CorvidiaAppDelegate.h"
 
 #include "capture/CaptureDevice.h"
-#include "platform/Folders.h"
-#include "platform/LocalizedString.h"
-#include "platform/Log.h"
-#include "platform/Panel.h"
-#include "platform/ProcessList.h"
-#include "platform/UserDefaults.h"
-#include "tags/AudioConverter.h"
+#include "platform/desktop/Panel.h"
+#include "platform/files/Folders.h"
+#include "platform/run/LocalizedString.h"
+#include "platform/run/Log.h"
+#include "platform/run/ProcessList.h"
+#include "platform/run/UserDefaults.h"
+#include "tags/audio/AudioConverter.h"
 
 #include <QCoreApplication>
 #include <QDir>

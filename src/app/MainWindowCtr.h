@@ -5,8 +5,8 @@
 #pragma once
 
 #include "capture/RecordViewCtr.h"
-#include "platform/SleepInhibitor.h"
-#include "views/MainWindowView.h"
+#include "platform/desktop/SleepInhibitor.h"
+#include "views/window/MainWindowView.h"
 
 #include <QAction>
 #include <QObject>

@@ -1,11 +1,11 @@
 // Start of the program.
 
 #include "app/CorvidiaAppDelegate.h"
-#include "platform/MainThread.h"
-#include "platform/Panel.h"
-#include "platform/PulseInputUnit.h"
-#include "platform/TerminationSignals.h"
-#include "views/PanelDialog.h"
+#include "platform/desktop/Panel.h"
+#include "platform/run/MainThread.h"
+#include "platform/run/TerminationSignals.h"
+#include "platform/sound/PulseInputUnit.h"
+#include "views/dialogs/PanelDialog.h"
 
 #include <QApplication>
 #include <QIcon>

@@ -2,9 +2,9 @@
 
 #include "capture/CaptureDevice.h"
 #include "capture/SilenceWatch.h"
-#include "platform/HostTime.h"
-#include "platform/Log.h"
-#include "platform/MainThread.h"
+#include "platform/run/HostTime.h"
+#include "platform/run/Log.h"
+#include "platform/run/MainThread.h"
 
 #include <chrono>
 #include <cstring>

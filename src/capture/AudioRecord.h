@@ -7,11 +7,11 @@
 // several threads touch is marked below with its writers.
 #pragma once
 
-#include "platform/EncMgr.h"
-#include "platform/ExtAudioFile.h"
-#include "platform/InputUnit.h"
-#include "platform/Semaphore.h"
-#include "platform/SpscQueue.h"
+#include "platform/media/EncMgr.h"
+#include "platform/media/ExtAudioFile.h"
+#include "platform/run/Semaphore.h"
+#include "platform/run/SpscQueue.h"
+#include "platform/sound/InputUnit.h"
 
 #include <QString>
 #include <QTimer>

@@ -2,7 +2,7 @@
 #include "capture/AudioRecord.h"
 
 #include "capture/SilenceWatch.h"
-#include "platform/HostTime.h"
+#include "platform/run/HostTime.h"
 
 #include <algorithm>
 #include <cmath>

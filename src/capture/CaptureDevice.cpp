@@ -1,9 +1,9 @@
 #include "capture/CaptureDevice.h"
 
 #include "capture/SoundServerConfiguration.h"
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/SoundServer.h"
+#include "platform/files/Folders.h"
+#include "platform/run/Log.h"
+#include "platform/sound/SoundServer.h"
 
 #include <QDir>
 #include <QFile>

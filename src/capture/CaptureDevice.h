@@ -7,7 +7,7 @@
 // Threads: the main thread. What asks the sound server is answered within two seconds, as a failure if need be.
 #pragma once
 
-#include "platform/AudioTypes.h"
+#include "platform/sound/AudioTypes.h"
 
 #include <QString>
 #include <QStringList>

@@ -6,8 +6,8 @@
 
 #include "capture/AudioRecord.h"
 #include "store/SongItem.h"
-#include "views/DisplayBox.h"
-#include "views/RecordingPage.h"
+#include "views/recording/RecordingPage.h"
+#include "views/window/DisplayBox.h"
 
 #include <QObject>
 #include <any>

@@ -1,7 +1,7 @@
 // How silent blocks become time, for the engine and for its tests.
 #pragma once
 
-#include "platform/AudioTypes.h"
+#include "platform/sound/AudioTypes.h"
 
 /// Seconds of `blocks` blocks.
 inline float secondsOfBlocks(int64_t blocks) noexcept { return static_cast<float>(blocks * kSecondsPerBlock); }

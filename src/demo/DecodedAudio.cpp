@@ -1,6 +1,6 @@
 #include "demo/DecodedAudio.h"
 
-#include "platform/AvFile.h"
+#include "platform/media/AvFile.h"
 
 namespace {
 float sampleOf(const AVFrame &frame, int channel, int index) {

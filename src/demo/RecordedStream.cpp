@@ -5,7 +5,7 @@
 #include "demo/DecodedAudio.h"
 #include "demo/PrivateDesktop.h"
 #include "demo/RunningProgram.h"
-#include "platform/UserDefaults.h"
+#include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
 
 #include <QDir>

@@ -3,7 +3,7 @@
 
 #include "demo/PrivateSoundServer.h"
 #include "demo/SongStream.h"
-#include "platform/AudioTypes.h"
+#include "platform/sound/AudioTypes.h"
 
 #include <QJsonArray>
 #include <QString>

@@ -1,6 +1,6 @@
 #include "demo/SongStream.h"
 
-#include "platform/AudioTypes.h"
+#include "platform/sound/AudioTypes.h"
 
 #include <QDataStream>
 #include <QFile>

@@ -1,7 +1,7 @@
 #include "store/DataBaseManager.h"
 
-#include "platform/Folders.h"
-#include "platform/Log.h"
+#include "platform/files/Folders.h"
+#include "platform/run/Log.h"
 #include "store/LibraryFile.h"
 #include "store/Statement.h"
 

@@ -1,5 +1,5 @@
 // Rows of the table Song, and the covers that belong to them.
-#include "platform/Log.h"
+#include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "store/DateText.h"
 #include "store/Statement.h"

@@ -1,6 +1,6 @@
 #include "store/LibraryFile.h"
 
-#include "platform/Folders.h"
+#include "platform/files/Folders.h"
 #include "store/Statement.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "store/TimeAndSizeText.h"
 
-#include "platform/Folders.h"
-#include "platform/LocalizedString.h"
+#include "platform/files/Folders.h"
+#include "platform/run/LocalizedString.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -2,14 +2,14 @@
 
 #include "capture/CaptureDevice.h"
 #include "demo/PrivateSoundServer.h"
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/Panel.h"
-#include "platform/UserDefaults.h"
+#include "platform/desktop/Panel.h"
+#include "platform/files/Folders.h"
+#include "platform/run/Log.h"
+#include "platform/run/UserDefaults.h"
 #include "store/LibraryFile.h"
 #include "support/FakeInputUnit.h"
-#include "views/SketchButton.h"
-#include "views/StatusLine.h"
+#include "views/controls/SketchButton.h"
+#include "views/window/StatusLine.h"
 
 #include <QCoreApplication>
 #include <QDir>

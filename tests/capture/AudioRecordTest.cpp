@@ -1,8 +1,8 @@
 #include "capture/AudioRecord.h"
 
 #include "demo/DecodedAudio.h"
-#include "platform/Log.h"
-#include "platform/Reblocker.h"
+#include "platform/run/Log.h"
+#include "platform/sound/Reblocker.h"
 #include "support/FakeInputUnit.h"
 
 #include <QCoreApplication>

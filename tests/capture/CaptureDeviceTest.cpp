@@ -2,10 +2,10 @@
 // happens, not one sample of it may come out.
 #include "capture/CaptureDevice.h"
 #include "demo/PrivateSoundServer.h"
-#include "platform/HostTime.h"
-#include "platform/Log.h"
-#include "platform/PulseInputUnit.h"
-#include "platform/SoundServer.h"
+#include "platform/run/HostTime.h"
+#include "platform/run/Log.h"
+#include "platform/sound/PulseInputUnit.h"
+#include "platform/sound/SoundServer.h"
 
 #include <QCoreApplication>
 #include <QDir>

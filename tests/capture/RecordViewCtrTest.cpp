@@ -1,14 +1,14 @@
 #include "capture/RecordViewCtr.h"
 
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/NotificationCenter.h"
-#include "platform/Panel.h"
-#include "platform/UserDefaults.h"
+#include "platform/desktop/Panel.h"
+#include "platform/files/Folders.h"
+#include "platform/run/Log.h"
+#include "platform/run/NotificationCenter.h"
+#include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
 #include "support/FakeInputUnit.h"
-#include "views/ReadyStatusPanel.h"
-#include "views/RunTracksView.h"
+#include "views/recording/RunTracksView.h"
+#include "views/window/ReadyStatusPanel.h"
 
 #include <QCoreApplication>
 #include <QDir>

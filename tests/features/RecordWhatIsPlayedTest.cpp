@@ -1,7 +1,7 @@
 // What a listener is promised, with the real program on a real sound server.
 #include "demo/RecordedStream.h"
-#include "tags/GracenoteHelper.h"
-#include "tags/TagLibHelper.h"
+#include "tags/access/GracenoteHelper.h"
+#include "tags/access/TagLibHelper.h"
 
 #include <QDir>
 #include <QFile>

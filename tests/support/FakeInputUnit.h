@@ -1,7 +1,7 @@
 // An input unit that delivers what a test gives it.
 #pragma once
 
-#include "platform/InputUnit.h"
+#include "platform/sound/InputUnit.h"
 
 #include <array>
 #include <cmath>

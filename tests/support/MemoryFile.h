@@ -1,7 +1,7 @@
 // A file in memory behind an MP4 access record.
 #pragma once
 
-#include "tags/mp4ff.h"
+#include "tags/mp4/mp4ff.h"
 
 #include <algorithm>
 #include <string>

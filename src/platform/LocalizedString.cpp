@@ -1,5 +1,0 @@
-#include "platform/LocalizedString.h"
-
-#include <QCoreApplication>
-
-QString localizedString(const char *key) { return QCoreApplication::translate("Corvidia", key); }

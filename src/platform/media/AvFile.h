@@ -1,0 +1,28 @@
+// Audio files as libavformat opens them.
+//
+// Threads: any; an object is used by one thread at a time.
+#pragma once
+
+#include "platform/media/Av.h"
+
+struct AvOutputDeleter {
+    void operator()(AVFormatContext *output) const;
+};
+/// A container opened for writing; its file is closed with it.
+using AvOutput = std::unique_ptr<AVFormatContext, AvOutputDeleter>;
+
+/// Options for libav's open calls.
+struct AvDictionary {
+    AVDictionary *dictionary = nullptr;
+    AvDictionary() = default;
+    AvDictionary(const AvDictionary &) = delete;
+    AvDictionary &operator=(const AvDictionary &) = delete;
+    ~AvDictionary() { av_dict_free(&dictionary); }
+};
+
+/// Opens `path` for reading, as a file and never as an address, with `format` or by libavformat's guess.
+/// 0 or FFmpeg's error.
+int openAvInput(AvInput &input, const QString &path, const AVInputFormat *format = nullptr);
+
+/// Creates an M4A file at `path` that names no program in its tags. 0 or FFmpeg's error.
+int openAvOutput(AvOutput &output, const QString &path);

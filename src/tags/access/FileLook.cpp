@@ -1,0 +1,215 @@
+// The looks at atoms and at MPEG frames.
+#include "tags/access/TagGuard.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+namespace {
+constexpr int kMaxDepth = 24;
+// A day in fragments of four seconds.
+constexpr int kMaxAtoms = 150'000;
+
+uint32_t word(const uint8_t *bytes) {
+    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+// Goes over the atoms exactly as TagLib does, which follows sizes from one header to the next and looks at a parent's
+// end only after each child; but ends at an atom that is larger than what is left of the file, which TagLib follows.
+class AtomWalk {
+public:
+    explicit AtomWalk(TagStream &stream) : stream_(stream), size_(static_cast<uint64_t>(stream.length())) {}
+
+    Mp4Look look() {
+        uint64_t end = 0;
+        while (isWithinBounds_ && position_ + 8 <= size_) {
+            if (!atom(0, /*isInTrack=*/false)) {
+                // Behind `moov` it can be hidden.
+                isWithinBounds_ = isWithinBounds_ && hasMoov_;
+                break;
+            }
+            end = position_;
+        }
+        Mp4Look result;
+        result.isReadable = isWithinBounds_;
+        // 32-bit offsets could pass 4 GiB when a growing `moov` pushes the audio on.
+        result.isWritable = isWithinBounds_ && areOffsetsSound_ && (!hasShortOffsets_ || size_ < 0xf0000000);
+        result.tail = hasMoov_ ? static_cast<long>(size_ - std::min(end, size_)) : 0;
+        return result;
+    }
+
+private:
+    // Passes one atom with all it holds; false where there is no whole one.
+    bool atom(int depth, bool isInTrack) {
+        isWithinBounds_ = isWithinBounds_ && ++atoms_ <= kMaxAtoms && depth <= kMaxDepth;
+        const uint64_t start = position_;
+        uint8_t header[16];
+        if (!isWithinBounds_ || stream_.readAt(start, header, 8) != 8)
+            return false;
+        uint64_t length = word(header), headerSize = 8;
+        if (length == 1) {
+            if (stream_.readAt(start, header, 16) != 16)
+                return false;
+            length = uint64_t{word(header + 8)} << 32 | word(header + 12);
+            headerSize = 16;
+        } else if (length == 0) {
+            length = size_ - start;
+        }
+        if (length < 8 || length > size_ - start)
+            return false;
+        const std::string_view name(reinterpret_cast<const char *>(header) + 4, 4);
+        hasMoov_ |= depth == 0 && name == "moov";
+        checkOffsets(name, start, length, isInTrack);
+
+        const std::optional<uint64_t> content = contentOf(name, start + headerSize);
+        if (!content) {
+            position_ = start + length;
+            return true;
+        }
+        position_ = *content;
+        isInTrack |= depth == 1 && name == "trak";
+        while (position_ < start + length)
+            if (!atom(depth + 1, isInTrack)) {
+                // TagLib would go into an atom that claims more than the file holds, and rewrite what is not there.
+                isWithinBounds_ = false;
+                break;
+            }
+        return true;
+    }
+
+    // Where the children of a container start.
+    std::optional<uint64_t> contentOf(std::string_view name, uint64_t position) {
+        static constexpr std::string_view containers[] = {"moov", "udta", "mdia", "ilst", "stbl",
+                                                          "minf", "moof", "traf", "trak"};
+        if (std::find(std::begin(containers), std::end(containers), name) != std::end(containers))
+            return position;
+        if (name == "stsd")
+            return position + 8;
+        if (name != "meta")
+            return std::nullopt;
+        // Version and flags are missing where the first child's name stands in their place.
+        char bytes[8] = {};
+        stream_.readAt(position, bytes, sizeof bytes);
+        static constexpr std::string_view children[] = {"hdlr", "ilst", "mhdr", "ctry", "lang"};
+        const bool isPlain =
+            std::find(std::begin(children), std::end(children), std::string_view(bytes + 4, 4)) != std::end(children);
+        return position + (isPlain ? 0 : 4);
+    }
+
+    // TagLib writes as many offsets as the count says, and where a flag says that one is there. It reads the count anew
+    // once the tags are in the file, and looks for a table that stood just where they went at its old place.
+    void checkOffsets(std::string_view name, uint64_t start, uint64_t length, bool isInTrack) {
+        uint8_t bytes[16] = {};
+        if (name == "stco" || name == "co64") {
+            const uint64_t width = name == "stco" ? 4 : 8;
+            hasShortOffsets_ |= width == 4;
+            areOffsetsSound_ &= isInTrack && length >= 16 && stream_.readAt(start, bytes, 16) == 16 &&
+                                word(bytes + 12) <= (length - 16) / width;
+        } else if (name == "tfhd") {
+            stream_.readAt(start, bytes, 12);
+            areOffsetsSound_ &= length >= 12 && ((bytes[11] & 1) == 0 || length >= 24);
+        }
+    }
+
+    TagStream &stream_;
+    uint64_t size_;
+    uint64_t position_ = 0;
+    int atoms_ = 0;
+    bool isWithinBounds_ = true;
+    bool areOffsetsSound_ = true;
+    bool hasShortOffsets_ = false;
+    bool hasMoov_ = false;
+};
+
+// Bytes of the MPEG audio frame with this header, 0 for none. A free-format frame does not tell its length.
+uint64_t frameLength(const uint8_t *h) {
+    const int version = h[1] >> 3 & 3, layer = 4 - (h[1] >> 1 & 3); // version 3 is MPEG 1, 2 is 2, 0 is 2.5
+    const int rate = h[2] >> 4, sampling = h[2] >> 2 & 3;
+    if (h[0] != 0xff || (h[1] & 0xe0) != 0xe0 || version == 1 || layer == 4 || rate == 0 || rate == 15 || sampling == 3)
+        return 0;
+    static constexpr uint64_t rates[5][16] = {
+        {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448}, // MPEG 1, layer 1
+        {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},    // layer 2
+        {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},     // layer 3
+        {0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256},    // MPEG 2, layer 1
+        {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},         // layers 2 and 3
+    };
+    static constexpr unsigned samplings[3] = {44100, 48000, 32000};
+    const bool isFirst = version == 3;
+    const uint64_t bits = rates[isFirst ? layer - 1 : layer == 1 ? 3 : 4][rate] * 1000;
+    const unsigned hertz = samplings[sampling] >> (isFirst ? 0 : version == 2 ? 1 : 2);
+    const unsigned padding = h[2] >> 1 & 1U;
+    if (layer == 1)
+        return (12 * bits / hertz + padding) * 4;
+    return (layer == 3 && !isFirst ? 72 : 144) * bits / hertz + padding;
+}
+
+uint64_t frameAt(TagStream &stream, uint64_t position, uint64_t end) {
+    uint8_t header[4];
+    return position + 4 <= end && stream.readAt(position, header, 4) == 4 ? frameLength(header) : 0;
+}
+
+// Three headers in a row tell frames from chance; where the file ends sooner, it ends with a frame, or the first stands
+// where it must, `isInPlace`.
+bool areFramesAt(TagStream &stream, uint64_t position, uint64_t end, bool isInPlace) {
+    for (int i = 0; i < 3; ++i) {
+        const uint64_t length = frameAt(stream, position, end);
+        if (length == 0)
+            return false;
+        position += length;
+        if (position + 4 > end)
+            return position == end || isInPlace;
+    }
+    return true;
+}
+
+uint64_t behindLeadingTags(TagStream &stream, uint64_t size) {
+    uint64_t position = 0;
+    uint8_t h[10];
+    while (position < size && stream.readAt(position, h, 10) == 10 && std::memcmp(h, "ID3", 3) == 0) {
+        const uint64_t content = (h[6] & 0x7fU) << 21 | (h[7] & 0x7fU) << 14 | (h[8] & 0x7fU) << 7 | (h[9] & 0x7fU);
+        position += 10 + content + ((h[5] & 0x10) != 0 ? 10 : 0);
+    }
+    return position;
+}
+
+uint64_t beforeTrailingTags(TagStream &stream, uint64_t size) {
+    uint64_t end = size;
+    uint8_t bytes[32];
+    if (end >= 128 && stream.readAt(end - 128, bytes, 3) == 3 && std::memcmp(bytes, "TAG", 3) == 0)
+        end -= 128;
+    if (end >= 32 && stream.readAt(end - 32, bytes, 32) == 32 && std::memcmp(bytes, "APETAGEX", 8) == 0) {
+        const uint64_t tag = uint64_t{bytes[12]} | uint64_t{bytes[13]} << 8 | uint64_t{bytes[14]} << 16 |
+                             uint64_t{bytes[15]} << 24; // footer included, header not
+        end -= std::min(end, tag + ((bytes[23] & 0x80) != 0 ? 32 : 0));
+    }
+    return end;
+}
+} // namespace
+
+Mp4Look lookAtMp4(TagStream &stream) { return AtomWalk(stream).look(); }
+
+MpegLook lookAtMpegFrames(TagStream &stream) {
+    // A container that may hold the same frames is no place for these tags.
+    char first[8] = {};
+    stream.readAt(0, first, sizeof first);
+    if (std::memcmp(first + 4, "ftyp", 4) == 0 || std::memcmp(first, "RIFF", 4) == 0)
+        return {};
+    const auto size = static_cast<uint64_t>(stream.length());
+    const uint64_t end = beforeTrailingTags(stream, size);
+    uint64_t position = behindLeadingTags(stream, size);
+    // Padding or rubbish may stand before the first frame.
+    const uint64_t start = position, searchEnd = std::min(end, position + (1U << 17));
+    while (position < searchEnd && !areFramesAt(stream, position, end, position == start))
+        ++position;
+    if (position >= searchEnd)
+        return {};
+    while (position < end) {
+        const uint64_t length = frameAt(stream, position, end);
+        if (length == 0)
+            return {true, false};
+        position += length;
+    }
+    return {true, position == end};
+}

@@ -1,0 +1,108 @@
+// The guard of ID3v2 frames.
+#include "tags/access/TagGuard.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+#include <taglib/id3v2header.h>
+#include <taglib/id3v2synchdata.h>
+#include <vector>
+#include <zlib.h>
+
+namespace {
+constexpr unsigned kMaxFrames = 20'000;
+
+// What all compressed frames of a tag together may hold.
+constexpr size_t kMaxInflated = 32U << 20;
+
+using TagLib::ByteVector;
+
+std::string_view viewOf(const ByteVector &bytes) { return {bytes.data(), bytes.size()}; }
+
+// Takes from `budget` what the zlib stream at the start of `bytes` holds, if one starts there; false when it holds
+// more.
+bool inflatesWithin(std::string_view bytes, size_t &budget) {
+    static thread_local std::vector<Bytef> out(1U << 16);
+    z_stream stream{};
+    if (inflateInit(&stream) != Z_OK)
+        return false;
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(bytes.data())); // zlib reads only
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    bool isWithin = true;
+    int result = Z_OK;
+    while (result == Z_OK && isWithin) {
+        stream.next_out = out.data();
+        stream.avail_out = static_cast<uInt>(out.size());
+        result = inflate(&stream, Z_NO_FLUSH);
+        const size_t got = out.size() - stream.avail_out;
+        isWithin = got <= budget;
+        budget -= std::min(got, budget);
+    }
+    inflateEnd(&stream);
+    return isWithin;
+}
+
+// Every place where a zlib stream could start is tried, so that no trick with the frames' layout hides one.
+bool allInflateWithin(std::string_view bytes) {
+    size_t budget = kMaxInflated;
+    for (size_t at = 0; at + 2 < bytes.size(); ++at) {
+        const auto method = static_cast<uint8_t>(bytes[at]), flags = static_cast<uint8_t>(bytes[at + 1]);
+        const bool isStart = (method & 0x0f) == 8 && (method >> 4) <= 7 && (method * 256 + flags) % 31 == 0;
+        if (isStart && !inflatesWithin(bytes.substr(at), budget))
+            return false;
+    }
+    return true;
+}
+
+// The places that TagLib could take for the start of a chapter frame.
+unsigned chapterStarts(std::string_view bytes) {
+    unsigned count = 0;
+    for (const std::string_view id : {"CHAP", "CTOC"}) {
+        for (size_t at = bytes.find(id); at != std::string_view::npos; at = bytes.find(id, at + 1)) {
+            if (bytes.size() - at < 10)
+                continue;
+            const ByteVector word(bytes.data() + at + 4, 4);
+            const size_t left = bytes.size() - at - 10;
+            const size_t least = std::min<size_t>(word.toUInt(), TagLib::ID3v2::SynchData::toUInt(word));
+            count += least > 0 && least <= left ? 1 : 0;
+        }
+    }
+    return count;
+}
+} // namespace
+
+bool FrameGuard::updateFrame(FrameHeaderAccess::Header *header) const {
+    const ByteVector id = header->frameID();
+    const bool isChapter = id == "CHAP" || id == "CTOC";
+    const bool isCompressed = header->compression();
+    chapters_ += isChapter ? 1 : 0;
+    compressed_ += isCompressed ? 1 : 0;
+    hasRefused_ |= ++frames_ > kMaxFrames || (isChapter && isCompressed);
+    if (hasRefused_ || (isCompressed && !isTrusting_)) {
+        // A frame without flags that reaches past every tag: TagLib keeps it as unknown and ends its reading.
+        header->setData(id + ByteVector("\0\0\0\1\0\0", 6), 4U);
+        header->setFrameSize(0x0ffffff0);
+        return false;
+    }
+    // As an unknown frame, a chapter keeps its bytes unread.
+    if (isChapter && !isTrusting_)
+        return false;
+    return FrameFactory::updateFrame(header);
+}
+
+bool FrameGuard::trustsTag(TagStream &stream) const {
+    char start[10];
+    if (hasRefused_ || stream.readAt(0, start, sizeof start) != sizeof start || std::string_view(start, 3) != "ID3")
+        return false;
+    stream.seek(0, TagLib::IOStream::Beginning);
+    ByteVector tag = stream.readBlock(TagLib::ID3v2::Header(ByteVector(start, sizeof start)).completeTagSize());
+    // The tag, a frame in it and a frame in a chapter may each be unsynchronised.
+    for (int decoded = 0; decoded < 4; ++decoded) {
+        // Where compressed frames ended the reading, not all chapters were counted; then there must be one or none.
+        const unsigned allowed = compressed_ > 0 ? std::min(chapters_, 1U) : chapters_;
+        if (!allInflateWithin(viewOf(tag)) || chapterStarts(viewOf(tag)) > allowed)
+            return false;
+        tag = TagLib::ID3v2::SynchData::decode(tag);
+    }
+    return !stream.hasRefused();
+}

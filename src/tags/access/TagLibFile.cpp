@@ -1,0 +1,54 @@
+#include "tags/access/TagLibFile.h"
+
+namespace {
+constexpr auto kStyle = TagLib::AudioProperties::Average;
+}
+
+OpenedMP3::OpenedMP3(TagStream &stream) : stream_(stream) {
+    if (!stream.isOpen())
+        return;
+    frames_.emplace();
+    file_.emplace(&stream, &*frames_, /*readProperties=*/true, kStyle);
+    if (frames_->hasDoubts()) {
+        const bool isTrusted = frames_->trustsTag(stream);
+        file_.reset();
+        if (!isTrusted)
+            return;
+        frames_.emplace(/*isTrusting=*/true);
+        file_.emplace(&stream, &*frames_, /*readProperties=*/true, kStyle);
+    }
+    if (!file_->isOpen() || !file_->isValid() || !file_->tag() || frames_->hasRefused() || stream.hasRefused())
+        file_.reset();
+}
+
+const MpegLook &OpenedMP3::look() {
+    if (!look_)
+        look_ = lookAtMpegFrames(stream_);
+    return *look_;
+}
+
+void OpenedMP3::save() {
+    using TagLib::MPEG::File;
+    // TagLib's own answer tells only of read-only files; what matters is asked of the stream.
+    if (look().endsWithWholeFrame)
+        file_->save(File::AllTags);
+    else
+        file_->save(File::ID3v2, TagLib::File::StripNone, TagLib::ID3v2::v4, TagLib::File::DoNotDuplicate);
+}
+
+OpenedM4A::OpenedM4A(TagStream &stream, bool isForWriting) {
+    if (!stream.isOpen())
+        return;
+    Mp4Look look = lookAtMp4(stream);
+    if (look.tail > 0) {
+        // TagLib refuses a file that has anything but atoms behind its last one, as it has where `moov` once was
+        // longer.
+        stream.hideTail(look.tail);
+        look = lookAtMp4(stream);
+    }
+    if (look.tail > 0 || !look.isReadable || (isForWriting && !look.isWritable))
+        return;
+    file_.emplace(&stream, /*readProperties=*/true, kStyle);
+    if (!file_->isOpen() || !file_->isValid() || !file_->tag() || stream.hasRefused())
+        file_.reset();
+}

@@ -1,0 +1,214 @@
+#include "tags/access/TagLibHelper.h"
+
+#include "platform/files/SafeFileChange.h"
+#include "platform/run/Log.h"
+#include "tags/access/CoverImages.h"
+#include "tags/access/GracenoteHelper.h"
+#include "tags/access/TagLibFile.h"
+#include "tags/audio/AudioConverter.h"
+#include "tags/audio/AudioFileHelper.h"
+
+#include <limits>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/mp4coverart.h>
+
+namespace {
+QString textOf(const TagLib::String &text) { return QString::fromUtf8(text.toCString(/*unicode=*/true)); }
+
+QVariantMap textsOf(const TagLib::Tag &tag) {
+    return {{"title", textOf(tag.title())}, {"artist", textOf(tag.artist())}, {"album", textOf(tag.album())},
+            {"year", tag.year()},           {"genre", textOf(tag.genre())},   {"comment", textOf(tag.comment())}};
+}
+
+// The whole number that a text starts with, as far as 32 bits hold it; other values as they convert.
+int intValue(const QVariant &value) {
+    if (value.typeId() != QMetaType::QString)
+        return value.toInt();
+    const long long number = std::strtoll(value.toString().toUtf8().constData(), /*endptr=*/nullptr, 10);
+    return static_cast<int>(
+        std::clamp<long long>(number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+void writeTexts(TagLib::Tag &tag, const QVariantMap &info) {
+    const auto text = [&](const char *key) {
+        return TagLib::String(info[key].toString().toUtf8().constData(), TagLib::String::UTF8);
+    };
+    if (info.contains("title"))
+        tag.setTitle(text("title"));
+    if (info.contains("artist"))
+        tag.setArtist(text("artist"));
+    if (info.contains("album"))
+        tag.setAlbum(text("album"));
+    if (const int year = intValue(info["year"]); year > 0)
+        tag.setYear(static_cast<unsigned>(year));
+    if (info.contains("genre"))
+        tag.setGenre(text("genre"));
+    if (info.contains("comment"))
+        tag.setComment(text("comment"));
+}
+
+// The pictures of "cover" as TagLib takes them.
+QList<TagLib::ByteVector> jpegsOf(const QVariant &cover) {
+    QList<TagLib::ByteVector> jpegs;
+    for (const QVariant &entry : cover.toList()) {
+        const QByteArray jpeg = jpegOf(entry.value<QImage>());
+        if (!jpeg.isEmpty())
+            jpegs.append(TagLib::ByteVector(jpeg.constData(), static_cast<unsigned>(jpeg.size())));
+    }
+    return jpegs;
+}
+
+void writeCovers(TagLib::ID3v2::Tag &tag, const QVariant &cover) {
+    tag.removeFrames("APIC");
+    for (const TagLib::ByteVector &jpeg : jpegsOf(cover)) {
+        auto *frame = new TagLib::ID3v2::AttachedPictureFrame;
+        frame->setPicture(jpeg);
+        frame->setMimeType("image/jpeg");
+        tag.addFrame(frame);
+    }
+}
+
+// A file without pictures gets none.
+void writeCovers(TagLib::MP4::Tag &tag, const QVariant &cover) {
+    if (!tag.contains("covr"))
+        return;
+    TagLib::MP4::CoverArtList list;
+    for (const TagLib::ByteVector &jpeg : jpegsOf(cover))
+        list.append(TagLib::MP4::CoverArt(TagLib::MP4::CoverArt::JPEG, jpeg));
+    tag.setItem("covr", TagLib::MP4::Item(list));
+}
+
+// Both answer false, with nothing written, for a file that can't be opened.
+
+bool writeMP3Tags(TagStream &stream, const QVariantMap &info) {
+    OpenedMP3 opened(stream);
+    if (!opened.file())
+        return false;
+    writeTexts(*opened.file()->tag(), info);
+    TagLib::ID3v2::Tag *tag = opened.file()->ID3v2Tag();
+    if (tag && info.contains("cover"))
+        writeCovers(*tag, info["cover"]);
+    opened.save();
+    return true;
+}
+
+bool writeM4ATags(TagStream &stream, const QVariantMap &info) {
+    OpenedM4A opened(stream, /*isForWriting=*/true);
+    if (!opened.file())
+        return false;
+    writeTexts(*opened.file()->tag(), info);
+    if (info.contains("cover"))
+        writeCovers(*opened.file()->tag(), info["cover"]);
+    opened.file()->save(); // the stream tells whether that failed
+    return true;
+}
+
+enum class Written {
+    No,        // the marks can't be written: the file is as it was
+    MarksOnly, // the file has got the marks
+    Yes,
+    Spoilt // the tags did not fit on the disk: the file is as it was
+};
+
+template <typename AddMarks, typename WriteTags>
+Written writeAtOnce(const QString &path, AddMarks addMarks, WriteTags writeTags) {
+    SafeFileChange change(path);
+    if (!change.isOpen() || !addMarks(change.descriptor()))
+        return Written::No;
+    TagStream stream(change.descriptor());
+    const bool hasTags = writeTags(stream);
+    if (stream.hasFailed())
+        return Written::Spoilt;
+    if (!change.commit())
+        return Written::No;
+    return hasTags ? Written::Yes : Written::MarksOnly;
+}
+} // namespace
+
+std::optional<QVariantMap> TagLibHelper::ID3Info(const QString &path) {
+    switch (AudioFileHelper::AudioFileFormatID(path)) {
+    case AudioFileHelper::kFormatMP3:
+        return MP3ID3Info(path);
+    case AudioFileHelper::kFormatAAC:
+        return M4AID3Info(path);
+    default:
+        return std::nullopt;
+    }
+}
+
+bool TagLibHelper::setID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
+    logLine(QStringLiteral("------before setID3Info filePath = %1 | FileSize = %2")
+                .arg(path)
+                .arg(static_cast<int32_t>(AudioConverter::getFileSize(path))));
+    switch (AudioFileHelper::AudioFileFormatID(path)) {
+    case AudioFileHelper::kFormatMP3:
+        return setMP3ID3Info(path, ID3Info);
+    case AudioFileHelper::kFormatAAC:
+        return setM4AID3Info(path, ID3Info);
+    default:
+        return false;
+    }
+}
+
+std::optional<QVariantMap> TagLibHelper::MP3ID3Info(const QString &path) {
+    TagStream stream(path);
+    OpenedMP3 opened(stream);
+    if (!opened.file())
+        return std::nullopt;
+    QVariantMap info = textsOf(*opened.file()->tag());
+    CoverCollector covers;
+    if (const TagLib::ID3v2::Tag *tag = opened.file()->ID3v2Tag())
+        for (TagLib::ID3v2::Frame *frame : tag->frameList("APIC"))
+            if (const auto *picture = dynamic_cast<TagLib::ID3v2::AttachedPictureFrame *>(frame)) {
+                const TagLib::ByteVector bytes = picture->picture();
+                covers.add(bytes.data(), bytes.size());
+            }
+    info["cover"] = covers.images();
+    return info;
+}
+
+std::optional<QVariantMap> TagLibHelper::M4AID3Info(const QString &path) {
+    TagStream stream(path);
+    OpenedM4A opened(stream, /*isForWriting=*/false);
+    if (!opened.file())
+        return std::nullopt;
+    const TagLib::MP4::Tag &tag = *opened.file()->tag();
+    QVariantMap info = textsOf(tag);
+    CoverCollector covers;
+    if (tag.contains("covr"))
+        for (const TagLib::MP4::CoverArt &cover : tag.item("covr").toCoverArtList()) {
+            const TagLib::ByteVector bytes = cover.data();
+            covers.add(bytes.data(), bytes.size());
+        }
+    info["cover"] = covers.images();
+    return info;
+}
+
+bool TagLibHelper::setMP3ID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
+    if (path.isNull() || !ID3Info)
+        return false;
+    const Written written = writeAtOnce(
+        path,
+        [](int copy) {
+            TagStream stream(copy);
+            return GracenoteHelper::addMP3Marks(stream);
+        },
+        [&](TagStream &stream) { return writeMP3Tags(stream, *ID3Info); });
+    if (written == Written::Spoilt)
+        GracenoteHelper::setMP3GracenoteInfo(path); // the marks alone may fit, and if not, nothing more can be done
+    return written == Written::Yes;
+}
+
+bool TagLibHelper::setM4AID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
+    if (path.isNull() || !ID3Info)
+        return false;
+    const Written written = writeAtOnce(path, GracenoteHelper::addM4AMarks,
+                                        [&](TagStream &stream) { return writeM4ATags(stream, *ID3Info); });
+    if (written == Written::Spoilt)
+        GracenoteHelper::setM4AGracenoteInfo(path); // the same
+    return written == Written::Yes;
+}
+
+bool TagLibHelper::setMP3GracenoteInfo(const QString &path) { return GracenoteHelper::setMP3GracenoteInfo(path); }
+
+bool TagLibHelper::setM4AGracenoteInfo(const QString &path) { return GracenoteHelper::setM4AGracenoteInfo(path); }

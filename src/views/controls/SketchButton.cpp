@@ -1,0 +1,90 @@
+#include "views/controls/SketchButton.h"
+
+#include "platform/desktop/ImageNamed.h"
+#include "views/controls/Look.h"
+#include "views/controls/Sketch.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+
+SketchButton::SketchButton(const SketchImages &images, const QSize &imageSize, const QString &title, QWidget *parent)
+    : QAbstractButton(parent), imageSize_(imageSize) {
+    setFocusPolicy(Qt::TabFocus);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setImages(images, title);
+    resize(SketchButton::sizeHint());
+}
+
+void SketchButton::setImages(const SketchImages &images, const QString &title) {
+    images_ = images;
+    setAccessibleName(title);
+    update();
+}
+
+QString SketchButton::shownImage() const {
+    QString image;
+    if (!isEnabled())
+        image = images_.disabled;
+    else if (isDown())
+        image = images_.pressed;
+    else if (underMouse())
+        image = images_.hover;
+    return image.isEmpty() ? images_.rest : image;
+}
+
+QSize SketchButton::sizeHint() const { return imageSize_ + 2 * QSize(kFocusMargin, kFocusMargin); }
+
+void SketchButton::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF outline = QRectF(rect()).adjusted(1, 1, -1, -1);
+    const qreal radius = isBareSign() ? 8 : outline.height() / 2;
+    if (isBareSign() && isEnabled() && (isDown() || underMouse())) {
+        painter.setPen(sketchPen(lookColour(isDown() ? LookColour::Ink : LookColour::Line)));
+        painter.setBrush(lookColour(isDown() ? LookColour::Paper : LookColour::Sheet));
+        painter.drawPath(sketchedRect(outline.adjusted(2, 2, -2, -2), radius));
+    }
+    painter.drawPixmap(kFocusMargin, kFocusMargin, imageNamed(shownImage(), imageSize_, devicePixelRatioF()));
+    if (isFocusShown_) {
+        painter.setPen(sketchPen(lookColour(LookColour::Teal)));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawPath(sketchedRect(outline, radius));
+    }
+}
+
+void SketchButton::keyPressEvent(QKeyEvent *event) {
+    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (!isEnter)
+        QAbstractButton::keyPressEvent(event);
+    else if (!event->isAutoRepeat())
+        click();
+}
+
+void SketchButton::focusInEvent(QFocusEvent *event) {
+    // A window that becomes active again gives back the focus as it was.
+    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
+        isFocusShown_ = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason ||
+                        event->reason() == Qt::ShortcutFocusReason;
+    QAbstractButton::focusInEvent(event);
+}
+
+void SketchButton::focusOutEvent(QFocusEvent *event) {
+    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
+        isFocusShown_ = false;
+    QAbstractButton::focusOutEvent(event);
+}
+
+void SketchButton::mousePressEvent(QMouseEvent *event) {
+    isFocusShown_ = false;
+    QAbstractButton::mousePressEvent(event);
+}
+
+void SketchButton::enterEvent(QEnterEvent *event) {
+    update();
+    QAbstractButton::enterEvent(event);
+}
+
+void SketchButton::leaveEvent(QEvent *event) {
+    update();
+    QAbstractButton::leaveEvent(event);
+}

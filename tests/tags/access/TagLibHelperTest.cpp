@@ -1,0 +1,418 @@
+#include "tags/access/TagLibHelper.h"
+
+#include "demo/DecodedAudio.h"
+#include "platform/run/Log.h"
+#include "support/MadeAudio.h"
+#include "support/Mp4Bytes.h"
+#include "tags/access/GracenoteHelper.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <random>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <taglib/apetag.h>
+#include <taglib/id3v1tag.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+#include <taglib/textidentificationframe.h>
+#include <taglib/uniquefileidentifierframe.h>
+#include <unistd.h>
+#include <zlib.h>
+
+namespace {
+using namespace std::string_literals;
+
+const QString kMp3Texts =
+    "-metadata title=Old -metadata artist=Band -metadata genre=Rock -metadata date=1999 -metadata album=Disc";
+
+QImage picture(QRgb colour, int size = 8) {
+    QImage image(size, size, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
+std::string pngOf(const QImage &image) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes.toStdString();
+}
+
+std::string synchSafe(size_t value) {
+    return {static_cast<char>(value >> 21 & 0x7f), static_cast<char>(value >> 14 & 0x7f),
+            static_cast<char>(value >> 7 & 0x7f), static_cast<char>(value & 0x7f)};
+}
+std::string id3v2(const std::string &frames, char version = 3, char flags = 0) {
+    return "ID3"s + version + '\0' + flags + synchSafe(frames.size()) + frames;
+}
+std::string frame(const std::string &id, const std::string &content, std::string_view flags = {"\0\0", 2}) {
+    return id + int32Bytes(static_cast<uint32_t>(content.size())) + std::string(flags) + content;
+}
+std::string picturesFrame(const std::string &image) { return frame("APIC", "\0image/png\0\3\0"s + image); }
+
+class Tags : public testing::Test {
+protected:
+    void SetUp() override {
+        setLogSink([this](const QString &line) { log << line; });
+    }
+    void TearDown() override { setLogSink({}); }
+
+    /// Tags are written, the sound stays, and others read the file.
+    static void expectWritten(const QString &path, const QVariantMap &info) {
+        const DecodedAudio before = decodeAudio(path);
+        ASSERT_TRUE(TagLibHelper::setID3Info(path, info));
+        const DecodedAudio after = decodeAudio(path);
+        EXPECT_GT(before.frames(), 0U);
+        EXPECT_TRUE(before.left == after.left && before.right == after.right);
+        const auto read = TagLibHelper::ID3Info(path);
+        ASSERT_TRUE(read);
+        for (const char *key : {"title", "artist", "album", "genre", "comment"})
+            EXPECT_EQ((*read)[key], info.value(key, (*read)[key])) << key;
+    }
+    static QVariantMap info(const QString &path) { return TagLibHelper::ID3Info(path).value_or(QVariantMap()); }
+
+    QStringList log;
+};
+
+TEST_F(Tags, OfEveryKindOfMp3AreReadAndWritten) {
+    const std::string bare = bytesOf(makeTone("bare.mp3", "-id3v2_version 0 -write_xing 0"));
+    const std::string v1 = "TAG"s + std::string("Old").append(27, '\0') + std::string(94, '\0') + '\x11' + "";
+    const std::string v3 = id3v2(frame("TIT2", "\0Old"s) + frame("UFID", "http://example.org\0id"s) +
+                                 frame("TXXX", "\0other\0x"s) + frame("TXXX", "\0more\0y"s));
+    struct {
+        const char *name;
+        std::string bytes;
+        const char *title;
+    } const cases[] = {
+        {"no tags", bare, ""},
+        {"ID3v1", bare + v1, "Old"},
+        {"ID3v2.2", id3v2("TT2\0\0\4\0Old"s, 2) + bare, "Old"},
+        {"ID3v2.3 with a foreign UFID and several TXXX", v3 + bare, "Old"},
+        {"ID3v2.4", bytesOf(makeTone("v4.mp3", kMp3Texts + " -id3v2_version 4")), "Old"},
+        {"several ID3v2 tags", v3 + id3v2(frame("TIT2", "\0Other"s)) + bare, "Old"},
+        {"an appended ID3v2 tag", bare + id3v2(frame("TIT2", "\0End"s), 4, 0x10) + "3DI\4\0\x10"s + synchSafe(14), ""},
+        {"APE and ID3v1",
+         bare +
+             "APETAGEX\xd0\7\0\0\x30\0\0\0\1\0\0\0\0\0\0\xa0\0\0\0\0\0\0\0\0\3\0\0\0\0\0\0\0Title\0Old"
+             "APETAGEX\xd0\7\0\0\x31\0\0\0\1\0\0\0\0\0\0\x80\0\0\0\0\0\0\0\0"s +
+             v1,
+         "Old"},
+        {"cut in the last frame", bare.substr(0, bare.size() - 100), ""},
+        {"cut, with ID3v1", bare.substr(0, bare.size() - 300) + v1, "Old"},
+        {"rubbish before the sound", std::string(700, 'x') + bare, ""},
+    };
+    for (const auto &[name, bytes, title] : cases) {
+        SCOPED_TRACE(name);
+        const QString path = makeFile("a.mp3", bytes);
+        EXPECT_EQ(info(path)["title"], title);
+        expectWritten(path, {{"title", "Neu ✓"},
+                             {"artist", ""},
+                             {"album", "A"},
+                             {"genre", "Jazz"},
+                             {"comment", "c"},
+                             {"year", "2001x"}});
+        EXPECT_EQ(info(path)["year"], 2001);
+        EXPECT_TRUE(ffprobeReads(path));
+        TagLib::MPEG::File file(QFile::encodeName(path).constData());
+        const auto &frames = file.ID3v2Tag()->frameListMap();
+        const unsigned foreign = QByteArray(name).contains("foreign") || QByteArray(name).contains("several");
+        EXPECT_EQ(frames["UFID"].size(), 1 + foreign);
+        EXPECT_EQ(frames["TXXX"].size(), 1 + 2 * foreign);
+        // A torn frame would swallow an ID3v1 tag behind it.
+        EXPECT_EQ(file.hasID3v1Tag(),
+                  !QByteArray(name).contains("appended") && QByteArray(name) != "cut in the last frame");
+    }
+}
+
+TEST_F(Tags, MarksOfAnMp3AreTheGivenFrames) {
+    const QString path = makeTone("a.mp3");
+    ASSERT_TRUE(TagLibHelper::setMP3GracenoteInfo(path));
+    const std::string once = bytesOf(path);
+    ASSERT_TRUE(TagLibHelper::setMP3GracenoteInfo(path));
+    EXPECT_EQ(bytesOf(path), once);
+    TagLib::MPEG::File file(QFile::encodeName(path).constData());
+    const auto &frames = file.ID3v2Tag()->frameListMap();
+    EXPECT_EQ(frames["UFID"].front()->render(),
+              TagLib::ByteVector(("UFID"s + synchSafe(70) + "\0\0http://www.cddb.com/id3/taginfo1.html\0"s +
+                                  "27F4F0E7D40DCC877E46B6CF935B5ED4")
+                                     .data(),
+                                 80));
+    const auto *data = TagLib::ID3v2::UserTextIdentificationFrame::find(file.ID3v2Tag(), "GN_ExtData");
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->textEncoding(), TagLib::String::Latin1);
+    EXPECT_EQ(data->fieldList().back().size(), 152U);
+}
+
+TEST_F(Tags, OfEveryLayoutOfM4aAreWrittenAndTheSoundStays) {
+    const std::string last = bytesOf(makeTone("last.m4a", kMp3Texts)),
+                      bare = bytesOf(makeTone("bare.m4a", "-fflags +bitexact"));
+    const std::string first = bytesOf(makeTone("first.m4a", kMp3Texts + " -movflags +faststart"));
+    const std::string none = replaced(bare, {"moov", "udta"}, "");
+    const std::string noMeta = replaced(bare, {"moov", "udta"}, atomBytes("udta", atomBytes("name", "x")));
+    const std::string noIlst = replaced(bare, {"moov", "udta", "meta", "ilst"}, "");
+    std::string longMdat = first;
+    longMdat.replace(findAtomIn(first, {"free"}).offset, 16,
+                     int32Bytes(1) + "mdat" + int32Bytes(0) +
+                         int32Bytes(static_cast<uint32_t>(findAtomIn(first, {"mdat"}).size + 8)));
+    const size_t co64At = findAtomIn(last, {"moov", "trak", "mdia", "minf", "stbl", "stco"}).offset;
+    std::string entries;
+    for (size_t at = co64At + 16; at < co64At + findAtomIn(last, {"moov", "trak", "mdia", "minf", "stbl", "stco"}).size;
+         at += 4)
+        entries += int32Bytes(0) + last.substr(at, 4);
+    const std::string co64 = replaced(last, {"moov", "trak", "mdia", "minf", "stbl", "stco"},
+                                      atomBytes("co64", last.substr(co64At + 8, 8) + entries));
+    const std::string tagged = replaced(bare, {"moov", "udta", "meta", "ilst"},
+                                        atomBytes("ilst", textItem("\251nam", std::string(9'000, 'x'))));
+    struct {
+        const char *name;
+        std::string bytes;
+        bool hasMarks = true;
+    } const cases[] = {
+        {"moov last", last},
+        {"moov first", first},
+        {"no udta", none},
+        {"udta without meta", noMeta},
+        {"meta without ilst, where the marks find no place", noIlst, false},
+        {"free behind moov", insertedBehind(bare, "moov", atomBytes("free", std::string(500, 'f')))},
+        {"free and skip at the front", insertedBehind(bare, "ftyp", atomBytes("free") + atomBytes("skip", "123"))},
+        {"free within moov", insertedBehind(bare, {}, atomBytes("free", "abc"))},
+        {"64-bit mdat", longMdat},
+        {"64-bit offsets", co64},
+        {"an ilst that shrinks, whose tail stays behind moov", tagged},
+        {"chapters",
+         bytesOf(
+             makeTone("c.m4a", "-f ffmetadata -i " +
+                                   makeFile("chapters",
+                                            ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=500\ntitle=One\n") +
+                                   " -map 0 -map_chapters 1"))},
+        {"fragments, whose moov must stay in front",
+         bytesOf(makeTone("f.m4a", "-movflags empty_moov+default_base_moof+frag_keyframe")), false},
+    };
+    for (const auto &[name, bytes, hasMarks] : cases) {
+        SCOPED_TRACE(name);
+        const QString path = makeFile("odd.mp3", bytes); // the name does not count
+        expectWritten(path, {{"title", "Neu ✓"},
+                             {"artist", "Band"},
+                             {"album", ""},
+                             {"genre", "Own"},
+                             {"comment", "c"},
+                             {"year", 2001}});
+        EXPECT_EQ(GracenoteHelper::hasGracenoteInfo(path), hasMarks);
+        EXPECT_EQ(contentOf(bytesOf(path), "mdat"), contentOf(bytes, "mdat"));
+        EXPECT_TRUE(ffprobeReads(path));
+        expectWritten(path, {{"title", QString(20'000, 'y')}});
+        expectWritten(path, {{"title", "short"}});
+        // Where the marks find their place only now, all other items go.
+        EXPECT_TRUE(!hasMarks || info(path)["year"] == 2001);
+        EXPECT_EQ(contentOf(bytesOf(path), "mdat"), contentOf(bytes, "mdat"));
+    }
+}
+
+TEST_F(Tags, FirstContactLeavesAnM4aOnlyWhatIsGiven) {
+    const QString path = makeTone("a.m4a", "-f lavfi -i color=red:size=16x16:duration=0.04 -map 0 -map 1 -c:v mjpeg "
+                                           "-disposition:v attached_pic " +
+                                               kMp3Texts);
+    EXPECT_EQ(info(path)["cover"].toList().size(), 1);
+    // The marks take the place of all items, so the cover goes, and without one no new one comes.
+    expectWritten(path, {{"title", "New"}, {"cover", QVariantList{picture(Qt::red)}}});
+    EXPECT_EQ(info(path)["artist"], "");
+    EXPECT_TRUE(info(path)["cover"].toList().isEmpty());
+    // Once marked, a file keeps what another program adds, and then its covers are replaced.
+    TagLib::MP4::CoverArtList covers;
+    covers.append(TagLib::MP4::CoverArt(TagLib::MP4::CoverArt::PNG, TagLib::ByteVector("no picture")));
+    {
+        TagLib::MP4::File file(QFile::encodeName(path).constData());
+        file.tag()->setItem("covr", covers);
+        file.save();
+    }
+    EXPECT_TRUE(info(path)["cover"].toList().isEmpty()); // what can't be decoded is skipped
+    expectWritten(path, {{"cover", QVariantList{picture(Qt::red), picture(Qt::blue)}}});
+    EXPECT_EQ(info(path)["cover"].toList().size(), 2);
+    EXPECT_EQ(info(path)["title"], "New");
+    expectWritten(path, {{"cover", QVariantList()}});
+    EXPECT_TRUE(info(path)["cover"].toList().isEmpty());
+    EXPECT_TRUE(log.first().startsWith("------before setID3Info filePath = " + path + " | FileSize = "));
+}
+
+TEST_F(Tags, CoversOfAnMp3AreReplacedAsJpeg) {
+    QImage halfClear(8, 8, QImage::Format_ARGB32);
+    halfClear.fill(Qt::transparent);
+    const std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"/>";
+    const QString path = makeFile(
+        "a.mp3", id3v2(picturesFrame(pngOf(picture(Qt::red))) + picturesFrame("no picture") + picturesFrame(svg)) +
+                     bytesOf(makeTone("b.mp3", "-id3v2_version 0")));
+    EXPECT_EQ(info(path)["cover"].toList().size(), 1);
+    expectWritten(path, {{"title", "T"}}); // pictures stay
+    EXPECT_EQ(info(path)["cover"].toList().size(), 1);
+    expectWritten(path, {{"cover", QVariantList{picture(Qt::blue), QImage(), halfClear}}});
+    const QVariantList covers = info(path)["cover"].toList();
+    ASSERT_EQ(covers.size(), 2);
+    EXPECT_LT(qRed(covers[0].value<QImage>().pixel(3, 3)), 10);
+    EXPECT_EQ(qRed(covers[1].value<QImage>().pixel(3, 3)), 255);
+    TagLib::MPEG::File file(QFile::encodeName(path).constData());
+    EXPECT_TRUE(file.ID3v2Tag()->frameList("APIC").front()->render().find("\xff\xd8") > 0);
+    expectWritten(path, {{"cover", QVariantList()}, {"year", "0"}});
+    EXPECT_TRUE(info(path)["cover"].toList().isEmpty());
+}
+
+TEST_F(Tags, FilesOfOtherKindsAreLeftAlone) {
+    const std::string mp3 = bytesOf(makeTone("a.mp3")), m4a = bytesOf(makeTone("a.m4a"));
+    constexpr size_t kDepth = 20'000;
+    std::string deep, chapters, lies = atomBytes("ftyp", "M4A ");
+    for (size_t i = kDepth; i > 0; --i) {
+        deep += int32Bytes(static_cast<uint32_t>(8 * i)) + "udta";
+        lies += int32Bytes(0x7fffffff) + (i == kDepth ? "moov" : "udta");
+        chapters += "CHAP" + synchSafe(28 * i - 10) + "\0\0a\0"s + std::string(16, '\0');
+    }
+    std::string bomb(64U << 20, '\0');
+    uLongf packedSize = compressBound(bomb.size());
+    std::string packed(packedSize, '\0');
+    compress(reinterpret_cast<Bytef *>(packed.data()), &packedSize, reinterpret_cast<const Bytef *>(bomb.data()),
+             bomb.size());
+    packed.resize(packedSize);
+    std::string frames;
+    for (int i = 0; i < 50'000; ++i)
+        frames += frame("TXXX", "\0a\0b"s);
+    const size_t table = findAtomIn(m4a, {"moov", "trak", "mdia", "minf", "stbl", "stco"}).offset;
+    const std::string noChunks = atomBytes("stco", std::string(8, '\0')),
+                      withoutTags = replaced(m4a, {"moov", "udta"}, {});
+    const AtomPlace header = findAtomIn(withoutTags, {"moov", "mvhd"});
+    struct {
+        const char *name;
+        std::string bytes;
+    } const cases[] = {
+        {"empty", {}},
+        {"text", std::string(5'000, 'x')},
+        {"WAV", bytesOf(makeTone("a.wav"))},
+        {"lossless M4A", bytesOf(makeTone("l.m4a", "-c:a alac"))},
+        {"M4A without its end", m4a.substr(0, m4a.size() / 2)},
+        {"atoms nested deep", insertedBehind(m4a, {}, deep)},
+        {"atoms nested deep that claim more than the file", lies},
+        {"a chunk table with a count that lies", std::string(m4a).replace(table + 12, 4, int32Bytes(0x10000000))},
+        {"a chunk table with a size that lies", std::string(m4a).replace(table, 4, int32Bytes(0x20200014))},
+        {"a chunk table where the tags go",
+         replaced(withoutTags, {"moov", "mvhd"}, noChunks + withoutTags.substr(header.offset, header.size))},
+        {"a compressed frame of 64 MiB", id3v2(frame("TXXX", int32Bytes(64U << 20) + packed, {"\0\x80", 2})) + mp3},
+        {"chapters nested deep", id3v2(chapters, 4) + mp3},
+        {"50,000 frames", id3v2(frames) + mp3},
+    };
+    for (const auto &[name, bytes] : cases) {
+        SCOPED_TRACE(name);
+        const QString path = makeFile("a.mp3", bytes);
+        TagLibHelper::ID3Info(path);
+        TagLibHelper::MP3ID3Info(path);
+        TagLibHelper::M4AID3Info(path);
+        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{"title", "T"}}));
+        if (!QByteArray(name).startsWith("a chunk")) { // that one got its marks
+            EXPECT_FALSE(TagLibHelper::setMP3ID3Info(path, QVariantMap{{"title", "T"}}));
+            EXPECT_EQ(bytesOf(path).substr(bytesOf(path).size() - bytes.size()).size(), bytes.size());
+        }
+    }
+    EXPECT_FALSE(TagLibHelper::ID3Info(QString()));
+    EXPECT_FALSE(TagLibHelper::ID3Info(inHome("nowhere.mp3")));
+    EXPECT_FALSE(TagLibHelper::setMP3ID3Info(QString(), QVariantMap()));
+    EXPECT_FALSE(TagLibHelper::setM4AID3Info(makeFile("b.m4a", m4a), std::nullopt));
+    EXPECT_FALSE(TagLibHelper::setID3Info(QDir::homePath(), QVariantMap()));
+    EXPECT_EQ(mkfifo(QFile::encodeName(inHome("pipe.mp3")).constData(), 0600), 0);
+    EXPECT_FALSE(TagLibHelper::setMP3GracenoteInfo(inHome("pipe.mp3")));
+    EXPECT_FALSE(GracenoteHelper::hasGracenoteInfo(inHome("pipe.mp3")));
+}
+
+// A compressed frame and chapters of the ordinary kind are read like any other.
+TEST_F(Tags, HarmlessCompressionAndChaptersAreRead) {
+    std::string text = "\0"s + std::string(500, 't'), packed(600, '\0');
+    uLongf size = packed.size();
+    compress(reinterpret_cast<Bytef *>(packed.data()), &size, reinterpret_cast<const Bytef *>(text.data()),
+             text.size());
+    const std::string chapter =
+        "CHAP" + synchSafe(18 + 14) + "\0\0"s + "a\0"s + std::string(16, '\0') + "TIT2" + synchSafe(4) + "\0\0\0One"s;
+    const std::string mp3 = bytesOf(makeTone("b.mp3", "-id3v2_version 0"));
+    const QString path =
+        makeFile("a.mp3", id3v2(frame("TIT2", int32Bytes(501) + packed.substr(0, size), {"\0\x80", 2})) + mp3);
+    EXPECT_EQ(info(path)["title"], QString(500, 't'));
+    const QString other = makeFile("c.mp3", id3v2(chapter + "TIT2" + synchSafe(4) + "\0\0\0Two"s, 4) + mp3);
+    expectWritten(other, {{"artist", "A"}});
+    EXPECT_EQ(info(other)["title"], "Two");
+    EXPECT_NE(bytesOf(other).find("TIT2\0\0\0\4\0\0\0One"s), std::string::npos);
+}
+
+// What a user who may not write gets, asked in a process without root's rights.
+TEST_F(Tags, AReadOnlyFileOrFolderAnswersNo) {
+    const std::string bytes = bytesOf(makeTone("a.mp3"));
+    ASSERT_TRUE(QDir().mkdir(inHome("folder")));
+    const QString inFolder = makeFile("folder/a.mp3", bytes), alone = inHome("a.mp3");
+    ASSERT_EQ(::chmod(QFile::encodeName(QDir::homePath()).constData(), 0777), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(inHome("folder")).constData(), 0555), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(alone).constData(), 0444), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(inFolder).constData(), 0666), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool isOrdinary = ::geteuid() != 0 || ::setuid(65534) == 0;
+        const bool isRefused = !TagLibHelper::setID3Info(alone, QVariantMap{{"title", "T"}}) &&
+                               !TagLibHelper::setID3Info(inFolder, QVariantMap{{"title", "T"}});
+        ::_exit(isOrdinary && isRefused ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(bytesOf(alone), bytes);
+    EXPECT_EQ(bytesOf(inFolder), bytes);
+    EXPECT_EQ(filesInHome().filter("corvidia"), QStringList());
+    EXPECT_EQ(::chmod(QFile::encodeName(inHome("folder")).constData(), 0777), 0);
+    EXPECT_EQ(QDir(inHome("folder")).entryList(QDir::Files | QDir::Hidden), QStringList{"a.mp3"});
+}
+
+// The disk is full for the tags; the marks alone fit.
+TEST_F(Tags, AFullDiskLeavesTheFileWhole) {
+    for (const QString &path : {makeTone("a.mp3"), makeTone("a.m4a")}) {
+        const DecodedAudio before = decodeAudio(path);
+        const rlimit old = [] {
+            rlimit limit{};
+            getrlimit(RLIMIT_FSIZE, &limit);
+            return limit;
+        }();
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit small{static_cast<rlim_t>(bytesOf(path).size()) + 4'000, old.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{"title", QString(50'000, 'x')}}));
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
+        std::signal(SIGXFSZ, handler);
+        EXPECT_EQ(decodeAudio(path).left, before.left);
+        EXPECT_NE(bytesOf(path).find("27F4F0E7D40DCC877E46B6CF935B5ED4"), std::string::npos);
+    }
+    EXPECT_EQ(filesInHome().filter("corvidia"), QStringList());
+}
+
+// A process that writes tags is killed at many instants.
+TEST_F(Tags, AKilledWriterLeavesTheOldFileOrTheNew) {
+    for (const QString &path : {makeTone("a.mp3"), makeTone("a.m4a")}) {
+        std::minstd_rand random(7);
+        const DecodedAudio sound = decodeAudio(path);
+        const QString titles[] = {"short", QString(3'000, 'l')};
+        ASSERT_TRUE(TagLibHelper::setID3Info(path, QVariantMap{{"title", titles[0]}}));
+        for (int i = 0; i < 60; ++i) {
+            const pid_t child = ::fork();
+            if (child == 0)
+                for (int turn = 0;; ++turn)
+                    TagLibHelper::setID3Info(path, QVariantMap{{"title", titles[turn % 2]}});
+            ::usleep(random() % 30'000); // the instant itself is what varies
+            ::kill(child, SIGKILL);
+            ::waitpid(child, nullptr, 0);
+            const QVariantMap left = info(path);
+            EXPECT_TRUE(left["title"] == titles[0] || left["title"] == titles[1]);
+            EXPECT_TRUE(i % 10 != 0 || decodeAudio(path).left == sound.left);
+        }
+        ASSERT_TRUE(TagLibHelper::setID3Info(path, QVariantMap{{"title", titles[0]}}));
+        EXPECT_EQ(filesInHome().filter("corvidia"), QStringList());
+        EXPECT_TRUE(decodeAudio(path).left == sound.left);
+    }
+}
+} // namespace

@@ -1,0 +1,132 @@
+// The toolbar's controls as keyboard and mouse meet them.
+#include "views/controls/SketchButton.h"
+#include "views/recording/RecordingPage.h"
+#include "views/recording/RunTracksView.h"
+#include "views/window/MainWindowView.h"
+#include "views/window/ReadyStatusPanel.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <gtest/gtest.h>
+
+namespace {
+
+void press(QWidget &widget, Qt::Key key) {
+    QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &down);
+    QKeyEvent up(QEvent::KeyRelease, key, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &up);
+}
+
+} // namespace
+
+TEST(SketchButton, ShowsItsStateAndIsPressedByTheKeyboard) {
+    SketchButton button({.rest = "cut", .hover = "cut-hover", .pressed = "cut-down", .disabled = "cut-disabled"},
+                        {38, 38}, "Cut", /*parent=*/nullptr);
+    int clicks = 0;
+    QObject::connect(&button, &SketchButton::clicked, &button, [&] { ++clicks; });
+    EXPECT_EQ(button.shownImage(), "cut");
+    button.setDown(true);
+    EXPECT_EQ(button.shownImage(), "cut-down");
+    button.setDown(false);
+    for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter})
+        press(button, key);
+    EXPECT_EQ(clicks, 3);
+
+    button.setEnabled(false);
+    EXPECT_EQ(button.shownImage(), "cut-disabled");
+    press(button, Qt::Key_Return);
+    EXPECT_EQ(clicks, 3);
+
+    button.setImages(recorderStopImages(), "Stop");
+    EXPECT_EQ(button.shownImage(), "Recorder_Stop_On"); // it has no drawing for being disabled
+    EXPECT_EQ(button.accessibleName(), "Stop");
+}
+
+TEST(ReadyStatusPanel, BlinksOnlyWhileItShakesAndIsSeen) {
+    QWidget window;
+    ReadyStatusPanel clock(&window);
+    clock.setShakeEffect(/*isShaking=*/true);
+    EXPECT_FALSE(clock.isBlinking());
+    window.show();
+    EXPECT_TRUE(clock.isBlinking());
+    window.hide();
+    EXPECT_FALSE(clock.isBlinking());
+    window.show();
+    clock.setShakeEffect(/*isShaking=*/false);
+    EXPECT_FALSE(clock.isBlinking());
+}
+
+TEST(MainWindowView, TabGoesFromRecordOverCutAndMenuToTheTracks) {
+    MainWindowView window;
+    QWidget *menuButton = window.cutBtn()->nextInFocusChain();
+    while (!(menuButton->focusPolicy() & Qt::TabFocus))
+        menuButton = menuButton->nextInFocusChain();
+    EXPECT_EQ(menuButton->accessibleName(), "Menu");
+    QWidget *tracks = menuButton->nextInFocusChain();
+    while (!(tracks->focusPolicy() & Qt::TabFocus))
+        tracks = tracks->nextInFocusChain();
+    EXPECT_EQ(tracks, window.recordingPage()->runTracksView());
+}
+
+TEST(MainWindowView, AsksBeforeItCloses) {
+    MainWindowView window;
+    bool mayClose = false;
+    window.setShouldClose([&] { return mayClose; });
+    window.show();
+    EXPECT_FALSE(window.close());
+    EXPECT_TRUE(window.isVisible());
+    mayClose = true;
+    EXPECT_TRUE(window.close());
+}
+
+TEST(RecordingPage, SaysWhatToDoUntilThereIsATrack) {
+    RecordingPage page(/*parent=*/nullptr);
+    EXPECT_FALSE(page.sentence().isEmpty());
+    page.setState(RecordingPageState::Recording);
+    EXPECT_TRUE(page.sentence().contains("Recording"));
+    const auto song = std::make_shared<SongItem>();
+    page.runTracksView()->addSongItemOnMainThread(song);
+    page.setState(RecordingPageState::Idle);
+    EXPECT_TRUE(page.sentence().isEmpty());
+    page.runTracksView()->removeSongItemOnMainThread(song);
+    EXPECT_FALSE(page.sentence().isEmpty());
+}
+
+TEST(RunTracksView, ShowsTheTracksOfThisRunNewestFirst) {
+    RunTracksView view(/*parent=*/nullptr);
+    const auto first = std::make_shared<SongItem>();
+    first->setTitle("Glass Hill");
+    first->setLength(223'000);
+    first->setSize(8'900'000);
+    first->setSongPath("/music/Glass Hill.m4a");
+    const auto second = std::make_shared<SongItem>();
+    second->setTitle("Track12");
+    view.addSongItemOnMainThread(first);
+    view.addSongItemOnMainThread(second);
+
+    const auto text = [&](int row, int role) { return view.model()->index(row, 0).data(role).toString(); };
+    EXPECT_EQ(text(0, Qt::DisplayRole), "Track12");
+    EXPECT_EQ(text(1, RunTracksModel::kSecondLineRole), "3:43 · 8.9 MB");
+    EXPECT_EQ(text(1, Qt::AccessibleTextRole), "Glass Hill, 3:43, 8.9 MB");
+    EXPECT_EQ(text(1, Qt::ToolTipRole), "/music/Glass Hill.m4a");
+
+    first->setTitle("Morning Line");
+    QList<int> changedRows;
+    QObject::connect(view.model(), &QAbstractItemModel::dataChanged, &view,
+                     [&](const QModelIndex &index) { changedRows.append(index.row()); });
+    view.updateSongItemOnMainThread(first);
+    view.updateSongItemOnMainThread(std::make_shared<SongItem>());
+    EXPECT_EQ(changedRows, QList<int>{1});
+
+    std::shared_ptr<SongItem> activated;
+    QObject::connect(&view, &RunTracksView::itemActivated, &view,
+                     [&](const std::shared_ptr<SongItem> &song) { activated = song; });
+    view.setCurrentIndex(view.model()->index(1, 0));
+    press(view, Qt::Key_Return);
+    EXPECT_EQ(activated, first);
+
+    view.removeSongItemOnMainThread(first);
+    view.removeSongItemOnMainThread(first);
+    EXPECT_EQ(view.countOfSongItems(), 1);
+}

@@ -1,0 +1,45 @@
+// Questions to the user as dialogs.
+#include "views/dialogs/PanelDialog.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QKeyEvent>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+TEST(PanelDialog, EnterTakesTheFirstButtonAndEscapeTheLast) {
+    const Panel panel{.message = "Install <it>?",
+                      .text = "A text",
+                      .buttons = {"Install", "Later", "Cancel"},
+                      .suppression = "Don't ask me again"};
+    struct Case {
+        Qt::Key key;
+        bool isBoxTicked;
+        int button;
+    };
+    for (const auto &[key, isBoxTicked, button] : {
+             Case{Qt::Key_Return, false, 0},
+             Case{Qt::Key_Return, true, 0},
+             Case{Qt::Key_Escape, true, 2},
+         }) {
+        SCOPED_TRACE(key);
+        QTimer::singleShot(0, qApp, [key = key, isBoxTicked = isBoxTicked] {
+            QWidget *dialog = QApplication::activeModalWidget();
+            ASSERT_NE(dialog, nullptr);
+            dialog->findChild<QCheckBox *>()->setChecked(isBoxTicked);
+            QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+            QApplication::sendEvent(dialog, &press);
+        });
+        const PanelAnswer answer = answerWithDialog(/*parent=*/nullptr, panel);
+        EXPECT_EQ(answer.button, button);
+        EXPECT_EQ(answer.suppressed, isBoxTicked);
+    }
+}
+
+TEST(PanelDialog, AnswersWithTheLastButtonWhenItsWindowGoes) {
+    auto *window = new QWidget;
+    QTimer::singleShot(0, qApp, [window] { delete window; });
+    const PanelAnswer answer = answerWithDialog(
+        window, {.message = "Install?", .text = {}, .buttons = {"Install", "Cancel"}, .suppression = {}});
+    EXPECT_EQ(answer.button, 1);
+}
