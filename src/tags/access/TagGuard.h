@@ -39,7 +39,6 @@ public:
 class FrameGuard final : public TagLib::ID3v2::FrameFactory {
 public:
     explicit FrameGuard(bool isTrusting = false) : isTrusting_(isTrusting) {}
-    ~FrameGuard() override = default;
 
     /// The tag must not be used.
     bool hasRefused() const { return hasRefused_; }

@@ -95,8 +95,8 @@ void TagStream::writeBlock(const TagLib::ByteVector &data) {
     size_ = std::max(size_, end);
 }
 
-void TagStream::insert(const TagLib::ByteVector &data, unsigned long start, unsigned long replace) {
-    const long from = std::min(static_cast<long>(start + replace), length());
+void TagStream::insert(const TagLib::ByteVector &data, TagPosition start, unsigned long replace) {
+    const long from = std::min(static_cast<long>(start) + static_cast<long>(replace), length());
     const long to = static_cast<long>(start) + static_cast<long>(data.size());
     if (!move(from, to) || !writeAt(static_cast<long>(start), data.data(), data.size()))
         return;
@@ -104,7 +104,7 @@ void TagStream::insert(const TagLib::ByteVector &data, unsigned long start, unsi
     position_ = to;
 }
 
-void TagStream::removeBlock(unsigned long start, unsigned long length) { insert({}, start, length); }
+void TagStream::removeBlock(TagPosition start, unsigned long length) { insert({}, start, length); }
 
 void TagStream::seek(long offset, Position from) {
     position_ = std::max(0L, offset + (from == Current ? position_ : from == End ? length() : 0));

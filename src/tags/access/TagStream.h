@@ -7,7 +7,15 @@
 #include <QString>
 #include <array>
 #include <cstdint>
+#include <taglib/taglib.h>
 #include <taglib/tiostream.h>
+
+// How TagLib counts from the start of a file.
+#if TAGLIB_MAJOR_VERSION >= 2
+using TagPosition = TagLib::offset_t;
+#else
+using TagPosition = unsigned long;
+#endif
 
 class TagStream final : public TagLib::IOStream {
 public:
@@ -33,8 +41,8 @@ public:
     TagLib::FileName name() const override { return ""; }
     TagLib::ByteVector readBlock(unsigned long length) override;
     void writeBlock(const TagLib::ByteVector &data) override;
-    void insert(const TagLib::ByteVector &data, unsigned long start, unsigned long replace) override;
-    void removeBlock(unsigned long start, unsigned long length) override;
+    void insert(const TagLib::ByteVector &data, TagPosition start, unsigned long replace) override;
+    void removeBlock(TagPosition start, unsigned long length) override;
     bool readOnly() const override { return ownsDescriptor_; }
     bool isOpen() const override { return descriptor_ >= 0; }
     void seek(long offset, Position from) override;
