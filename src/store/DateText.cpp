@@ -1,8 +1,16 @@
 #include "store/DateText.h"
 
+#include <QTimeZone>
 #include <chrono>
 
 namespace {
+
+// From Qt 6.5 on the time zone has a cheap form for this, and the older one is deprecated.
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+constexpr auto kUniversalTime = QTimeZone::UTC;
+#else
+constexpr auto kUniversalTime = Qt::UTC;
+#endif
 
 // Reads `count` digits at `at`; -1 if there is anything else.
 int digits(QByteArrayView text, int at, int count) {
@@ -47,5 +55,6 @@ QDateTime dateFromText(QByteArrayView text) {
         return {};
     const qint64 days = std::chrono::sys_days(date).time_since_epoch().count();
     const qint64 offset = (offsetHours * 60 + offsetMinutes) * (text[sign] == '-' ? -60 : 60);
-    return QDateTime::fromMSecsSinceEpoch((days * 86400 + hour * 3600 + minute * 60 + second - offset) * 1000, Qt::UTC);
+    return QDateTime::fromMSecsSinceEpoch((days * 86400 + hour * 3600 + minute * 60 + second - offset) * 1000,
+                                          kUniversalTime);
 }
