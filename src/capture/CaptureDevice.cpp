@@ -3,7 +3,6 @@
 #include "capture/SoundServerConfiguration.h"
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
-#include "platform/sound/SoundServer.h"
 
 #include <QDir>
 #include <QFile>
@@ -66,7 +65,11 @@ bool isInstallAudioDeviceWithClassName(const QString &className) {
 }
 
 DeviceID getInPutAudioDeviceIDForName(const QString &name) {
-    for (const SoundSource &source : server().sources().value_or(QList<SoundSource>()))
+    return inputDeviceIDForName(server().sources().value_or(QList<SoundSource>()), name);
+}
+
+DeviceID inputDeviceIDForName(const QList<SoundSource> &devices, const QString &name) {
+    for (const SoundSource &source : devices)
         if (!name.isEmpty() && source.description == name && source.channels > 0)
             return source.index + 1;
     return 0;
@@ -104,6 +107,11 @@ int8_t launchAudioDeviceWithClassName(const QString &className) {
     const bool isPointed = server().pointRemappedSource(recorderSource());
     server().followDefaultSink(recorderSource());
     return isPointed ? 1 : 0;
+}
+
+void relaunchAudioDeviceWithClassName(const QString &className) {
+    if (className == kCaptureDeviceClass)
+        server().followDefaultSink(recorderSource());
 }
 
 bool isHadLaunchedAudioDeviceWithClassName(const QString &className) {

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "platform/sound/AudioTypes.h"
+#include "platform/sound/SoundServer.h"
 
 #include <QString>
 #include <QStringList>
@@ -28,6 +29,9 @@ bool isInstallAudioDeviceWithClassName(const QString &className);
 /// sound server is started again.
 DeviceID getInPutAudioDeviceIDForName(const QString &name);
 
+/// The same among `devices`, without a question to the server.
+DeviceID inputDeviceIDForName(const QList<SoundSource> &devices, const QString &name);
+
 /// 0 if there is none.
 DeviceID getDefaultInPutAudioDeviceID();
 
@@ -46,6 +50,10 @@ QString getDefaultAuidoEnginePath();
 /// of the default output and restarts of the sound server. 1 on success. On failure 0, but it is still seen to as soon
 /// as there is a sound server.
 int8_t launchAudioDeviceWithClassName(const QString &className);
+
+/// stopAudioDeviceWithClassName() and launchAudioDeviceWithClassName() in one, without waiting for the server: the
+/// source is seen to as soon as that answers.
+void relaunchAudioDeviceWithClassName(const QString &className);
 
 /// The source stands and passes on the output that is the default now.
 bool isHadLaunchedAudioDeviceWithClassName(const QString &className);

@@ -8,7 +8,6 @@
 #include "platform/run/MainThread.h"
 #include "platform/run/NotificationCenter.h"
 #include "platform/run/UserDefaults.h"
-#include "platform/sound/SoundServer.h"
 #include "store/DataBaseManager.h"
 #include "store/TimeAndSizeText.h"
 #include "tags/audio/AudioConverter.h"
@@ -21,6 +20,7 @@
 #include <unistd.h>
 
 namespace {
+constexpr double kClearUpSeconds = 0.2;
 constexpr double kShortestTrackSeconds = 0.5; // below it there is nothing to keep, whatever the filter says
 
 UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
@@ -59,7 +59,7 @@ RecordViewCtr::RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPag
     // Once the window is up: a sound server that does not answer shall not hold it.
     performAfterDelay(/*seconds=*/0, this, [this] {
         listenAudio();
-        SoundServer::defaultServer().setInputDevicesChanged([this] { devicesDidChange(); });
+        SoundServer::defaultServer().setInputDevicesChanged([this](const auto &devices) { devicesDidChange(devices); });
         if (defaultDeviceID_ == 0)
             defaultDeviceID_ = getDefaultAudioID();
     });
@@ -308,11 +308,12 @@ void RecordViewCtr::listenAudio() {
     microRecord_.configurePluginDiviceAuidoUnit();
 }
 
-void RecordViewCtr::devicesDidChange() {
-    if (getInPutAudioDeviceIDForName(kCaptureDeviceName) != defaultDeviceID_)
+void RecordViewCtr::devicesDidChange(const QList<SoundSource> &devices) {
+    const DeviceID device = inputDeviceIDForName(devices, kCaptureDeviceName);
+    // Without the device there is nothing to launch: no server, or a user who has not agreed to the installation.
+    if (device == 0 || device != defaultDeviceID_ || !isInstallAudioDeviceWithClassName(kCaptureDeviceClass))
         return;
-    stopAudioDeviceWithClassName(kCaptureDeviceClass);
-    launchAudioDeviceWithClassName(kCaptureDeviceClass);
+    relaunchAudioDeviceWithClassName(kCaptureDeviceClass);
     logLine("devicesDidChange .... ");
 }
 
@@ -325,4 +326,11 @@ void RecordViewCtr::devicesDidIstall() {
 void RecordViewCtr::devicesDidUnistall() {
     logLine("devicesDidUnistall ....");
     microRecord_.stopRecordAudio();
+    // What the unit had reported is shown by then.
+    performAfterDelay(kClearUpSeconds, this, [this] { clearUpOnMainThread(); });
+}
+
+void RecordViewCtr::clearUpOnMainThread() {
+    if (!recordStarting_)
+        changedRecordingStatus(RecordingStatus::Idle);
 }

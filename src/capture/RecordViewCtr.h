@@ -5,6 +5,7 @@
 #pragma once
 
 #include "capture/AudioRecord.h"
+#include "platform/sound/SoundServer.h"
 #include "store/SongItem.h"
 #include "views/recording/RecordingPage.h"
 #include "views/window/DisplayBox.h"
@@ -96,9 +97,10 @@ private:
 
     void NotifyID3Change(const std::any &object);
     void NotifyDeleteSongItems(const std::any &object);
-    void devicesDidChange();
+    void devicesDidChange(const QList<SoundSource> &devices);
     void devicesDidIstall();
     void devicesDidUnistall();
+    void clearUpOnMainThread();
 
     RecordingPage &view_;
     DisplayBox &recordSpectrum_;

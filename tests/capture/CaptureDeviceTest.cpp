@@ -160,10 +160,10 @@ protected:
     }
 
     template <class Condition>
-    bool waitUntil(Condition condition) {
+    bool waitUntil(Condition condition, qint64 milliseconds = 15'000) {
         QElapsedTimer clock;
         for (clock.start(); !condition(); QThread::msleep(5)) {
-            if (clock.elapsed() > 15'000)
+            if (clock.elapsed() > milliseconds)
                 return false;
             QCoreApplication::processEvents();
         }
@@ -288,7 +288,7 @@ TEST_P(CaptureDevice, FollowsTheDefaultOutputWithoutAGap) {
 TEST_P(CaptureDevice, GoesOnAfterTheSourceOrTheServerWasLost) {
     startServer();
     int deviceChanges = 0;
-    SoundServer::defaultServer().setInputDevicesChanged([&] { ++deviceChanges; });
+    SoundServer::defaultServer().setInputDevicesChanged([&](const auto &) { ++deviceChanges; });
     startCapture();
     ASSERT_FALSE(server_.control({"unload-module", "module-remap-source"}).isNull());
     EXPECT_TRUE(waitForLog("gap"));
@@ -321,6 +321,15 @@ TEST_P(CaptureDevice, AnswersWithoutAServerAndWithOneThatHangs) {
     EXPECT_FALSE(installAudioDevice(kCaptureDriverName));
     EXPECT_FALSE(pulseInputUnitFactory()(ear_)->initialize(1));
     EXPECT_LT(clock.elapsed(), 1000);
+
+    // Whoever asks at each change of the devices is not answered by one more change.
+    int deviceChanges = 0;
+    SoundServer::defaultServer().setInputDevicesChanged([&](const auto &) {
+        ++deviceChanges;
+        EXPECT_EQ(getInPutAudioDeviceIDForName(kCaptureDeviceName), 0U);
+    });
+    EXPECT_FALSE(waitUntil([&] { return deviceChanges > 0; }, /*milliseconds=*/800));
+    SoundServer::defaultServer().setInputDevicesChanged({});
 
     EXPECT_EQ(launchAudioDeviceWithClassName(kCaptureDeviceClass), 0);
     startServer();

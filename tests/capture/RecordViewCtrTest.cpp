@@ -1,5 +1,6 @@
 #include "capture/RecordViewCtr.h"
 
+#include "demo/PrivateSoundServer.h"
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
@@ -248,6 +249,22 @@ TEST_F(RecordViewCtrTest, TellsWhatItIsDoingBlockByBlock) {
         session->nullAudioSignal(isNull, inFile, /*forNullCount=*/0);
         EXPECT_TRUE(status().startsWith(text)) << isNull << splits << inFile;
     }
+}
+
+TEST_F(RecordViewCtrTest, LeavesAServerAloneThatAppearsBeforeAnybodyAgreedToTheDevice) {
+    PrivateSoundServer server(PrivateSoundServer::Kind::PulseAudio, QDir::homePath());
+    const auto processEventsFor = [](qint64 milliseconds, auto isEnough) {
+        QElapsedTimer clock;
+        for (clock.start(); clock.elapsed() < milliseconds && !isEnough();)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    };
+    processEventsFor(100, [] { return false; });
+    ASSERT_TRUE(server.start()) << qPrintable(server.errorText());
+    processEventsFor(5000, [] { return SoundServer::defaultServer().sources().has_value(); });
+    processEventsFor(300, [] { return false; });
+    const QByteArray modules = server.control({"list", "short", "modules"});
+    EXPECT_FALSE(modules.isEmpty());
+    EXPECT_FALSE(modules.contains("remap"));
 }
 
 TEST_F(RecordViewCtrTest, StopsAndTellsOnceWhenTheFileCannotBeWritten) {

@@ -71,12 +71,18 @@ void PulseConnection::stateChanged() {
     const pa_context_state_t state = pa_context_get_state(context_);
     if (state == PA_CONTEXT_READY) {
         hung_ = false;
+        wasReady_ = true;
         client_.connectionReady();
     } else if (!PA_CONTEXT_IS_GOOD(state)) {
         retry_->fireIn(kSoundRetry);
-        client_.connectionLost();
+        noteLost();
     }
     wakeWaiting();
+}
+
+void PulseConnection::noteLost() {
+    if (std::exchange(wasReady_, false))
+        client_.connectionLost();
 }
 
 bool PulseConnection::waitReady(SoundDeadline until) {
@@ -111,7 +117,7 @@ bool PulseConnection::waitDone(pa_operation *operation, SoundDeadline until) {
     pa_operation_unref(operation);
     if (!answered) {
         noteHung();
-        client_.connectionLost();
+        noteLost();
         connect();
     }
     return done;

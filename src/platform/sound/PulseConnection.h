@@ -16,8 +16,8 @@ class PulseConnectionClient {
 public:
     /// The server answers; context() is new.
     virtual void connectionReady() = 0;
-    /// The server is gone; the connection is made again by itself. What hangs on the old context is dead, but must be
-    /// let go later, not from here.
+    /// The server that answered is gone; the connection is made again by itself, and no try of that which fails comes
+    /// here. What hangs on the old context is dead, but must be let go later, not from here.
     virtual void connectionLost() = 0;
 
 protected:
@@ -84,12 +84,14 @@ private:
     void connect();
     void disconnect() noexcept;
     void stateChanged();
+    void noteLost();
     void noteHung();
 
     PulseConnectionClient &client_;
     pa_threaded_mainloop *loop_;
     pa_context *context_ = nullptr;
-    bool hung_ = false; // did not answer in time, and has not answered since
+    bool hung_ = false;     // did not answer in time, and has not answered since
+    bool wasReady_ = false; // the client was told that the server answers, and not yet that it is gone
     std::unique_ptr<Timer> retry_;
 };
 

@@ -29,6 +29,6 @@ bool SoundServer::removeRemappedSource(const RemappedSource &source) { return li
 
 void SoundServer::followDefaultSink(std::optional<RemappedSource> source) { link_->follow(std::move(source)); }
 
-void SoundServer::setInputDevicesChanged(std::function<void()> inputDevicesChanged) {
+void SoundServer::setInputDevicesChanged(std::function<void(const QList<SoundSource> &)> inputDevicesChanged) {
     link_->inputDevicesChanged_ = std::move(inputDevicesChanged);
 }

@@ -85,8 +85,9 @@ public:
     /// vanishes, somebody moves it, or the server was restarted. Nothing ends that.
     void followDefaultSink(std::optional<RemappedSource> source);
 
-    /// Called on the main thread after an input device came or went, the server's coming and going included.
-    void setInputDevicesChanged(std::function<void()> inputDevicesChanged);
+    /// Called on the main thread after an input device came or went, the server's coming and going included, with the
+    /// input devices that there are now; none when there is no server.
+    void setInputDevicesChanged(std::function<void(const QList<SoundSource> &devices)> inputDevicesChanged);
 
 private:
     class Link;

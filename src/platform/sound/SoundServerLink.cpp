@@ -2,6 +2,8 @@
 
 #include "platform/run/Log.h"
 
+#include <utility>
+
 namespace {
 
 SoundSource itemOf(const pa_source_info &info, SoundSource *) {
@@ -40,10 +42,7 @@ void storeSuccess(pa_context *, int success, void *user) { *static_cast<bool *>(
 } // namespace
 
 SoundServer::Link::Link()
-    : devicesWake_([this] {
-          if (inputDevicesChanged_)
-              inputDevicesChanged_();
-      }),
+    : devicesWake_([this] { tellDevices(); }),
       connection_("Sound-Control", *this),
       follower_([this] { followLoop(); }) {}
 
@@ -163,11 +162,10 @@ void SoundServer::Link::connectionReady() {
                                             PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SOURCE_OUTPUT);
     if (pa_operation *subscription = pa_context_subscribe(context, mask, nullptr, nullptr))
         pa_operation_unref(subscription);
-    devicesWake_.signal();
-    askToFollow();
+    askToFollow(/*haveDevicesChanged=*/true);
 }
 
-void SoundServer::Link::connectionLost() { devicesWake_.signal(); }
+void SoundServer::Link::connectionLost() { askToFollow(/*haveDevicesChanged=*/true); }
 
 void SoundServer::Link::changed(pa_subscription_event_type_t event) {
     const int facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
@@ -175,11 +173,9 @@ void SoundServer::Link::changed(pa_subscription_event_type_t event) {
     // Volumes and states of devices change all the time and matter to nobody here.
     if (isChange && (facility == PA_SUBSCRIPTION_EVENT_SINK || facility == PA_SUBSCRIPTION_EVENT_SOURCE))
         return;
-    if (facility == PA_SUBSCRIPTION_EVENT_SOURCE)
-        devicesWake_.signal();
     ++changes_;
     connection_.wakeWaiting();
-    askToFollow();
+    askToFollow(/*haveDevicesChanged=*/facility == PA_SUBSCRIPTION_EVENT_SOURCE);
 }
 
 uint64_t SoundServer::Link::changes() {
@@ -192,10 +188,11 @@ bool SoundServer::Link::waitForChange(uint64_t since, SoundDeadline until) {
     return connection_.waitFor(until, [&] { return changes_ != since; });
 }
 
-void SoundServer::Link::askToFollow() {
+void SoundServer::Link::askToFollow(bool haveDevicesChanged) {
     {
         const std::lock_guard guard(following_);
         isFollowAsked_ = true;
+        haveDevicesChanged_ = haveDevicesChanged_ || haveDevicesChanged;
     }
     followNow_.notify_one();
 }
@@ -218,17 +215,35 @@ void SoundServer::Link::followLoop() {
         if (isEnding_)
             return;
         isFollowAsked_ = false;
+        const bool haveDevicesChanged = std::exchange(haveDevicesChanged_, false);
         guard.unlock();
-        {
-            // Read under the lock: who ends the following and then removes the source does not find it made again.
-            const std::lock_guard pointing(pointing_);
-            guard.lock();
-            const auto source = followed_;
-            guard.unlock();
-            // A failure needs no answer here: whatever mends it is an event, which leads here again.
-            if (source)
-                pointLocked(*source, soundDeadline());
-        }
+        pointFollowed();
+        QList<SoundSource> devices;
+        if (haveDevicesChanged)
+            devices = sources(soundDeadline()).value_or(QList<SoundSource>());
         guard.lock();
+        if (haveDevicesChanged) {
+            devices_ = std::move(devices);
+            devicesWake_.signal();
+        }
     }
+}
+
+void SoundServer::Link::pointFollowed() {
+    // Read under the lock: who ends the following and then removes the source does not find it made again.
+    const std::lock_guard pointing(pointing_);
+    std::unique_lock guard(following_);
+    const auto source = followed_;
+    guard.unlock();
+    // A failure needs no answer here: whatever mends it is an event, which leads here again.
+    if (source)
+        pointLocked(*source, soundDeadline());
+}
+
+void SoundServer::Link::tellDevices() {
+    std::unique_lock guard(following_);
+    const QList<SoundSource> devices = devices_;
+    guard.unlock();
+    if (inputDevicesChanged_)
+        inputDevicesChanged_(devices);
 }

@@ -1,6 +1,7 @@
 // The inside of SoundServer: questions to the server with one deadline for a row of them.
 //
-// Threads: questions and doings from any thread but the connection's own.
+// Threads: questions and doings from any thread but the connection's own. What an event leads to is done by
+// "Sound-Follow", which may wait for a server that hangs; the main thread gets the result.
 #pragma once
 
 #include "platform/run/MainThread.h"
@@ -39,7 +40,7 @@ public:
 
     void follow(std::optional<RemappedSource> source);
 
-    std::function<void()> inputDevicesChanged_; // main thread
+    std::function<void(const QList<SoundSource> &)> inputDevicesChanged_; // main thread
 
 private:
     struct Placement;
@@ -47,8 +48,10 @@ private:
     void connectionReady() override;
     void connectionLost() override;
     void changed(pa_subscription_event_type_t event);
-    void askToFollow();
+    void askToFollow(bool haveDevicesChanged);
     void followLoop();
+    void pointFollowed();
+    void tellDevices();
     bool pointLocked(const RemappedSource &source, SoundDeadline until);
     std::optional<Placement> placement(const RemappedSource &source, SoundDeadline until);
     uint64_t changes();
@@ -61,11 +64,13 @@ private:
 
     std::mutex pointing_; // held over a whole look and change, so that two threads do not make two sources
 
-    std::mutex following_; // guards the next three
+    std::mutex following_; // guards what is named up to devices_
     std::condition_variable followNow_;
     std::optional<RemappedSource> followed_;
     bool isFollowAsked_ = false;
+    bool haveDevicesChanged_ = false;
     bool isEnding_ = false;
+    QList<SoundSource> devices_; // as the follower saw them last
 
     uint64_t changes_ = 0; // events so far, under the connection's lock
     MainThreadWakeup devicesWake_;
