@@ -28,8 +28,8 @@ public:
     Library() {
         qputenv("HOME", home_.path().toUtf8());
         setLogSink([](const QString &) {});
-        QDir(home_.path()).mkpath("Library/Application Support/Tessarine Corvidia/CoverImage");
-        path_ = home_.filePath("Library/Application Support/Tessarine Corvidia/Library.db").toUtf8();
+        QDir(home_.path()).mkpath(".local/share/Tessarine Corvidia/CoverImage");
+        path_ = home_.filePath(".local/share/Tessarine Corvidia/Library.db").toUtf8();
         DataBaseManager::defaultManager().loadDataBase();
 
         sqlite3 *connection = nullptr;

@@ -77,7 +77,8 @@ void CorvidiaAppDelegate::createFolders() {
             logLine("Create Dir Failed! " + covers);
             return;
         }
-        QFile::setPermissions(covers, QFile::Permissions(0x7777));
+        // What the user's mask leaves of the widest rights, and never the right of others to write.
+        QFile::setPermissions(covers, QFile::permissions(covers) & ~(QFile::WriteGroup | QFile::WriteOther));
     }
     defaults().setInteger(defaults().integerForKey("RateLaunchTimes") + 1, "RateLaunchTimes");
 }

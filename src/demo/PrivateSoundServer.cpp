@@ -58,7 +58,7 @@ PrivateSoundServer::PrivateSoundServer(Kind kind, const QString &folder, int sam
     QDir().mkpath(folder_ + "/state");
     for (const QString &inner : {folder_, folder_ + "/run", folder_ + "/run/pulse"})
         QFile::setPermissions(inner, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    for (const char *variable : {"PULSE_SINK", "PULSE_SOURCE", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY"})
+    for (const char *variable : {"PULSE_SINK", "PULSE_SOURCE", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY", "XDG_DATA_HOME"})
         qunsetenv(variable);
     const auto set = [&](const char *variable, const QString &value) { qputenv(variable, value.toLocal8Bit()); };
     set("XDG_RUNTIME_DIR", folder_ + "/run");

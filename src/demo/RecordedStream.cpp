@@ -109,7 +109,7 @@ QString recordStream(const RecordingPlan &plan) {
 
 QJsonArray tracksOfLibrary(const QString &outFolder) {
     DataBaseManager &library = DataBaseManager::defaultManager();
-    library.loadDataBase(outFolder + "/home/Library/Application Support/Tessarine Corvidia/Library.db");
+    library.loadDataBase(outFolder + "/home/.local/share/Tessarine Corvidia/Library.db");
     auto songs = library.getAllSongItems().value_or(QList<std::shared_ptr<SongItem>>());
     library.closeDataBase();
     std::stable_sort(songs.begin(), songs.end(),

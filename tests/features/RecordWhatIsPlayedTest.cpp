@@ -52,7 +52,7 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
     }
     // Other programs read the library too.
     QProcess shell;
-    shell.start("sqlite3", {plan.outFolder + "/home/Library/Application Support/Tessarine Corvidia/Library.db",
+    shell.start("sqlite3", {plan.outFolder + "/home/.local/share/Tessarine Corvidia/Library.db",
                             "SELECT SongID, Title, EncodeKind, SampleRate FROM Song"});
     ASSERT_TRUE(shell.waitForFinished());
     const QByteArray kind = type == ExportType::MP3 ? "MP3 audio" : "M4A audio";

@@ -2,14 +2,27 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
+
+namespace {
+QString ownFolderIn(const QString &folder) { return folder + '/' + kApplicationFolderName; }
+} // namespace
 
 QString applicationSupportFolder() {
-    return QDir::homePath() + "/Library/Application Support/" + kApplicationFolderName;
+    const QString earlier = ownFolderIn(QDir::homePath() + "/Library/Application Support");
+    return QFileInfo::exists(earlier)
+               ? earlier
+               : ownFolderIn(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
 }
 
 QString coverImageFolder() { return applicationSupportFolder() + "/CoverImage"; }
 
-QString defaultMusicFolder() { return resolvingSymlinks(QDir::homePath() + "/Music/" + kApplicationFolderName); }
+QString defaultMusicFolder() {
+    QString music = QDir::cleanPath(QStandardPaths::writableLocation(QStandardPaths::MusicLocation));
+    if (music.isEmpty() || music == QDir::homePath()) // how a desktop says that it has none
+        music = QDir::homePath() + "/Music";
+    return resolvingSymlinks(ownFolderIn(music));
+}
 
 QString resolvingSymlinks(const QString &path) {
     const QFileInfo info(QDir::cleanPath(path));

@@ -14,3 +14,21 @@ TEST(Folders, ResolvesLinksAboveWhatDoesNotExistYet) {
     EXPECT_EQ(resolvingSymlinks("/"), "/");
     EXPECT_EQ(resolvingSymlinks("/nowhere/at all"), "/nowhere/at all");
 }
+
+TEST(Folders, FollowTheDesktopAndAnEarlierLibrary) {
+    const QString home = QDir(QDir::homePath()).canonicalPath();
+    for (const auto &[named, music] : {std::pair("$HOME/Musik", "/Musik"), std::pair("$HOME/", "/Music")}) {
+        QDir().mkpath(home + "/.config");
+        QFile folders(home + "/.config/user-dirs.dirs");
+        ASSERT_TRUE(folders.open(QIODevice::WriteOnly));
+        folders.write(QByteArray("XDG_MUSIC_DIR=\"") + named + "\"\n");
+        folders.close();
+        EXPECT_EQ(defaultMusicFolder(), home + music + "/Tessarine Corvidia");
+    }
+    EXPECT_EQ(applicationSupportFolder(), QDir::homePath() + "/.local/share/Tessarine Corvidia");
+    qputenv("XDG_DATA_HOME", "/data");
+    EXPECT_EQ(applicationSupportFolder(), "/data/Tessarine Corvidia");
+    const QString earlier = QDir::homePath() + "/Library/Application Support/Tessarine Corvidia";
+    ASSERT_TRUE(QDir().mkpath(earlier));
+    EXPECT_EQ(applicationSupportFolder(), earlier);
+}
