@@ -34,8 +34,9 @@ void *operator new(size_t size) {
         throw std::bad_alloc();
     return memory;
 }
-void operator delete(void *memory) noexcept { std::free(memory); }         // NOLINT
-void operator delete(void *memory, size_t) noexcept { std::free(memory); } // NOLINT
+// Not inline, lest the compiler takes the pair of new and free() for a mistake.
+[[gnu::noinline]] void operator delete(void *memory) noexcept { std::free(memory); }         // NOLINT
+[[gnu::noinline]] void operator delete(void *memory, size_t) noexcept { std::free(memory); } // NOLINT
 
 namespace {
 
