@@ -186,7 +186,9 @@ std::shared_ptr<SongItem> RecordViewCtr::keepRecordedFile(const QString &path, q
     song->setAddedDate(QDateTime::currentDateTime());
     song->setGetID3Status(
         static_cast<int32_t>(deviceType_ == DeviceType::Microphone ? ID3Status::NotFound : ID3Status::NotAsked));
-    library.insertSongItem(*song);
+    // A track without a row of its own must not change that of another.
+    if (library.insertSongItem(*song) < 0)
+        song->setSongID(-1);
     return song;
 }
 

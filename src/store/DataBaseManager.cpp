@@ -21,6 +21,9 @@ constexpr const char *kSelectAllColumns =
     ",AddDate,FilePath,BiteRate, SampleRate,EncodeKind,CoverImages,CoverImageIndex,IsHasLocalCover,IsAds, "
     "GetID3Status FROM Song";
 
+// An import asks for every file whether it is there already.
+constexpr const char *kIndexPaths = "CREATE INDEX IF NOT EXISTS SongFilePath ON Song(FilePath)";
+
 } // namespace
 
 DataBaseManager &DataBaseManager::defaultManager() {
@@ -36,9 +39,14 @@ bool DataBaseManager::loadDataBase(const QString &path) {
     if (!QFileInfo::exists(library)) {
         lastSongID_ = 0;
         lastRingtoneID_ = 0;
-        return createDataBase(library);
+        if (!createDataBase(library))
+            return false;
+        isLastSongIDKnown_ = true;
+        return true;
     }
     if (openConnection(library)) {
+        // Where it can't be made (a read-only or locked file) the answers come, only later.
+        sqlite3_exec(dataBase_, kIndexPaths, nullptr, nullptr, nullptr);
         LastSongID();
         return true;
     }
@@ -51,7 +59,10 @@ bool DataBaseManager::createDataBase(const QString &path) {
         logLine("Create DB failed!");
         return false;
     }
-    return sqlite3_exec(dataBase_, kCreateSongTable, nullptr, nullptr, nullptr) == SQLITE_OK;
+    if (sqlite3_exec(dataBase_, kCreateSongTable, nullptr, nullptr, nullptr) != SQLITE_OK)
+        return false;
+    sqlite3_exec(dataBase_, kIndexPaths, nullptr, nullptr, nullptr);
+    return true;
 }
 
 bool DataBaseManager::checkDB() {
@@ -62,6 +73,7 @@ bool DataBaseManager::checkDB() {
 }
 
 bool DataBaseManager::closeDataBase() {
+    const std::lock_guard guard(connection_);
     if (const int code = sqlite3_close(dataBase_); code != SQLITE_OK) {
         logLine(QStringLiteral("SQLite close failed: %1.").arg(code));
         return false;
@@ -72,11 +84,14 @@ bool DataBaseManager::closeDataBase() {
 }
 
 void DataBaseManager::LastSongID() {
-    lastSongID_ = highestNumber("SELECT MAX(SongID) FROM Song", "LastSongID: sqlite3_prepare failed.");
+    const auto highest = highestNumber("SELECT MAX(SongID) FROM Song", "LastSongID: sqlite3_prepare failed.");
+    isLastSongIDKnown_ = highest.has_value();
+    lastSongID_ = highest.value_or(0);
 }
 
 void DataBaseManager::lastRingtoneID() {
-    lastRingtoneID_ = highestNumber("SELECT MAX(RingtoneID) FROM Ringtone", "lastRingtoneID: sqlite3_prepare failed.");
+    lastRingtoneID_ =
+        highestNumber("SELECT MAX(RingtoneID) FROM Ringtone", "lastRingtoneID: sqlite3_prepare failed.").value_or(0);
 }
 
 int32_t DataBaseManager::getMaxSongID() {
@@ -85,8 +100,10 @@ int32_t DataBaseManager::getMaxSongID() {
 }
 
 bool DataBaseManager::openConnection(const QString &path) {
+    const std::lock_guard guard(connection_);
     sqlite3_close(dataBase_);
     dataBase_ = nullptr;
+    isLastSongIDKnown_ = false;
     sqlite3 *connection = nullptr;
     if (sqlite3_open(QFile::encodeName(path).constData(), &connection) != SQLITE_OK) {
         sqlite3_close(connection);
@@ -107,12 +124,14 @@ sqlite3 *DataBaseManager::openedDataBase() {
     return dataBase_;
 }
 
-int DataBaseManager::highestNumber(const char *sql, const char *failure) {
+// Nothing when it can't be read.
+std::optional<int> DataBaseManager::highestNumber(const char *sql, const char *failure) {
     Statement statement(dataBase_, sql);
     if (!statement) {
         logLine(failure);
-        return 0;
+        return std::nullopt;
     }
-    statement.step(); // without a row the column reads as 0
-    return statement.integer(0);
+    if (statement.step() != SQLITE_ROW)
+        return std::nullopt;
+    return statement.integer(0); // of an empty table there is a row with nothing in it, which reads as 0
 }

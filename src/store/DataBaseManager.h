@@ -4,7 +4,7 @@
 // first if none is open. A failure is told by the result and by a line in the log, never to the user. A library that
 // another program has locked is waited for briefly and then counts as a failure.
 //
-// Threads: the main thread.
+// Threads: the main thread, but for isTheFileInDataBase().
 #pragma once
 
 #include "store/RingtoneItem.h"
@@ -12,6 +12,7 @@
 
 #include <QList>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 struct sqlite3;
@@ -40,11 +41,12 @@ public:
     void LastSongID();
     /// The same for ringtones.
     void lastRingtoneID();
-    /// The highest song number given out.
+    /// The highest song number given out; 0 as well while it can't be read.
     int32_t getMaxSongID();
 
     /// Moves the covers into the cover folder, renames them in `song` and adds a row. The new number or -1; `song`'s
-    /// own songID is neither used nor changed.
+    /// own songID is neither used nor changed. A highest number that could not be read is read again first, and while
+    /// that fails nothing is inserted: the number would be that of another track.
     int32_t insertSongItem(SongItem &song);
 
     /// Every track in the file's order, or nothing if the library can't be read. Covers whose file is gone are left
@@ -55,7 +57,8 @@ public:
     /// rates and format stay as they were inserted. True also when there is no such row.
     bool updateSongItem(SongItem &song);
 
-    /// Whether a track has this path. Never for a path that holds a double quote.
+    /// Whether a track has this path. Never for a path that holds a double quote. Any thread while a library is open;
+    /// only on the main thread does it open one.
     bool isTheFileInDataBase(const QString &path);
 
     /// Deletes the row and the cover files; the audio file stays.
@@ -76,11 +79,14 @@ private:
 
     bool openConnection(const QString &path);
     sqlite3 *openedDataBase();
-    int highestNumber(const char *sql, const char *failure);
+    std::optional<int> highestNumber(const char *sql, const char *failure);
     QString coverTarget(const SongItem &song, int32_t number, qsizetype index) const;
 
+    // Held while dataBase_ changes, and while another thread than the main one uses it.
+    std::mutex connection_;
     sqlite3 *dataBase_ = nullptr; // null until a library was opened
     int32_t lastSongID_ = 0;
-    int32_t lastRingtoneID_ = 0; // starts at 0 in each run
+    bool isLastSongIDKnown_ = false; // lastSongID_ was read from the open library
+    int32_t lastRingtoneID_ = 0;     // starts at 0 in each run
     QString strDefaultImagesDir_;
 };

@@ -5,8 +5,10 @@
 #include "store/Statement.h"
 #include "store/TimeAndSizeText.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
 
 namespace {
 
@@ -65,6 +67,12 @@ QString DataBaseManager::coverTarget(const SongItem &song, int32_t number, qsize
 
 int32_t DataBaseManager::insertSongItem(SongItem &song) {
     openedDataBase();
+    if (!isLastSongIDKnown_)
+        LastSongID();
+    if (!isLastSongIDKnown_) {
+        logLine("insertSongItem: the highest number can't be read");
+        return -1;
+    }
     const int32_t number = ++lastSongID_;
 
     QStringList covers = song.coverImages();
@@ -159,7 +167,8 @@ std::optional<QList<std::shared_ptr<SongItem>>> DataBaseManager::getAllSongItems
         song->setEncodeKind(encodeKind.of(row.bytes(13)));
         song->setCoverImages(existingCovers(row.bytes(14), strDefaultImagesDir_));
         const int32_t index = row.integer(15);
-        song->setCoverImageIndex(index < song->coverImages().size() ? index : -1);
+        const bool isNoneChosen = song->coverImages().isEmpty() || index >= song->coverImages().size();
+        song->setCoverImageIndex(isNoneChosen ? -1 : index);
         song->setIsHasLocalCover(row.integer(16) != 0);
         song->setIsAds(row.integer(17) != 0);
         song->setGetID3Status(row.integer(18));
@@ -224,7 +233,10 @@ bool DataBaseManager::isTheFileInDataBase(const QString &path) {
     // A path with a double quote was never found, and callers live with that.
     if (path.isNull() || path.contains('"'))
         return false;
-    Statement statement(openedDataBase(), "SELECT 1 FROM Song Where FilePath = ? LIMIT 1");
+    if (QThread::currentThread() == QCoreApplication::instance()->thread())
+        openedDataBase();
+    const std::lock_guard guard(connection_);
+    Statement statement(dataBase_, "SELECT 1 FROM Song Where FilePath = ? LIMIT 1");
     return statement && statement.bindText(covertStringTochar(path)).step() == SQLITE_ROW;
 }
 

@@ -26,19 +26,20 @@ bool hasOurColumns(const Statement &statement) {
     return true;
 }
 
+// Damage is only what SQLite calls so. A full disk, for one, keeps it from making the files beside the library, and
+// that says nothing of the library.
 LibraryState stateOfFailure(int code) {
     switch (code & 0xff) {
+    case SQLITE_NOTADB:
+    case SQLITE_CORRUPT:
+        return LibraryState::NotADatabase;
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
         return LibraryState::Locked;
-    case SQLITE_CANTOPEN:
-    case SQLITE_PERM:
-    case SQLITE_READONLY:
-        return LibraryState::NotOpenable;
-    case SQLITE_ERROR:
+    case SQLITE_ERROR: // no such table
         return LibraryState::OtherColumns;
     default:
-        return LibraryState::NotADatabase;
+        return LibraryState::NotOpenable;
     }
 }
 

@@ -18,7 +18,7 @@ enum class LibraryState {
     NotADatabase, ///< not an SQLite file, or a damaged one
     OtherColumns, ///< an SQLite file whose table Song is missing or has other columns
     Locked,       ///< another program holds it; it may be readable later
-    NotOpenable,  ///< the system refuses access to it
+    NotOpenable,  ///< it can't be opened now: no right to it, a full disk, an error of the disk, no memory
 };
 
 /// Reads the whole table once; changes nothing in it.

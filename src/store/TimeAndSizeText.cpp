@@ -33,13 +33,6 @@ QString clockText(qint64 milliseconds, int minuteDigits) {
     return QStringLiteral("%1:%2  ").arg(minutes, minuteDigits, 10, zero).arg(seconds, 2, 10, zero);
 }
 
-bool makeFolder(const QString &path, mode_t mode) {
-    const QByteArray name = QFile::encodeName(path);
-    if (mkdir(name.constData(), mode) == 0)
-        return chmod(name.constData(), mode) == 0; // past the umask
-    return errno == EEXIST && QFileInfo(path).isDir();
-}
-
 } // namespace
 
 QString fixedText(double number, int decimals) {
@@ -100,9 +93,12 @@ uint32_t StringToFourCC(const QString &string) {
 
 QString getTempImagePath() {
     // The upper folder is shared by all users of the machine, and sticky so that none can remove another's folder.
+    constexpr mode_t kForAll = 01777;
     const QString shared = QDir::tempPath() + '/' + kApplicationFolderName;
     const QString folder = shared + '/' + QString::number(QCoreApplication::applicationPid());
-    if (!makeFolder(shared, 01777) || !makeFolder(folder, 0777))
+    if (!QFileInfo(shared).isDir() && QDir().mkpath(shared))
+        chmod(QFile::encodeName(shared).constData(), kForAll); // a failure shows to the next user, who gets no folder
+    if (!QDir().mkpath(folder))
         return {};
     return folder + '/' + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + ".jpg";
 }

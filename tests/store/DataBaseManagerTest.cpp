@@ -6,8 +6,12 @@
 
 #include <QDir>
 #include <QFile>
+#include <QTimeZone>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/resource.h>
+#include <thread>
 
 namespace {
 
@@ -83,7 +87,7 @@ TEST_F(Library, BeginsEmptyAndKeepsATrackThroughARestart) {
     song.setGenre({});
     song.setLength(3'000'000'000);
     song.setSize((qint64(2) << 32) + 5);
-    song.setAddedDate(QDateTime::fromSecsSinceEpoch(1'800'000'000, Qt::UTC));
+    song.setAddedDate(QDateTime::fromSecsSinceEpoch(1'800'000'000, QTimeZone::utc()));
     song.setSongPath("/music/Tö ne.m4a");
     song.setIsImported(/*isImported=*/true);
     song.setIsAds(/*isAds=*/false);
@@ -113,17 +117,19 @@ TEST_F(Library, ReadsALibraryMadeElsewhere) {
     other.run(kSongTable);
     other.run("INSERT INTO Song VALUES(41,'T',NULL,'A','G',61000,1e300,1,'1999','2011-03-04 05:06:07 +0100',"
               "'/a.mp3',320000,48000,'MP3 audio','gone_0.png,,there.png',1,1,0,5)");
+    other.run("INSERT INTO Song(SongID,AddDate,FilePath,CoverImageIndex) VALUES(40,'','',-5)");
     write(cover("there.png"), "png");
     const auto songs = reload();
-    ASSERT_EQ(songs.size(), 1);
+    ASSERT_EQ(songs.size(), 2);
+    EXPECT_EQ(songs[1]->coverImageIndex(), -1) << "no covers, so none is chosen";
     EXPECT_TRUE(songs[0]->artist().isNull());
     EXPECT_EQ(songs[0]->size(), 0) << "a number that no integer holds";
-    EXPECT_EQ(songs[0]->addedDate(), QDateTime(QDate(2011, 3, 4), QTime(4, 6, 7), Qt::UTC));
+    EXPECT_EQ(songs[0]->addedDate(), QDateTime(QDate(2011, 3, 4), QTime(4, 6, 7), QTimeZone::utc()));
     EXPECT_EQ(songs[0]->coverImages(), QStringList{cover("there.png")});
     EXPECT_EQ(songs[0]->coverImageIndex(), -1);
     SongItem next;
     EXPECT_EQ(manager_.insertSongItem(next), 42);
-    EXPECT_EQ(other.run("SELECT count(*) FROM Song"), "2") << "two programs may have the file open";
+    EXPECT_EQ(other.run("SELECT count(*) FROM Song"), "3") << "two programs may have the file open";
 }
 
 TEST_F(Library, CoversFollowTheirTrack) {
@@ -165,7 +171,8 @@ TEST_F(Library, FindsAPathUnlessItHoldsADoubleQuote) {
         song.setSongPath(path);
         EXPECT_GT(manager_.insertSongItem(song), 0);
     }
-    EXPECT_TRUE(manager_.isTheFileInDataBase("/a's %1 100%.mp3"));
+    std::thread([&] { EXPECT_TRUE(manager_.isTheFileInDataBase("/a's %1 100%.mp3")); }).join(); // as an import asks
+    EXPECT_TRUE(Connection(path_).run("EXPLAIN QUERY PLAN SELECT 1 FROM Song Where FilePath = ''").contains("INDEX"));
     for (const QString &path : {QString("/say \"yes\".mp3"), QString("\" OR 1=1 --"), QString("/A's %1 100%.mp3"),
                                 QString("FilePath"), QString()})
         EXPECT_FALSE(manager_.isTheFileInDataBase(path)) << qPrintable(path);
@@ -201,6 +208,26 @@ TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
     EXPECT_EQ(manager_.insertRingtoneItem(ringtone), 2) << "the number of the failed one stays used";
     EXPECT_EQ(manager_.getAllRingtoneItems()->at(0)->title(), ringtone.title());
 }
+
+/// While one lives, no file takes a byte.
+class NoRoomOnDisk {
+public:
+    NoRoomOnDisk() : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit none{0, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~NoRoomOnDisk() {
+        setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, handler_);
+    }
+    NoRoomOnDisk(const NoRoomOnDisk &) = delete;
+    NoRoomOnDisk &operator=(const NoRoomOnDisk &) = delete;
+
+private:
+    void (*handler_)(int);
+    rlimit before_{};
+};
 
 struct BadLibrary {
     const char *name;
@@ -246,9 +273,14 @@ TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
 }
 
 TEST_F(Library, ALockedOrUnopenableLibraryFailsSoonAndIsNotTouched) {
-    ASSERT_TRUE(manager_.loadDataBase());
+    SongItem first;
+    ASSERT_EQ(manager_.insertSongItem(first), 1);
     EXPECT_EQ(libraryStateOf(path_), LibraryState::Readable);
     manager_.closeDataBase();
+    {
+        const NoRoomOnDisk noRoom;
+        EXPECT_EQ(libraryStateOf(path_), LibraryState::NotOpenable) << "healthy, but nothing can stand beside it";
+    }
     Connection other(path_);
     other.run("PRAGMA journal_mode=DELETE");
     other.run("BEGIN EXCLUSIVE");
@@ -256,8 +288,11 @@ TEST_F(Library, ALockedOrUnopenableLibraryFailsSoonAndIsNotTouched) {
     EXPECT_TRUE(manager_.loadDataBase());
     EXPECT_FALSE(manager_.getAllSongItems());
     EXPECT_FALSE(manager_.isTheFileInDataBase("/a"));
+    SongItem song;
+    EXPECT_EQ(manager_.insertSongItem(song), -1) << "its number is not known";
     other.run("COMMIT");
-    EXPECT_EQ(manager_.getAllSongItems()->size(), 0);
+    EXPECT_EQ(manager_.getAllSongItems()->size(), 1);
+    EXPECT_EQ(manager_.insertSongItem(song), 2);
 
     EXPECT_FALSE(manager_.loadDataBase(QDir::homePath())) << "a folder";
     EXPECT_EQ(log_.mid(log_.size() - 2), (QStringList{"SQLite open failed.", "Table Song Damage."}));

@@ -2,7 +2,9 @@
 #include "store/SongItem.h"
 #include "store/TimeAndSizeText.h"
 
+#include <QDir>
 #include <QFileInfo>
+#include <QTimeZone>
 #include <gtest/gtest.h>
 
 struct TextCase {
@@ -44,6 +46,7 @@ TEST(TimeAndSizeText, FourCharacterCodesGoThereAndBack) {
 }
 
 TEST(TimeAndSizeText, TemporaryImagePathsAreNewEachTime) {
+    qputenv("TMPDIR", (QDir::homePath() + "/not/yet").toUtf8());
     const QString first = getTempImagePath();
     EXPECT_NE(first, getTempImagePath());
     EXPECT_TRUE(first.endsWith(".jpg"));
@@ -82,7 +85,7 @@ TEST(SongItem, GivesItsValuesByKey) {
 }
 
 TEST(DateText, ReadsBackWhatItWroteAndOtherOffsets) {
-    const QDateTime date(QDate(2026, 2, 28), QTime(23, 59, 59), Qt::OffsetFromUTC, -3600);
+    const QDateTime date(QDate(2026, 2, 28), QTime(23, 59, 59), QTimeZone(-3600));
     EXPECT_EQ(dateText(date), "2026-03-01 00:59:59 +0000");
     EXPECT_EQ(dateFromText(dateText(date)), date);
     EXPECT_EQ(dateFromText("2026-03-01 06:29:59 +0530"), date);
