@@ -6,6 +6,7 @@
 #include <QSettings>
 #include <QString>
 #include <QVariantMap>
+#include <functional>
 
 class UserDefaults {
 public:
@@ -15,7 +16,7 @@ public:
     /// Adds `defaults` to the layer that answers for keys without a stored value. It is not stored.
     void registerDefaults(const QVariantMap &defaults);
 
-    /// The stored value, else the registered one, else an invalid QVariant: absent.
+    /// The value set, else the stored one, else the registered one, else an invalid QVariant: absent.
     QVariant objectForKey(const QString &key) const;
     bool contains(const QString &key) const { return objectForKey(key).isValid(); }
 
@@ -26,17 +27,28 @@ public:
     /// Null when absent.
     QString stringForKey(const QString &key) const;
 
+    /// Counts at once; goes to the disk in the event loop's next turn, or with synchronize().
     void setObject(const QVariant &value, const QString &forKey);
     void setInteger(qint64 value, const QString &forKey) { setObject(value, forKey); }
     void setBool(bool value, const QString &forKey) { setObject(value, forKey); }
     void removeObjectForKey(const QString &key);
 
-    /// Writes what was set to the disk. Happens by itself as well, at the latest at the end of the program.
-    void synchronize();
+    /// Writes what was set to the disk, and takes in what others have written there. A write that fails, a full disk
+    /// for one, leaves the old file whole; what was set goes on to count and is tried again with the next write. False
+    /// then.
+    bool synchronize();
+
+    /// Hears, once a run, that the settings in `file` could not be written.
+    void setWriteFailed(std::function<void(const QString &file)> writeFailed) { writeFailed_ = std::move(writeFailed); }
 
 private:
     UserDefaults();
 
-    QSettings stored_;
+    bool write(const QVariantMap &values) const;
+
+    QSettings stored_;    // read only
+    QVariantMap unsaved_; // set, and not yet on the disk; an invalid value stands for a key that was removed
     QVariantMap registered_;
+    bool isWritePlanned_ = false;
+    std::function<void(const QString &file)> writeFailed_;
 };

@@ -1,7 +1,13 @@
 #include "platform/run/UserDefaults.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QSettings>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
 
 TEST(UserDefaults, LaysWhatIsStoredOverWhatIsRegisteredAndReadsItsOwnFileBack) {
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
@@ -30,4 +36,47 @@ TEST(UserDefaults, LaysWhatIsStoredOverWhatIsRegisteredAndReadsItsOwnFileBack) {
         EXPECT_EQ(defaults.boolForKey("Typed"), asBool) << text;
         EXPECT_EQ(defaults.integerForKey("Typed"), asInteger) << text;
     }
+}
+
+TEST(UserDefaults, KeepWhatStandsOnADiskWithoutRoom) {
+    const QString folder = QDir::homePath() + "/.config";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const auto mountSmallDisk = [&] {
+        return unshare(CLONE_NEWNS | (geteuid() == 0 ? 0 : CLONE_NEWUSER)) == 0 &&
+               mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+               mount("tmpfs", qPrintable(folder), "tmpfs", 0, "size=256k") == 0;
+    };
+    if (!mountSmallDisk())
+        GTEST_SKIP() << "this machine lets nobody mount a small disk";
+    UserDefaults &defaults = UserDefaults::standardUserDefaults();
+    int told = 0;
+    defaults.setWriteFailed([&](const QString &) { ++told; });
+    const auto onDisk = [&] {
+        QFile file(folder + "/Tessarine/Corvidia.ini");
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    for (int freePages = 0; freePages <= 10; ++freePages) {
+        SCOPED_TRACE(freePages);
+        defaults.setObject(QString(100, 'k'), "MusicsOutputLocation");
+        ASSERT_TRUE(defaults.synchronize());
+        const QByteArray before = onDisk();
+        QFile filler(folder + "/filler");
+        ASSERT_TRUE(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        while (filler.write(QByteArray(4096, 'x')) == 4096) {
+        }
+        ASSERT_TRUE(filler.resize(filler.size() / 4096 * 4096 - freePages * 4096));
+
+        defaults.setObject(QString(5000, 'n'), "MusicsOutputLocation");
+        defaults.setInteger(freePages, "TrackID");
+        QCoreApplication::processEvents(); // writes by itself
+        EXPECT_EQ(defaults.integerForKey("TrackID"), freePages);
+        const bool isWritten = onDisk().contains("TrackID=" + QByteArray::number(freePages) + '\n');
+        EXPECT_EQ(onDisk() == before, !isWritten) << "neither the old file nor the new one";
+        EXPECT_EQ(isWritten, defaults.synchronize());
+        EXPECT_TRUE(freePages > 0 || !isWritten);
+        EXPECT_TRUE(freePages < 10 || isWritten);
+        ASSERT_TRUE(filler.remove());
+    }
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(QDir(folder + "/Tessarine").entryList(QDir::Files), QStringList{"Corvidia.ini"});
 }
