@@ -86,12 +86,19 @@ void CorvidiaAppDelegate::createFolders() {
 CorvidiaAppDelegate::CorvidiaAppDelegate(const InputUnitFactory &makeInputUnit)
     : mainWindow_(makeInputUnit), sessionBus_(new SessionBus(this, *this)) {
     mainWindow_.setTerminate([this] { terminate(); });
+    defaults().setWriteFailed([this](const QString &file) {
+        mainWindow_.tellOnceShown(localizedString("The settings can't be saved"),
+                                  localizedString("%1 can't be written. What you set counts until the program ends, "
+                                                  "and is saved when there is room again.")
+                                      .arg(file));
+    });
 }
 
 void CorvidiaAppDelegate::applicationDidFinishLaunching() {
     isMustTerminate_ = false;
     defaults().synchronize();
     AudioConverter::Initialize(QCoreApplication::applicationDirPath());
+    mainWindow_.window().center();
     mainWindow_.showWindow();
     sessionBus_->connectToBus();
 }

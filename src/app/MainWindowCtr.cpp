@@ -8,8 +8,8 @@
 #include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
 #include "store/LibraryFile.h"
-#include "store/TimeAndSizeText.h"
 #include "tags/access/FirstTags.h"
+#include "tags/audio/AudioConverter.h"
 #include "views/controls/SketchButton.h"
 #include "views/recording/RecordingPage.h"
 #include "views/window/DisplayBox.h"
@@ -26,21 +26,22 @@ void tell(const QString &message, const QString &text) { runPanel({message, text
 } // namespace
 
 MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
-    : recordViewCtr_(makeInputUnit, *window_.recordingPage(), *window_.displayBox()),
-      sleepInhibitor_(localizedString("Music is being recorded")) {
-    recordViewCtr_.setDelegate(this);
+    : sleepInhibitor_(localizedString("Music is being recorded")) {
+    loadLibrary();
+    recordViewCtr_ = std::make_unique<RecordViewCtr>(makeInputUnit, *window_.recordingPage(), *window_.displayBox());
+    recordViewCtr_->setDelegate(this);
+    libraryCtr_ = std::make_unique<LibraryCtr>(*this);
     window_.setWindowTitle(kApplicationFolderName);
-    recordViewCtr_.getRecordingSpectrumView()->hide();
+    recordViewCtr_->getRecordingSpectrumView()->hide();
     window_.setShouldClose([this] { return windowShouldClose(); });
     connect(window_.recordingBtn(), &SketchButton::clicked, this, &MainWindowCtr::recorder);
     connect(window_.cutBtn(), &SketchButton::clicked, this, &MainWindowCtr::recorderCut);
     fillMenu();
+    window_.showPage(*window_.recordingPage());
     changeControlsState(isRecording_);
-    // Once the window is up, so that it stands behind what has to be told of a damaged library.
-    performAfterDelay(/*seconds=*/0, this, [this] { loadLibrary(); });
 }
 
-MainWindowCtr::~MainWindowCtr() { recordViewCtr_.setDelegate(nullptr); }
+MainWindowCtr::~MainWindowCtr() { recordViewCtr_->setDelegate(nullptr); }
 
 void MainWindowCtr::fillMenu() {
     recorderMenuItem_.setShortcut(QKeySequence("Ctrl+R"));
@@ -66,24 +67,25 @@ void MainWindowCtr::loadLibrary() {
     if (state == LibraryState::NotADatabase || state == LibraryState::OtherColumns) {
         const QString kept = setAsideLibrary(path);
         if (kept.isNull())
-            tell(localizedString("The library can't be read"),
-                 localizedString("%1 is no library of this program, and it could not "
-                                 "be moved out of the way. New "
-                                 "recordings are kept as files, but not listed.")
-                     .arg(path));
+            tellOnceShown(localizedString("The library can't be read"),
+                          localizedString("%1 is no library of this program, and it could not be moved out of the way. "
+                                          "New recordings are kept as files, but not listed.")
+                              .arg(path));
         else
-            tell(localizedString("A new library was begun"),
-                 localizedString("The old one can't be read. Nothing in it was "
-                                 "changed, it is now:\n%1")
-                     .arg(kept));
+            tellOnceShown(
+                localizedString("A new library was begun"),
+                localizedString("The old one can't be read. Nothing in it was changed, it is now:\n%1").arg(kept));
     } else if (state == LibraryState::Locked || state == LibraryState::NotOpenable) {
-        tell(localizedString("The library can't be opened"),
-             localizedString("%1 is in use by another program or may not be read. "
-                             "New recordings are kept as files, "
-                             "but not listed, until it can be opened.")
-                 .arg(path));
+        tellOnceShown(localizedString("The library can't be opened"),
+                      localizedString("%1 is in use by another program, may not be read, or stands on a full disk. New "
+                                      "recordings are kept as files, but not listed, until it can be opened.")
+                          .arg(path));
     }
     DataBaseManager::defaultManager().loadDataBase();
+}
+
+void MainWindowCtr::tellOnceShown(const QString &message, const QString &text) {
+    performAfterDelay(/*seconds=*/0, this, [message, text] { tell(message, text); });
 }
 
 // Recording
@@ -94,7 +96,7 @@ void MainWindowCtr::recorder() {
         return;
     isRecording_ = !isRecording_;
     if (!isRecording_) {
-        recordViewCtr_.stopRecordingFile();
+        recordViewCtr_->stopRecordingFile();
     } else {
         const auto exportType = static_cast<ExportType>(defaults().integerForKey("DefaultExportFileType"));
         const auto qualityType = static_cast<int>(defaults().integerForKey("DefaultERecordQualityType"));
@@ -111,8 +113,8 @@ void MainWindowCtr::recorder() {
             setNoRecordStatus();
             return;
         }
-        recordViewCtr_.startRecordingFile(exportType, qualityType, DeviceType::SystemAudio,
-                                          getInPutAudioDeviceIDForName(kCaptureDeviceName));
+        recordViewCtr_->startRecordingFile(exportType, qualityType, DeviceType::SystemAudio,
+                                           getInPutAudioDeviceIDForName(kCaptureDeviceName));
     }
     showRecordView();
     changeControlsState(isRecording_);
@@ -122,7 +124,7 @@ bool MainWindowCtr::hasCaptureDevice() {
     if (!isInstallAudioDeviceWithClassName(kCaptureDeviceClass)) {
         const bool isInstalled = showInstallDevice();
         if (!mainExiting_)
-            recordViewCtr_.listenAudio();
+            recordViewCtr_->listenAudio();
         return isInstalled;
     }
     // Asked with the class and not with a device's name, so that the launch always runs.
@@ -133,7 +135,7 @@ bool MainWindowCtr::hasCaptureDevice() {
     return true;
 }
 
-void MainWindowCtr::recorderCut() { recordViewCtr_.inciseRecordingFile(); }
+void MainWindowCtr::recorderCut() { recordViewCtr_->inciseRecordingFile(); }
 
 void MainWindowCtr::setNoRecordStatus() {
     isRecording_ = !isRecording_;
@@ -174,8 +176,7 @@ void MainWindowCtr::recordedSongItem(const std::shared_ptr<SongItem> &song, [[ma
         writeID3(*song);
     if (mainExiting_ || !song)
         return;
-    marrNewRecord_.prepend(song);
-    showNewRecordStatus();
+    libraryCtr_->addNewRecordingSong(song);
 }
 
 void MainWindowCtr::recordingDidFail(const QString &path, const QString &reason) {
@@ -190,27 +191,10 @@ void MainWindowCtr::recordingDidFail(const QString &path, const QString &reason)
 
 void MainWindowCtr::showRecordView() {
     window_.displayBox()->setBackgroundImage("BoxBackground");
-    recordViewCtr_.getRecordingSpectrumView()->show();
+    recordViewCtr_->getRecordingSpectrumView()->show();
 }
 
 void MainWindowCtr::displayStatus(const QString &status) { window_.lblStatus()->setStatus(status); }
-
-void MainWindowCtr::showNewRecordStatus() {
-    if (marrNewRecord_.isEmpty()) {
-        displayStatus({});
-        return;
-    }
-    qint64 length = 0;
-    qint64 size = 0;
-    for (const auto &song : marrNewRecord_) {
-        length += song->length();
-        size += song->size();
-    }
-    displayStatus(QStringLiteral("%1 %2, %3, %4")
-                      .arg(marrNewRecord_.size())
-                      .arg(localizedString(marrNewRecord_.size() == 1 ? "track" : "tracks"),
-                           ConvertTimeToString(length), ConvertSizeToString(size)));
-}
 
 void MainWindowCtr::showWindow() {
     window_.setWindowState(window_.windowState() & ~Qt::WindowMinimized);
@@ -226,9 +210,10 @@ bool MainWindowCtr::windowShouldClose() {
 
 void MainWindowCtr::mainWindowWillClose() {
     mainExiting_ = true;
-    recordViewCtr_.stopRecordingFile();
+    recordViewCtr_->stopRecordingFile();
     isRecording_ = false;
     changeControlsState(isRecording_);
     stopAudioDeviceWithClassName(kCaptureDeviceClass);
+    AudioConverter::Uninitialize();
     DataBaseManager::defaultManager().closeDataBase();
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "capture/RecordViewCtr.h"
+#include "library/LibraryCtr.h"
 #include "platform/desktop/SleepInhibitor.h"
 #include "views/window/MainWindowView.h"
 
@@ -13,9 +14,10 @@
 #include <functional>
 #include <memory>
 
-class MainWindowCtr final : public QObject, public RecordViewCtrDelegate {
+class MainWindowCtr final : public QObject, public RecordViewCtrDelegate, public LibraryCtrDelegate {
     Q_OBJECT
 public:
+    /// Opens the library, then builds the recording session and the library's lists.
     explicit MainWindowCtr(const InputUnitFactory &makeInputUnit);
     ~MainWindowCtr() override;
 
@@ -27,11 +29,12 @@ public:
     /// not be written: the next press then takes the way of a stop.
     bool isRecording() const { return isRecording_; }
 
-    /// Text for the status line; null clears it.
-    void displayStatus(const QString &status);
-    void listenAudio() { recordViewCtr_.listenAudio(); }
+    void displayStatus(const QString &status) override;
+    void listenAudio() { recordViewCtr_->listenAudio(); }
     /// Shows the window, in front of all others.
     void showWindow();
+    /// Tells the user in a dialog, in a turn of its own, so that the window stands behind it at the start.
+    void tellOnceShown(const QString &message, const QString &text);
     /// Ends recording and closes the library. The end of the process follows.
     void mainWindowWillClose();
     bool mainExiting() const { return mainExiting_; }
@@ -46,7 +49,8 @@ public:
     void recordingDidFail(const QString &path, const QString &reason) override;
 
     MainWindowView &window() { return window_; }
-    RecordViewCtr &recordViewCtr() { return recordViewCtr_; }
+    RecordViewCtr &recordViewCtr() { return *recordViewCtr_; }
+    LibraryCtr &libraryCtr() { return *libraryCtr_; }
 
 private:
     void loadLibrary();
@@ -56,15 +60,14 @@ private:
     void changeControlsState(bool isRecording);
     bool showInstallDevice();
     bool windowShouldClose();
-    void showNewRecordStatus();
 
     MainWindowView window_;
-    RecordViewCtr recordViewCtr_;
+    std::unique_ptr<RecordViewCtr> recordViewCtr_;
+    std::unique_ptr<LibraryCtr> libraryCtr_;
     SleepInhibitor sleepInhibitor_;
     QAction recorderMenuItem_;
     QAction cutMenuItem_;
     QAction quitMenuItem_;
-    QList<std::shared_ptr<SongItem>> marrNewRecord_; // the tracks of this run
     std::function<void()> terminate_ = [] {};
     bool isRecording_ = false;
     bool asksForDevice_ = false;

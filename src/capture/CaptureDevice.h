@@ -77,5 +77,11 @@ bool isInstalledTessarineAudioDevice(const QString &name);
 /// The driver of the first version stands at its place.
 bool isExistTessarineAudioDevice();
 
+/// The systems that installing once differed by, each as "this one or a newer one". Here it is the same everywhere, as
+/// on the newest of them.
+constexpr bool isOSOfLion() { return true; }
+constexpr bool isMountainLion() { return true; }
+constexpr bool isMavericksOS() { return true; }
+
 /// Those of `array` in which `key` is found, letter case included. An empty key is found in none.
 QStringList findDeviceByKeyInArray(const QString &key, const QStringList &array);

@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <functional>
 #include <gtest/gtest.h>
@@ -32,6 +33,7 @@ protected:
                 meanwhile(panel);
             return PanelAnswer{answers.isEmpty() ? 0 : answers.takeFirst(), false};
         });
+        umask(0);
         ASSERT_TRUE(CorvidiaAppDelegate::initialize());
     }
     void TearDown() override {
@@ -80,6 +82,7 @@ TEST_F(MainWindow, StartsWithTheRegisteredDefaultsAndFolders) {
     EXPECT_EQ(defaults.integerForKey("RateLaunchTimes"), 1);
     EXPECT_TRUE(QFile::exists(defaultMusicFolder()));
     EXPECT_TRUE(QFile::exists(coverImageFolder()));
+    EXPECT_FALSE(QFile::permissions(coverImageFolder()) & (QFile::WriteGroup | QFile::WriteOther));
     ASSERT_TRUE(CorvidiaAppDelegate::initialize());
     EXPECT_EQ(defaults.integerForKey("RateLaunchTimes"), 2);
     // Without room for the covers the launch goes on, and is not counted.
@@ -134,6 +137,8 @@ TEST_F(MainWindow, SetsALibraryAsideThatItCannotRead) {
     qputenv("PULSE_SERVER", "unix:/nowhere");
     launch();
     EXPECT_EQ(asked, QStringList{"A new library was begun"});
+    const QRect screen = window().window().screen()->availableGeometry();
+    EXPECT_LT((window().window().frameGeometry().center() - screen.center()).manhattanLength(), 6);
     EXPECT_EQ(libraryStateOf(defaultLibraryPath()), LibraryState::Readable);
     const QStringList kept = QDir(applicationSupportFolder()).entryList({"Library (unreadable*.db"});
     ASSERT_EQ(kept.size(), 1);

@@ -14,6 +14,8 @@
 #include <QIcon>
 #include <QMenu>
 #include <QPainter>
+#include <QScreen>
+#include <QStackedWidget>
 
 namespace {
 
@@ -65,13 +67,15 @@ MainWindowView::MainWindowView()
       displayBox_(new DisplayBox(this)),
       menuBtn_(new SketchButton({.rest = QStringLiteral("menu"), .hover = {}, .pressed = {}, .disabled = {}}, kMenuSize,
                                 localizedString("Menu"), this)),
-      recordingPage_(new RecordingPage(this)),
+      pages_(new QStackedWidget(this)),
+      recordingPage_(new RecordingPage(pages_)),
       lblStatus_(new StatusLine(this)),
       menu_(new QMenu(this)) {
     setWindowTitle(QStringLiteral("Tessarine Corvidia"));
     setWindowIcon(programIcon());
     setMinimumSize(RecordingPage::kSize + QSize(0, kToolbarHeight + StatusLine::kHeight));
     resize(minimumSize());
+    addPage(*recordingPage_);
     cutBtn_->setToolTip(localizedString("Cut to another recording"));
     Look::shared().dress(*this);
     Look::shared().dress(*menu_); // a menu is a window of its own
@@ -85,6 +89,16 @@ MainWindowView::MainWindowView()
 }
 
 MainWindowView::~MainWindowView() = default;
+
+void MainWindowView::addPage(QWidget &page) { pages_->addWidget(&page); }
+
+void MainWindowView::showPage(QWidget &page) { pages_->setCurrentWidget(&page); }
+
+void MainWindowView::center() {
+    QRect place = frameGeometry();
+    place.moveCenter(screen()->availableGeometry().center());
+    move(place.topLeft());
+}
 
 void MainWindowView::showMenu() {
     const QPoint corner = menuBtn_->mapToGlobal(menuBtn_->rect().bottomRight());
@@ -104,7 +118,7 @@ void MainWindowView::resizeEvent(QResizeEvent *) {
     displayBox_->move(kBoxLeft, (kToolbarHeight - displayBox_->height()) / 2);
     placeMiddle(*menuBtn_, width() - kMenuMiddleFromRight);
     const int pageHeight = height() - kToolbarHeight - StatusLine::kHeight;
-    recordingPage_->setGeometry(0, kToolbarHeight, width(), pageHeight);
+    pages_->setGeometry(0, kToolbarHeight, width(), pageHeight);
     lblStatus_->setGeometry(0, kToolbarHeight + pageHeight, width(), StatusLine::kHeight);
 }
 

@@ -1,4 +1,4 @@
-// The main window: toolbar, page, status line.
+// The main window: toolbar, pages, status line.
 //
 // Threads: main.
 #pragma once
@@ -8,6 +8,7 @@
 
 class DisplayBox;
 class QMenu;
+class QStackedWidget;
 class RecordingPage;
 class SketchButton;
 class StatusLine;
@@ -29,9 +30,15 @@ public:
     SketchButton *cutBtn() const { return cutBtn_; }
     DisplayBox *displayBox() const { return displayBox_; }
     RecordingPage *recordingPage() const { return recordingPage_; }
+    /// Puts a page between toolbar and status line, which own its place from then on.
+    void addPage(QWidget &page);
+    void showPage(QWidget &page);
     StatusLine *lblStatus() const { return lblStatus_; }
     /// The menu behind the button at the right; empty, so that the program fills it.
     QMenu *menu() const { return menu_; }
+
+    /// Puts the window in the middle of its screen, where the desktop lets a window choose.
+    void center();
 
     /// Asked when the user closes the window; true lets it close.
     void setShouldClose(std::function<bool()> shouldClose) { shouldClose_ = std::move(shouldClose); }
@@ -48,6 +55,7 @@ private:
     SketchButton *cutBtn_;
     DisplayBox *displayBox_;
     SketchButton *menuBtn_;
+    QStackedWidget *pages_;
     RecordingPage *recordingPage_;
     StatusLine *lblStatus_;
     QMenu *menu_;
