@@ -59,6 +59,12 @@ AtomPlace findAtomIn(const std::string &file, std::initializer_list<std::string_
     return place;
 }
 
+std::string claimingMore(std::string file, std::initializer_list<std::string_view> path, uint32_t bytes) {
+    const AtomPlace place = findAtomIn(file, path);
+    setWord(file, place.offset, static_cast<uint32_t>(place.size) + bytes);
+    return file;
+}
+
 std::string layoutOf(const std::string &file) {
     std::string layout;
     for (size_t at = 0; at + 8 <= file.size() && sizeAt(file, at) >= 8; at += sizeAt(file, at))

@@ -18,6 +18,8 @@ struct AtomPlace {
     size_t offset = std::string::npos;
     size_t size = 0;
 };
+/// The same file with `bytes` more claimed by the size of the atom down `path`.
+std::string claimingMore(std::string file, std::initializer_list<std::string_view> path, uint32_t bytes);
 /// The first atom down `path`; at npos if there is none. `meta` is taken with version and flags.
 AtomPlace findAtomIn(const std::string &file, std::initializer_list<std::string_view> path);
 /// Names of the top-level atoms, with blanks between.

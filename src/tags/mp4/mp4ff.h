@@ -78,8 +78,11 @@ int32_t mp4ff_meta_get_by_index(const mp4ff_file_record &file, uint32_t index, s
 /// Replaces the items of the file by `data`. `moov` is written over itself where it is last, else it becomes `free` and
 /// the new one goes to the end; the audio never moves. 1 on success. 0 where nothing was changed, and after a write
 /// that failed. Nothing is changed in a file whose atoms don't end with it, in one with fragments before whose data
-/// `moov` must stand, and in one whose `moov` has a 64-bit size or more than 32 MiB.
+/// `moov` must stand, in one whose `moov` has a 64-bit size or more than 32 MiB or holds an atom that passes its
+/// parent's end, and in one that would lose a track.
 uint32_t mp4ff_meta_update(mp4ff_access_record *access, const mp4ff_tag_list &data);
+/// The content of the `ilst` that an update would replace; empty if there is none.
+std::string mp4ff_read_items(mp4ff_file_record &file);
 
 /// The new content of `moov`, without its header. 1 or 0.
 uint32_t modify_moov(mp4ff_file_record &file, const mp4ff_tag_list &data, membuffer_bytes &out_buffer,

@@ -26,6 +26,20 @@ void writeNamed(membuffer &buffer, const mp4ff_tag &tag) {
         membuffer_write_std_tag(buffer, atom, tag.value);
 }
 
+// Whether the atoms in `size` bytes from `base` end within them. Less than a header may be left over, as QuickTime
+// leaves a zero word.
+bool holdsWholeAtoms(mp4ff_file_record &file, uint64_t base, uint64_t size) {
+    while (size >= 8) {
+        mp4ff_set_position(file, base);
+        const mp4ff_atom_header atom = mp4ff_atom_read_header(file);
+        if (atom.size == 0 || atom.size > size)
+            return false;
+        base += atom.size;
+        size -= atom.size;
+    }
+    return true;
+}
+
 // The atoms that this replaces or raises, found in the file.
 struct AtomAt {
     uint64_t offset = 0;
@@ -41,6 +55,30 @@ void raise(membuffer &buffer, uint64_t offset, uint32_t size) {
     uint8_t *word = membuffer_get_ptr(buffer) + offset;
     for (int shift = 24; shift >= 0; shift -= 8)
         *word++ = static_cast<uint8_t>(size >> shift);
+}
+
+// What lies behind the header of a `moov` that can be changed.
+struct MoovContent {
+    uint64_t base = 0;
+    uint32_t size = 0;
+    uint32_t found = 0; // 2 for a `udta` with `meta`, 1 for one without, 0 for none
+    AtomAt udta;
+};
+
+std::optional<MoovContent> moovContent(mp4ff_file_record &file) {
+    if (!file.moov_read || file.is_moov_header_long || file.moov_size > kMaxMoov)
+        return std::nullopt;
+    MoovContent moov{file.moov_offset + 8, static_cast<uint32_t>(file.moov_size - 8), 0, {}};
+    if (!holdsWholeAtoms(file, moov.base, moov.size))
+        return std::nullopt;
+    moov.found = find_atom_v2(file, moov.base, moov.size, "udta", 0, "meta");
+    if (moov.found == 0)
+        return moov;
+    moov.udta = atomHere(file);
+    // A 64-bit size has no word here that could be raised.
+    if (!isPlainAtom(moov.udta.offset, moov.udta.size, moov.base + moov.size))
+        return std::nullopt;
+    return moov;
 }
 
 // No `udta`: the old content and a new one behind it.
@@ -59,8 +97,13 @@ uint32_t appendUdta(mp4ff_file_record &file, uint64_t base, uint32_t size, const
 
 // A `udta` without `meta`: the old one, header and all, is nested in a new one whose size falls 8 short of what it
 // holds, and what stood behind the old one in `moov` is left out. Files written so exist; this keeps their layout.
-uint32_t nestUdta(mp4ff_file_record &file, uint64_t base, const AtomAt &udta, const mp4ff_tag_list &data,
+// Where no sound would be left without what is left out, there is no place for the items.
+uint32_t nestUdta(mp4ff_file_record &file, uint64_t base, uint32_t size, const AtomAt &udta, const mp4ff_tag_list &data,
                   membuffer_bytes &out_buffer, uint32_t &out_size) {
+    const uint64_t rest = udta.offset + udta.size;
+    for (const std::string_view name : {"trak", "mvhd", "mvex"})
+        if (find_atom(file, rest, base + size - rest, name))
+            return 0;
     membuffer_bytes meta;
     uint32_t metaSize = 0;
     if (!create_meta(data, meta, metaSize))
@@ -76,17 +119,31 @@ uint32_t nestUdta(mp4ff_file_record &file, uint64_t base, const AtomAt &udta, co
     return finish(buffer, out_buffer, out_size);
 }
 
+struct ItemList {
+    AtomAt meta, ilst;
+};
+
+// The list of items in a `udta` that holds `meta`.
+std::optional<ItemList> itemListIn(mp4ff_file_record &file, const AtomAt &udta) {
+    if (find_atom_v2(file, udta.offset + 8, udta.size - 8, "meta", 4, "ilst") != 2)
+        return std::nullopt;
+    ItemList list;
+    list.meta = atomHere(file);
+    if (!find_atom(file, list.meta.offset + 12, list.meta.size - 12, "ilst"))
+        return std::nullopt;
+    list.ilst = atomHere(file);
+    if (!isPlainAtom(list.ilst.offset, list.ilst.size, list.meta.offset + list.meta.size))
+        return std::nullopt;
+    return list;
+}
+
 // `udta`, `meta` and `ilst`: the content of `ilst` is replaced and the three sizes follow.
 uint32_t replaceIlst(mp4ff_file_record &file, uint64_t base, uint32_t size, const AtomAt &udta,
                      const mp4ff_tag_list &data, membuffer_bytes &out_buffer, uint32_t &out_size) {
-    if (find_atom_v2(file, udta.offset + 8, udta.size - 8, "meta", 4, "ilst") != 2)
+    const std::optional<ItemList> list = itemListIn(file, udta);
+    if (!list)
         return 0;
-    const AtomAt meta = atomHere(file);
-    if (!find_atom(file, meta.offset + 12, meta.size - 12, "ilst"))
-        return 0;
-    const AtomAt ilst = atomHere(file);
-    if (!isPlainAtom(ilst.offset, ilst.size, base + size))
-        return 0;
+    const auto &[meta, ilst] = *list;
 
     membuffer_bytes items;
     uint32_t itemsSize = 0;
@@ -276,19 +333,31 @@ uint32_t find_atom_v2(mp4ff_file_record &file, uint64_t base, uint64_t size, std
 
 uint32_t modify_moov(mp4ff_file_record &file, const mp4ff_tag_list &data, membuffer_bytes &out_buffer,
                      uint32_t &out_size) {
-    if (!file.moov_read || file.is_moov_header_long || file.moov_size > kMaxMoov)
+    const std::optional<MoovContent> moov = moovContent(file);
+    if (!moov)
         return 0;
-    const uint64_t base = file.moov_offset + 8;
-    const auto size = static_cast<uint32_t>(file.moov_size - 8);
-    const uint32_t found = find_atom_v2(file, base, size, "udta", 0, "meta");
+    const auto &[base, size, found, udta] = *moov;
     if (found == 0)
         return appendUdta(file, base, size, data, out_buffer, out_size);
-    const AtomAt udta = atomHere(file);
-    // A 64-bit size has no word here that could be raised.
-    if (!isPlainAtom(udta.offset, udta.size, base + size))
-        return 0;
-    return found == 1 ? nestUdta(file, base, udta, data, out_buffer, out_size)
-                      : replaceIlst(file, base, size, udta, data, out_buffer, out_size);
+    // What is not found in a torn `udta` may be there all the same.
+    if (found == 1)
+        return holdsWholeAtoms(file, udta.offset + 8, udta.size - 8)
+                   ? nestUdta(file, base, size, udta, data, out_buffer, out_size)
+                   : 0;
+    return replaceIlst(file, base, size, udta, data, out_buffer, out_size);
+}
+
+std::string mp4ff_read_items(mp4ff_file_record &file) {
+    const std::optional<MoovContent> moov = moovContent(file);
+    if (!moov || moov->found != 2)
+        return {};
+    const std::optional<ItemList> list = itemListIn(file, moov->udta);
+    if (!list)
+        return {};
+    std::string items(list->ilst.size - 8, '\0');
+    mp4ff_set_position(file, list->ilst.offset + 8);
+    items.resize(mp4ff_read_data(file, items.data(), list->ilst.size - 8));
+    return items;
 }
 
 uint32_t mp4ff_meta_update(mp4ff_access_record *access, const mp4ff_tag_list &data) {

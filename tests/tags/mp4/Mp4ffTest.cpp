@@ -161,6 +161,10 @@ TEST(Mp4Writer, LeavesTheAudioWhereItIs) {
         {"fragments", ftyp + bare + atomBytes("moof") + mdat, nullptr},
         {"64-bit moov", ftyp + mdat + longMoov, nullptr},
         {"no moov", ftyp + mdat, nullptr},
+        {"a track behind a udta without meta", ftyp + mdat + atomBytes("moov", atomBytes("udta") + trak), nullptr},
+        {"meta longer than udta", claimingMore(tagged, {"moov", "udta", "meta"}, 8) + mdat, nullptr},
+        {"ilst longer than meta", claimingMore(tagged, {"moov", "udta", "meta", "ilst"}, 8) + mdat, nullptr},
+        {"udta longer than moov", claimingMore(tagged, {"moov", "udta"}, 8) + mdat, nullptr},
     };
     for (const auto &[name, bytes, layout] : cases) {
         SCOPED_TRACE(name);
@@ -192,10 +196,10 @@ TEST(Mp4Writer, AShorterMoovLeavesTheTailOfTheOld) {
 }
 
 // The layout is odd and kept: the old `udta` nests in a new one whose size falls 8 short, and what stood behind it in
-// `moov` is gone, a track as well.
+// `moov` is gone.
 TEST(Mp4Writer, NestsAUdtaWithoutMeta) {
     const std::string udta = atomBytes("udta", atomBytes("name", "abc")), trak = atomBytes("trak", "t");
-    MemoryFile memory{atomBytes("moov", trak + udta + trak)};
+    MemoryFile memory{atomBytes("moov", trak + udta + atomBytes("iods"))};
     mp4ff_access_record access = memory.access();
     ASSERT_EQ(mp4ff_meta_update(&access, kMarks), 1U);
     const std::string meta =
@@ -206,8 +210,8 @@ TEST(Mp4Writer, NestsAUdtaWithoutMeta) {
 }
 
 TEST(Mp4Writer, ReportsAWriteThatFailed) {
-    for (const std::string &bytes : {atomBytes("mdat", "sound") + atomBytes("moov", "12345678"), // moov last and first
-                                     atomBytes("moov", "12345678") + atomBytes("mdat", "sound")}) {
+    for (const std::string &bytes : {atomBytes("mdat", "sound") + moovWithItems({}), // moov last and first
+                                     moovWithItems({}) + atomBytes("mdat", "sound")}) {
         MemoryFile memory{bytes};
         memory.isFull = true;
         mp4ff_access_record access = memory.access();
