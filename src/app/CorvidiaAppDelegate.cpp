@@ -7,6 +7,7 @@
 #include "platform/run/Log.h"
 #include "platform/run/ProcessList.h"
 #include "platform/run/UserDefaults.h"
+#include "tags/access/TagLibHelper.h"
 #include "tags/audio/AudioConverter.h"
 
 #include <QCoreApplication>
@@ -67,7 +68,9 @@ void CorvidiaAppDelegate::registerUserDefaults() {
         {"DefaultExportFileType", 0},
         {"DefaultERecordQualityType", 3},
         {"ShowWelcomeAtLaunch", true},
+        {"KeepOtherTags", true},
     });
+    TagLibHelper::setKeepsOtherTags(defaults().boolForKey("KeepOtherTags"));
 }
 
 void CorvidiaAppDelegate::createFolders() {

@@ -77,6 +77,7 @@ TEST_F(MainWindow, StartsWithTheRegisteredDefaultsAndFolders) {
     EXPECT_EQ(defaults.integerForKey("AutoFilterTimeInterval"), 5);
     EXPECT_EQ(defaults.integerForKey("SUScheduledCheckInterval"), 86400);
     EXPECT_TRUE(defaults.boolForKey("AutoSplitMusic") && defaults.boolForKey("AutoFilterMusic"));
+    EXPECT_TRUE(defaults.boolForKey("KeepOtherTags"));
     EXPECT_FALSE(defaults.contains("HadGoToRate"));
     EXPECT_EQ(defaults.integerForKey("DefualtRecordDeviceKey"), 1);
     EXPECT_EQ(defaults.integerForKey("RateLaunchTimes"), 1);

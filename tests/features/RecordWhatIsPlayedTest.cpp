@@ -1,5 +1,6 @@
 // What a listener is promised, with the real program on a real sound server.
 #include "demo/RecordedStream.h"
+#include "support/MadeAudio.h"
 #include "tags/access/GracenoteHelper.h"
 #include "tags/access/TagLibHelper.h"
 
@@ -45,6 +46,7 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
         const QString path = track["path"].toString();
         const QVariantMap tags = TagLibHelper::ID3Info(path).value_or(QVariantMap());
         EXPECT_EQ(tags["title"].toString(), track["title"].toString());
+        EXPECT_TRUE(ffprobeReads(path, track["title"].toString()));
         EXPECT_EQ(tags["artist"].toString(), "Unknown Artist");
         // An M4A gets no picture where it had none.
         EXPECT_EQ(tags["cover"].toList().size(), type == ExportType::MP3 ? 1 : 0);

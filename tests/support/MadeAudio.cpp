@@ -28,10 +28,11 @@ QString makeFile(const QString &name, const std::string &bytes) {
     return inHome(name);
 }
 
-bool ffprobeReads(const QString &path) {
+bool ffprobeReads(const QString &path, const QString &title) {
     QProcess probe;
     probe.start("ffprobe", {"-v", "error", "-show_format", path});
-    return probe.waitForFinished() && probe.exitCode() == 0 && probe.readAllStandardError().isEmpty();
+    return probe.waitForFinished() && probe.exitCode() == 0 && probe.readAllStandardError().isEmpty() &&
+           (title.isNull() || probe.readAllStandardOutput().contains(("TAG:title=" + title + "\n").toUtf8()));
 }
 
 QStringList filesInHome() { return QDir(QDir::homePath()).entryList(QDir::Files | QDir::Hidden); }

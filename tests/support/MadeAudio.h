@@ -9,7 +9,7 @@ QString inHome(const QString &name);
 QString makeTone(const QString &name, const QString &arguments = {}, double seconds = 1);
 std::string bytesOf(const QString &path);
 QString makeFile(const QString &name, const std::string &bytes);
-/// Whether ffprobe reads the file without a complaint.
-bool ffprobeReads(const QString &path);
+/// Whether ffprobe reads the file without a complaint, and `title`, if any, as its title.
+bool ffprobeReads(const QString &path, const QString &title = {});
 /// Names in the folder of the home that holds the test's files, hidden ones too.
 QStringList filesInHome();

@@ -10,6 +10,8 @@ namespace {
 constexpr int kMaxDepth = 24;
 // A day in fragments of four seconds.
 constexpr int kMaxAtoms = 150'000;
+// The `moov` of some days of audio.
+constexpr uint64_t kMaxCutMoov = 64U << 20;
 
 uint32_t word(const uint8_t *bytes) {
     return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
@@ -24,25 +26,34 @@ public:
     Mp4Look look() {
         uint64_t end = 0;
         while (isWithinBounds_ && position_ + 8 <= size_) {
-            if (!atom(0, /*isInTrack=*/false)) {
+            if (!atom({.end = size_, .isOnWay = true})) {
                 // Behind `moov` it can be hidden.
                 isWithinBounds_ = isWithinBounds_ && hasMoov_;
                 break;
             }
             end = position_;
         }
-        Mp4Look result;
-        result.isReadable = isWithinBounds_;
-        // 32-bit offsets could pass 4 GiB when a growing `moov` pushes the audio on.
-        result.isWritable = isWithinBounds_ && areOffsetsSound_ && (!hasShortOffsets_ || size_ < 0xf0000000);
-        result.tail = hasMoov_ ? static_cast<long>(size_ - std::min(end, size_)) : 0;
-        return result;
+        result_.isReadable = isWithinBounds_;
+        // 32-bit offsets could pass 4 GiB when a growing `moov` pushes the audio on. Of two `moov` the marks and TagLib
+        // take different ones.
+        result_.isWritable = isWithinBounds_ && areNested_ && areOffsetsSound_ &&
+                             (!hasShortOffsets_ || size_ < 0xf0000000) && !hasTwoMoov_;
+        result_.tail = hasMoov_ ? static_cast<long>(size_ - std::min(end, size_)) : 0;
+        return result_;
     }
 
 private:
+    struct Parent {
+        uint64_t end = 0;
+        uint64_t metaEnd = 0; // where `meta` may end, if not at the parent's end
+        int depth = 0;        // of its children
+        bool isInTrack = false;
+        bool isOnWay = false; // to the item list
+    };
+
     // Passes one atom with all it holds; false where there is no whole one.
-    bool atom(int depth, bool isInTrack) {
-        isWithinBounds_ = isWithinBounds_ && ++atoms_ <= kMaxAtoms && depth <= kMaxDepth;
+    bool atom(const Parent &parent) {
+        isWithinBounds_ = isWithinBounds_ && ++atoms_ <= kMaxAtoms && parent.depth <= kMaxDepth;
         const uint64_t start = position_;
         uint8_t header[16];
         if (!isWithinBounds_ || stream_.readAt(start, header, 8) != 8)
@@ -56,25 +67,54 @@ private:
         } else if (length == 0) {
             length = size_ - start;
         }
-        if (length < 8 || length > size_ - start)
-            return false;
         const std::string_view name(reinterpret_cast<const char *>(header) + 4, 4);
-        hasMoov_ |= depth == 0 && name == "moov";
-        checkOffsets(name, start, length, isInTrack);
+        const bool isMoov = parent.depth == 0 && name == "moov";
+        if (length < 8 || length > size_ - start) {
+            if (isMoov && !hasMoov_ && length <= kMaxCutMoov)
+                result_.missing = static_cast<long>(length - std::min(length, size_ - start));
+            return false;
+        }
+        const uint64_t end = start + length;
+        hasTwoMoov_ |= isMoov && hasMoov_;
+        hasMoov_ |= isMoov;
+        areNested_ &= end <= parent.end || (name == "meta" && end == parent.metaEnd);
+        checkOffsets(name, start, length, parent.isInTrack);
+        const bool isOnWay = parent.isOnWay && isFirstOnWay(name, start, length, parent.depth);
 
         const std::optional<uint64_t> content = contentOf(name, start + headerSize);
         if (!content) {
-            position_ = start + length;
+            position_ = end;
             return true;
         }
         position_ = *content;
-        isInTrack |= depth == 1 && name == "trak";
-        while (position_ < start + length)
-            if (!atom(depth + 1, isInTrack)) {
+        const Parent self{.end = end,
+                          // The size of a `udta` in which an older one was nested falls 8 short.
+                          .metaEnd = parent.depth == 1 && name == "udta" && end + 8 == parent.end ? parent.end : end,
+                          .depth = parent.depth + 1,
+                          .isInTrack = parent.isInTrack || (parent.depth == 1 && name == "trak"),
+                          .isOnWay = isOnWay};
+        while (position_ < end)
+            if (!atom(self)) {
                 // TagLib would go into an atom that claims more than the file holds, and rewrite what is not there.
                 isWithinBounds_ = false;
                 break;
             }
+        return true;
+    }
+
+    // Notes the item list and what stands beside it, and tells whether the atom is the first of its name on the way.
+    bool isFirstOnWay(std::string_view name, uint64_t start, uint64_t length, int depth) {
+        static constexpr std::string_view way[] = {"moov", "udta", "meta", "ilst"};
+        if (depth == 3 && name == "hdlr")
+            result_.hasHandler |= result_.listSize == 0;
+        if (depth == 3 && name == "free" && result_.listSize > 0 && start == result_.list + result_.room)
+            result_.room += length;
+        if (depth >= static_cast<int>(std::size(way)) || depth != passed_ || name != way[depth])
+            return false;
+        if (++passed_ == static_cast<int>(std::size(way))) {
+            result_.list = start;
+            result_.listSize = result_.room = length;
+        }
         return true;
     }
 
@@ -116,10 +156,14 @@ private:
     uint64_t size_;
     uint64_t position_ = 0;
     int atoms_ = 0;
+    int passed_ = 0; // names on the way to the item list
     bool isWithinBounds_ = true;
+    bool areNested_ = true;
     bool areOffsetsSound_ = true;
     bool hasShortOffsets_ = false;
     bool hasMoov_ = false;
+    bool hasTwoMoov_ = false;
+    Mp4Look result_;
 };
 
 // Bytes of the MPEG audio frame with this header, 0 for none. A free-format frame does not tell its length.

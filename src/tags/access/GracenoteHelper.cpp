@@ -47,13 +47,16 @@ mp4ff_access_record accessTo(const CFile &file) {
     return {mp4ff_read, mp4ff_write, mp4ff_seek, mp4ff_truncate, file.get()};
 }
 
-bool hasMarks(const CFile &file) {
-    mp4ff_access_record access = accessTo(file);
-    const mp4ff_file record = mp4ff_open_read_metaonly(&access);
+const mp4ff_tag_list &m4aMarks() {
+    static const mp4ff_tag_list marks = {{"gnid", kIdentifier}, {"gnxd", kExtendedData}};
+    return marks;
+}
+
+bool hasMarks(const mp4ff_file_record &record) {
     bool isMarked = false;
     std::optional<std::string> name, value;
-    for (int32_t i = 0; i < mp4ff_meta_get_num_items(*record); ++i)
-        if (mp4ff_meta_get_by_index(*record, static_cast<uint32_t>(i), name, value))
+    for (int32_t i = 0; i < mp4ff_meta_get_num_items(record); ++i)
+        if (mp4ff_meta_get_by_index(record, static_cast<uint32_t>(i), name, value))
             isMarked |= name == "gnid" || name == "gnxd";
     return isMarked;
 }
@@ -106,23 +109,37 @@ bool GracenoteHelper::hasGracenoteInfo(const QString &path) {
     if (!isRegular(path))
         return false;
     const CFile file(std::fopen(QFile::encodeName(path).constData(), "rbe"));
-    return file && hasMarks(file);
+    if (!file)
+        return false;
+    mp4ff_access_record access = accessTo(file);
+    return hasMarks(*mp4ff_open_read_metaonly(&access));
 }
 
-bool GracenoteHelper::addM4AMarks(int descriptor) {
+std::optional<GracenoteHelper::M4AMarks> GracenoteHelper::addM4AMarks(int descriptor) {
     const int own = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
     const CFile file(own < 0 ? nullptr : ::fdopen(own, "rb+"));
     if (!file) {
         if (own >= 0)
             ::close(own);
-        return false;
+        return std::nullopt;
     }
-    if (hasMarks(file))
-        return true;
     mp4ff_access_record access = accessTo(file);
+    const mp4ff_file record = mp4ff_open_read_metaonly(&access);
+    if (hasMarks(*record))
+        return M4AMarks{true, {}};
+    std::string replaced = mp4ff_read_items(*record);
     // Where the items find no place the file is left as it is, and that is no failure.
-    mp4ff_meta_update(&access, {{"gnid", kIdentifier}, {"gnxd", kExtendedData}});
-    return std::fflush(file.get()) == 0 && !std::ferror(file.get());
+    const bool arePlaced = mp4ff_meta_update(&access, m4aMarks()) == 1;
+    if (std::fflush(file.get()) != 0 || std::ferror(file.get()))
+        return std::nullopt;
+    return M4AMarks{arePlaced, arePlaced ? std::move(replaced) : std::string()};
+}
+
+std::string GracenoteHelper::itemsOfM4AMarks() {
+    membuffer_bytes bytes;
+    uint32_t size = 0;
+    return create_ilst(m4aMarks(), bytes, size) == 1 ? std::string(reinterpret_cast<const char *>(bytes.get()), size)
+                                                     : std::string();
 }
 
 bool GracenoteHelper::setM4AGracenoteInfo(const QString &path) {
@@ -131,6 +148,9 @@ bool GracenoteHelper::setM4AGracenoteInfo(const QString &path) {
     SafeFileChange change(path);
     if (!change.isOpen())
         return false;
-    // A file that has its marks is not made anew.
-    return hasGracenoteInfo(path) || (addM4AMarks(change.descriptor()) && change.commit());
+    // A file that has its marks, or no place for them, is not made anew.
+    if (hasGracenoteInfo(path))
+        return true;
+    const std::optional<M4AMarks> marks = addM4AMarks(change.descriptor());
+    return marks && (!marks->arePlaced || change.commit());
 }

@@ -7,6 +7,8 @@
 #pragma once
 
 #include <QString>
+#include <optional>
+#include <string>
 
 class TagStream;
 
@@ -26,5 +28,14 @@ public:
     // The same on an open file that nobody else sees: the marks are part of a larger change.
 
     static bool addMP3Marks(TagStream &stream);
-    static bool addM4AMarks(int descriptor);
+
+    /// What became of the marks of an M4A.
+    struct M4AMarks {
+        bool arePlaced = false; ///< the file has them; false where they found no place
+        std::string replaced;   ///< the items whose place they took, as the content of an `ilst`
+    };
+    /// Nothing if the write failed.
+    static std::optional<M4AMarks> addM4AMarks(int descriptor);
+    /// The two items, as the content of an `ilst`.
+    static std::string itemsOfM4AMarks();
 };

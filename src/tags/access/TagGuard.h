@@ -14,8 +14,15 @@
 /// What TagLib would meet in an MP4 file.
 struct Mp4Look {
     bool isReadable = false; ///< nesting and number of atoms are within bounds
-    bool isWritable = false; ///< and offsets can be moved without harm
+    bool isWritable = false; ///< each atom ends within its parent too, and offsets can be moved without harm
     long tail = 0;           ///< bytes behind the last whole top-level atom of a file with a `moov`
+    long missing = 0;        ///< bytes that a `moov` cut short by the end of the file lacks
+
+    // The item list that TagLib takes: of each name on the way to `ilst` the first.
+    uint64_t list = 0;       ///< where it starts
+    uint64_t listSize = 0;   ///< header included; 0 if there is none
+    uint64_t room = 0;       ///< that size and the free space right behind it
+    bool hasHandler = false; ///< `hdlr` stands before it
 };
 Mp4Look lookAtMp4(TagStream &stream);
 

@@ -39,14 +39,18 @@ void OpenedMP3::save() {
 OpenedM4A::OpenedM4A(TagStream &stream, bool isForWriting) {
     if (!stream.isOpen())
         return;
-    Mp4Look look = lookAtMp4(stream);
-    if (look.tail > 0) {
+    look_ = lookAtMp4(stream);
+    if (look_.tail > 0) {
         // TagLib refuses a file that has anything but atoms behind its last one, as it has where `moov` once was
         // longer.
-        stream.hideTail(look.tail);
-        look = lookAtMp4(stream);
+        stream.hideTail(look_.tail);
+        look_ = lookAtMp4(stream);
+    } else if (look_.missing > 0 && !isForWriting) {
+        // Of a `moov` cut short by the end of the file, what is there can be read.
+        stream.pretendZeros(look_.missing);
+        look_ = lookAtMp4(stream);
     }
-    if (look.tail > 0 || !look.isReadable || (isForWriting && !look.isWritable))
+    if (look_.tail > 0 || !look_.isReadable || (isForWriting && !look_.isWritable))
         return;
     file_.emplace(&stream, /*readProperties=*/true, kStyle);
     if (!file_->isOpen() || !file_->isValid() || !file_->tag() || stream.hasRefused())

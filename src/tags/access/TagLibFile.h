@@ -41,7 +41,9 @@ public:
 
     /// Null for what could not be opened or would hurt its reader or writer.
     TagLib::MP4::File *file() { return file_ ? &*file_ : nullptr; }
+    const Mp4Look &look() const { return look_; }
 
 private:
+    Mp4Look look_;
     std::optional<TagLib::MP4::File> file_;
 };

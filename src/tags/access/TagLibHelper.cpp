@@ -4,15 +4,22 @@
 #include "platform/run/Log.h"
 #include "tags/access/CoverImages.h"
 #include "tags/access/GracenoteHelper.h"
+#include "tags/access/M4AItems.h"
 #include "tags/access/TagLibFile.h"
 #include "tags/audio/AudioConverter.h"
 #include "tags/audio/AudioFileHelper.h"
 
+#include <algorithm>
+#include <atomic>
 #include <limits>
+#include <numeric>
 #include <taglib/attachedpictureframe.h>
 #include <taglib/mp4coverart.h>
 
 namespace {
+// The settings belong to the main thread, and tags are written on any; alone in what it says, hence relaxed.
+std::atomic<bool> keepsOtherTags = true;
+
 QString textOf(const TagLib::String &text) { return QString::fromUtf8(text.toCString(/*unicode=*/true)); }
 
 QVariantMap textsOf(const TagLib::Tag &tag) {
@@ -78,8 +85,7 @@ void writeCovers(TagLib::MP4::Tag &tag, const QVariant &cover) {
     tag.setItem("covr", TagLib::MP4::Item(list));
 }
 
-// Both answer false, with nothing written, for a file that can't be opened.
-
+// Answers false, with nothing written, for a file that can't be opened.
 bool writeMP3Tags(TagStream &stream, const QVariantMap &info) {
     OpenedMP3 opened(stream);
     if (!opened.file())
@@ -92,15 +98,77 @@ bool writeMP3Tags(TagStream &stream, const QVariantMap &info) {
     return true;
 }
 
-bool writeM4ATags(TagStream &stream, const QVariantMap &info) {
-    OpenedM4A opened(stream, /*isForWriting=*/true);
-    if (!opened.file())
+// Whether a write of `info` decides about the items of this name.
+bool isGiven(const QVariantMap &info, std::string_view itemName) {
+    static constexpr std::pair<std::string_view, const char *> keys[] = {
+        {"\251nam", "title"}, {"\251ART", "artist"}, {"\251alb", "album"},   {"\251day", "year"},
+        {"\251gen", "genre"}, {"gnre", "genre"},     {"\251cmt", "comment"}, {"covr", "cover"}};
+    return std::any_of(std::begin(keys), std::end(keys), [&](const auto &entry) {
+        return entry.first == itemName && info.contains(entry.second) &&
+               (itemName != "\251day" || intValue(info["year"]) > 0);
+    });
+}
+
+// Adds those of `items` that `info` says nothing about; false if there are no items to choose from.
+bool addNotGiven(M4AItems &kept, const std::optional<M4AItems> &items, const QVariantMap &info) {
+    if (!items)
         return false;
-    writeTexts(*opened.file()->tag(), info);
-    if (info.contains("cover"))
-        writeCovers(*opened.file()->tag(), info["cover"]);
-    opened.file()->save(); // the stream tells whether that failed
+    std::copy_if(items->begin(), items->end(), std::back_inserter(kept),
+                 [&](const std::string &item) { return !isGiven(info, nameOfM4AItem(item)); });
     return true;
+}
+
+// Leaves TagLib what is given, and one item that makes room for what is kept.
+void keepRoom(TagLib::MP4::Tag &tag, const M4AItems &kept, const QVariantMap &info) {
+    const size_t size = std::accumulate(kept.begin(), kept.end(), kM4AListSpare,
+                                        [](size_t sum, const std::string &item) { return sum + item.size(); });
+    const TagLib::MP4::ItemMap items = tag.itemMap();
+    for (const auto &entry : items)
+        if (!isGiven(info, entry.first.to8Bit()))
+            tag.removeItem(entry.first);
+    TagLib::ByteVectorList zeros;
+    zeros.append(TagLib::ByteVector(static_cast<unsigned>(size), '\0'));
+    tag.setItem("----:com.tessarine:room", TagLib::MP4::Item(zeros));
+}
+
+// What the file keeps beside what is given; nothing where that can't be told.
+std::optional<M4AItems> keptItems(TagStream &stream, const Mp4Look &look, const GracenoteHelper::M4AMarks &marks,
+                                  const QVariantMap &info) {
+    M4AItems kept;
+    bool isWhole = addNotGiven(kept, readM4AItems(stream, look), info);
+    if (keepsOtherTags.load(std::memory_order_relaxed))
+        isWhole = isWhole && addNotGiven(kept, splitM4AItems(marks.replaced), info);
+    // Marks that found no place of their own go into the list that TagLib has or makes: without them the next write
+    // would be the first contact, and take for old what this one writes.
+    if (!marks.arePlaced)
+        isWhole = isWhole && addNotGiven(kept, splitM4AItems(GracenoteHelper::itemsOfM4AMarks()), info);
+    return isWhole ? std::optional(std::move(kept)) : std::nullopt;
+}
+
+// Marks and tags in one; false where the file must be left as it was.
+bool writeM4A(int copy, const QVariantMap &info) {
+    const std::optional<GracenoteHelper::M4AMarks> marks = GracenoteHelper::addM4AMarks(copy);
+    if (!marks)
+        return false;
+    TagStream stream(copy);
+    std::optional<M4AItems> kept;
+    {
+        OpenedM4A opened(stream, /*isForWriting=*/true);
+        if (!opened.file() || !(kept = keptItems(stream, opened.look(), *marks, info)))
+            return false;
+        writeTexts(*opened.file()->tag(), info);
+        if (info.contains("cover"))
+            writeCovers(*opened.file()->tag(), info["cover"]);
+        keepRoom(*opened.file()->tag(), *kept, info);
+        opened.file()->save(); // the stream tells whether that failed
+    }
+    const Mp4Look look = lookAtMp4(stream);
+    std::optional<M4AItems> items = readM4AItems(stream, look);
+    if (stream.hasFailed() || !items)
+        return false;
+    std::erase_if(*items, [&](const std::string &item) { return !isGiven(info, nameOfM4AItem(item)); });
+    items->insert(items->end(), kept->begin(), kept->end());
+    return writeM4AItems(stream, look, *items);
 }
 
 enum class Written {
@@ -202,12 +270,11 @@ bool TagLibHelper::setMP3ID3Info(const QString &path, const std::optional<QVaria
 bool TagLibHelper::setM4AID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
     if (path.isNull() || !ID3Info)
         return false;
-    const Written written = writeAtOnce(path, GracenoteHelper::addM4AMarks,
-                                        [&](TagStream &stream) { return writeM4ATags(stream, *ID3Info); });
-    if (written == Written::Spoilt)
-        GracenoteHelper::setM4AGracenoteInfo(path); // the same
-    return written == Written::Yes;
+    SafeFileChange change(path);
+    return change.isOpen() && writeM4A(change.descriptor(), *ID3Info) && change.commit();
 }
+
+void TagLibHelper::setKeepsOtherTags(bool isKeeping) { keepsOtherTags.store(isKeeping, std::memory_order_relaxed); }
 
 bool TagLibHelper::setMP3GracenoteInfo(const QString &path) { return GracenoteHelper::setMP3GracenoteInfo(path); }
 

@@ -18,9 +18,15 @@ public:
     static std::optional<QVariantMap> ID3Info(const QString &path);
 
     /// Writes the keys that are there; the others stay as they are in the file. A year is written if above 0. "cover"
-    /// replaces all pictures, each made anew as JPEG; an M4A gets pictures only if it has some. False for any other
-    /// format, where the marks can't be written, and where the tags can't; in the last case the file has got the marks.
+    /// replaces all pictures, each made anew as JPEG; an M4A gets pictures only if it has some and its marks: the write
+    /// that marks it takes the old ones away. False for any other format, where the marks can't be written, and where
+    /// the tags can't; in the last case an MP3 has got the marks, and an M4A is as it was.
     static bool setID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info);
+
+    /// Whether the write that marks an M4A puts back the items that the marks replaced and `ID3Info` does not give:
+    /// lyrics, numbers, the gapless data and whatever else there was. True at the start of the program; without it
+    /// they are lost. Any thread, for the writes that begin later.
+    static void setKeepsOtherTags(bool isKeeping);
 
     // The two routes, for a file whose format is known.
 

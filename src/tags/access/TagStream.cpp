@@ -54,6 +54,16 @@ void TagStream::findSize() {
 
 size_t TagStream::readAt(uint64_t position, void *bytes, size_t size) {
     auto *target = static_cast<char *>(bytes);
+    const size_t got = readFile(position, target, size);
+    const auto end = static_cast<uint64_t>(length());
+    if (hiddenTail_ >= 0 || position >= end)
+        return got;
+    const size_t wanted = static_cast<size_t>(std::min<uint64_t>(size, end - position));
+    std::fill(target + std::min(got, wanted), target + wanted, '\0');
+    return std::max(got, wanted);
+}
+
+size_t TagStream::readFile(uint64_t position, char *target, size_t size) {
     if (size == 0)
         return 0;
     if (size > window_.size())

@@ -35,6 +35,8 @@ public:
     /// Up to `size` bytes from `position`, without moving the stream; the number read.
     size_t readAt(uint64_t position, void *bytes, size_t size);
 
+    /// Adds zeros behind the end of a file that is only read.
+    void pretendZeros(long bytes) { hiddenTail_ = -bytes; }
     /// Hides the last `bytes` of the file. What is inserted before them moves them along.
     void hideTail(long bytes) { hiddenTail_ = bytes; }
 
@@ -52,6 +54,7 @@ public:
 
 private:
     void findSize();
+    size_t readFile(uint64_t position, char *bytes, size_t size);
     bool writeAt(long position, const char *bytes, size_t size);
     bool move(long from, long to);
     void setSize(long size);
@@ -62,8 +65,8 @@ private:
     bool hasRefused_ = false;
     unsigned readsLeft_ = 2'000'000;
     long position_ = 0;
-    long size_ = 0; // of the file, hidden tail included
-    long hiddenTail_ = 0;
+    long size_ = 0;       // of the file, hidden tail included
+    long hiddenTail_ = 0; // less than 0 for zeros that are not there
 
     // The bytes last read, since TagLib asks for a few at a time.
     std::array<char, 8192> window_;
