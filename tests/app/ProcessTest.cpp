@@ -92,5 +92,5 @@ TEST(Process, RunsOnASessionBusAndEndsInOrderOnASignal) {
     ASSERT_TRUE(waitUntil([&] { return catchesTermination(*alone); }));
     alone->terminate();
     EXPECT_TRUE(alone->waitForFinished(20'000));
-    EXPECT_EQ(alone->exitCode(), 0);
+    EXPECT_EQ(alone->exitCode(), 0) << alone->readAllStandardError().constData();
 }
