@@ -26,3 +26,15 @@ int openAvInput(AvInput &input, const QString &path, const AVInputFormat *format
 
 /// Creates an M4A file at `path` that names no program in its tags. 0 or FFmpeg's error.
 int openAvOutput(AvOutput &output, const QString &path);
+
+/// From now on no single piece of memory that libav asks for may be larger than what an honest file of a day needs.
+void limitAvAllocations();
+
+/// While one lives, the limit is lifted: for files of our own, which may be longer.
+class AvRoom {
+public:
+    AvRoom();
+    ~AvRoom();
+    AvRoom(const AvRoom &) = delete;
+    AvRoom &operator=(const AvRoom &) = delete;
+};

@@ -32,14 +32,18 @@ struct FCMediaFile {
     int64_t framesSinceFlush = 0;
     int error = 0;
 
+    void fail(int code) {
+        if (error == 0)
+            error = code;
+    }
     void write(size_t bytes) {
         if (error == 0 && std::fwrite(encoded.data(), 1, bytes, file.get()) != bytes)
-            error = errno;
+            fail(errno);
     }
     void flush() {
         framesSinceFlush = 0;
         if (error == 0 && std::fflush(file.get()) != 0)
-            error = errno;
+            fail(errno);
     }
 };
 
@@ -75,12 +79,10 @@ int FCWriteAudioData(FCHandle file, const FCFrameRecord &frame) {
     file->framesSinceFlush += frames;
     if (file->framesSinceFlush >= kFramesPerFlush)
         file->flush();
-    return file->error;
+    return file->error != 0 ? file->error : encoded < 0 ? kFCFrameRefused : 0;
 }
 
-int FCMediaFileError(FCHandle file) { return file->error; }
-
-void FCCloseMediaFile(FCHandle file) {
+int FCCloseMediaFile(FCHandle file) {
     const std::unique_ptr<FCMediaFile> media(file);
     const int last = lame_encode_flush(media->lame.get(), media->encoded.data(), static_cast<int>(kEncodedRoom));
     if (last > 0)
@@ -88,6 +90,13 @@ void FCCloseMediaFile(FCHandle file) {
     media->flush();
     // The first frame of the file was left for the info frame, which is known only now.
     const size_t infoFrame = lame_get_lametag_frame(media->lame.get(), media->encoded.data(), kEncodedRoom);
-    if (infoFrame > 0 && infoFrame <= kEncodedRoom && std::fseek(media->file.get(), 0, SEEK_SET) == 0)
-        media->write(infoFrame);
+    if (infoFrame > 0 && infoFrame <= kEncodedRoom) {
+        if (std::fseek(media->file.get(), 0, SEEK_SET) == 0)
+            media->write(infoFrame);
+        else
+            media->fail(errno);
+    }
+    if (std::fclose(media->file.release()) != 0)
+        media->fail(errno);
+    return media->error;
 }

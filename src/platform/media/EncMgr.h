@@ -28,12 +28,13 @@ using FCHandle = FCMediaFile *;
 /// refuses the record.
 FCHandle FCCreateMediaFile(const std::u32string &path, const FCFileRecord &fileRecord);
 
+/// The encoder would not take a block, and the file goes on without it.
+inline constexpr int kFCFrameRefused = -1;
+
 /// Encodes one block. What has been encoded reaches the file about once a second, so that little is lost with the
-/// process. 0 on success, else the system's error number; after a failure the file takes nothing more.
+/// process. 0 on success, kFCFrameRefused, or the system's error number; after the latter the file takes nothing more.
 int FCWriteAudioData(FCHandle file, const FCFrameRecord &frame);
 
-/// The first error that writing met, as a system error number; 0 when there was none.
-int FCMediaFileError(FCHandle file);
-
-/// Finishes the file with its info frame, which carries the exact length, and frees the handle.
-void FCCloseMediaFile(FCHandle file);
+/// Finishes the file with its info frame, which carries the exact length, and frees the handle. The first error that
+/// writing has met since the file was made, as a system error number; 0 when there was none.
+int FCCloseMediaFile(FCHandle file);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <pthread.h>
 #include <thread>
 
@@ -28,6 +29,7 @@ public:
     Outcome finish();
 
     void take(const float *left, const float *right) noexcept;
+    bool waitForRoom(int patience);
     bool hasFailed() const noexcept { return error_.load(std::memory_order_relaxed) < 0; }
     QString failure() const { return hasFailed() ? avErrorText(error_.load(std::memory_order_relaxed)) : QString(); }
 
@@ -36,6 +38,8 @@ private:
     void encodeQueued();
     void encode();
     void send(const AVFrame *frame);
+    void write();
+    void refuse() noexcept { refusedBlocks_ += encoder_->frame_size / static_cast<int>(kBlockFrames); }
     void flushFragment();
     void fail(int error) noexcept;
 
@@ -47,6 +51,7 @@ private:
     AvPacket packet_;
     int64_t encodedFrames_ = 0;
     int64_t fragmentStart_ = 0;
+    int64_t refusedBlocks_ = 0; // writer
 
     SpscQueue<SoundBlock, kQueueBlocks> queue_;
     std::atomic<int64_t> lostBlocks_ = 0; // audio thread
@@ -114,6 +119,16 @@ void ExtAudioFile::Writer::take(const float *left, const float *right) noexcept 
         wake_.post();
 }
 
+bool ExtAudioFile::Writer::waitForRoom(int patience) {
+    for (int idle = 0; queue_.size() == kQueueBlocks; ++idle) {
+        if (idle == patience)
+            return false;
+        wake_.post();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
 void ExtAudioFile::Writer::run() {
     while (!ends_.load(std::memory_order_acquire)) {
         wake_.waitAtMost(kWriterSleepMilliseconds);
@@ -147,22 +162,29 @@ void ExtAudioFile::Writer::encode() {
         flushFragment();
 }
 
+// What the encoder refuses, samples near the end of the numbers for one, is left out: the sound around it is good.
 void ExtAudioFile::Writer::send(const AVFrame *frame) {
-    if (const int error = avcodec_send_frame(encoder_.get(), frame); error < 0)
-        return fail(error);
+    if (avcodec_send_frame(encoder_.get(), frame) < 0)
+        return refuse();
     for (;;) {
         const int received = avcodec_receive_packet(encoder_.get(), packet_.get());
         if (received == AVERROR(EAGAIN) || received == AVERROR_EOF)
             return;
         if (received < 0)
-            return fail(received);
-        packet_->stream_index = 0;
-        av_packet_rescale_ts(packet_.get(), encoder_->time_base, container_->streams[0]->time_base);
-        const int written = av_write_frame(container_.get(), packet_.get());
-        av_packet_unref(packet_.get());
-        if (written < 0)
-            return fail(written);
+            return refuse();
+        write();
+        if (hasFailed())
+            return;
     }
+}
+
+void ExtAudioFile::Writer::write() {
+    packet_->stream_index = 0;
+    av_packet_rescale_ts(packet_.get(), encoder_->time_base, container_->streams[0]->time_base);
+    const int written = av_write_frame(container_.get(), packet_.get());
+    av_packet_unref(packet_.get());
+    if (written < 0)
+        fail(written);
 }
 
 void ExtAudioFile::Writer::flushFragment() {
@@ -196,7 +218,7 @@ ExtAudioFile::Outcome ExtAudioFile::Writer::finish() {
     }
     container_.reset();
 
-    Outcome outcome{lostBlocks_.load(std::memory_order_relaxed), failure()};
+    Outcome outcome{lostBlocks_.load(std::memory_order_relaxed) + refusedBlocks_, failure()};
     if (encodedFrames_ == 0)
         return outcome; // nothing but a header; there is no sound to make plain
     const QString error = makePlainM4a(path_, hasFailed() ? -1 : encodedFrames_);
@@ -225,6 +247,7 @@ ExtAudioFile::~ExtAudioFile() {
 }
 
 void ExtAudioFile::writeAsync(const float *left, const float *right) noexcept { writer_->take(left, right); }
+bool ExtAudioFile::waitForRoom(int patience) { return writer_->waitForRoom(patience); }
 bool ExtAudioFile::hasFailed() const noexcept { return writer_->hasFailed(); }
 QString ExtAudioFile::failure() const { return writer_->failure(); }
 

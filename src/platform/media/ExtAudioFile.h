@@ -16,8 +16,9 @@ class ExtAudioFile {
 public:
     /// How a file ended.
     struct Outcome {
-        int64_t lostBlocks = 0; ///< blocks that found the queue full, because the disk stood still for seconds
-        QString error;          ///< the system's text of the first failure, null when there was none
+        int64_t lostBlocks =
+            0;         ///< that found the queue full, because the disk stood still, or were refused to be encoded
+        QString error; ///< the system's text of the first failure, null when there was none
     };
 
     /// Creates the file at `path`, over any older file, for `bitRate` bits per second. Null on failure, `error` then
@@ -32,6 +33,10 @@ public:
     /// Audio thread. Queues a block of kBlockFrames samples of each channel; never waits and never allocates. A block
     /// that finds the queue full is lost and counted.
     void writeAsync(const float *left, const float *right) noexcept;
+
+    /// Waits until the queue has room, as long as the writer takes something every `patience` milliseconds; false when
+    /// it does not. While nobody else calls writeAsync().
+    bool waitForRoom(int patience);
 
     /// True once writing has failed; the file takes nothing more and should be disposed.
     bool hasFailed() const noexcept;

@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <cstdio>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -67,11 +68,23 @@ int writePlain(const QString &source, const QString &target, int64_t frames) {
     avio_flush(to->pb);
     return std::min(to->pb->error, 0);
 }
+
+/// The bytes of `path` reach the disk; 0 or libav's error.
+int sync(const QString &path) {
+    const int file = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const int error = file < 0 || fsync(file) != 0 ? AVERROR(errno) : 0;
+    if (file >= 0)
+        close(file);
+    return error;
+}
 } // namespace
 
 QString makePlainM4a(const QString &path, int64_t frames) {
+    const AvRoom room; // the sample table of a day is larger than what strangers' files may ask for
     const QString plain = path + ".part";
-    if (const int error = writePlain(path, plain, frames); error < 0) {
+    // The name goes to the new file only when a power cut can no longer empty it.
+    const int written = writePlain(path, plain, frames);
+    if (const int error = written < 0 ? written : sync(plain); error < 0) {
         QFile::remove(plain);
         return avErrorText(error);
     }

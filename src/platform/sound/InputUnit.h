@@ -12,7 +12,7 @@
 struct InputSlice {
     uint64_t hostTime = 0;        ///< time of the first frame, nanoseconds of the monotonic clock
     uint32_t frames = 0;          ///< kBlockFrames, unless the device misbehaves
-    const float *left = nullptr;  ///< `frames` samples
+    const float *left = nullptr;  ///< `frames` samples, all of them finite
     const float *right = nullptr; ///< `frames` samples; equal to `left` where the device has one channel
     Status status = 0;            ///< not 0 when the samples could not be fetched
 };

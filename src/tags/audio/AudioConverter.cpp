@@ -1,5 +1,6 @@
 #include "tags/audio/AudioConverter.h"
 
+#include "platform/media/AvFile.h"
 #include "tags/audio/AudioLength.h"
 #include "tags/audio/AudioSource.h"
 #include "tags/audio/MpegAudioInfo.h"
@@ -62,8 +63,7 @@ const char *kindOf(const AudioSource &source, const QString &path) {
 
 void AudioConverter::Initialize(const QString & /*executableFolder*/) {
     av_log_set_level(AV_LOG_QUIET);
-    // Counts that lie made libavformat ask for 1.7 GB. The sample table of a day of sound takes 90 MB.
-    av_max_alloc(192UL << 20);
+    limitAvAllocations();
     isInitialized = true;
 }
 
