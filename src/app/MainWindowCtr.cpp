@@ -187,6 +187,18 @@ void MainWindowCtr::recordingDidFail(const QString &path, const QString &reason)
              .arg(QFileInfo(path).fileName(), reason));
 }
 
+void MainWindowCtr::recordedFileDidFail(const QString &path, const QString &reason) {
+    tell(localizedString("A recording could not be finished"),
+         localizedString("%1 can't be written: %2\n\nWhat was recorded before is kept.")
+             .arg(QFileInfo(path).fileName(), reason));
+}
+
+void MainWindowCtr::recordingDidLoseSound(const QString &path, float seconds) {
+    tell(localizedString("Sound is missing in a recording"),
+         localizedString("%1 lacks %2 seconds of sound. The log says why, and tells of any more that is lost.")
+             .arg(QFileInfo(path).fileName(), QString::number(static_cast<double>(seconds), 'f', 1)));
+}
+
 // The window
 
 void MainWindowCtr::showRecordView() {

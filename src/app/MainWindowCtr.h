@@ -47,6 +47,8 @@ public:
     int recordTracksNum() const override { return recordTracksNum_; }
     void setRecordTracksNum(int count) override { recordTracksNum_ = count; }
     void recordingDidFail(const QString &path, const QString &reason) override;
+    void recordedFileDidFail(const QString &path, const QString &reason) override;
+    void recordingDidLoseSound(const QString &path, float seconds) override;
 
     MainWindowView &window() { return window_; }
     RecordViewCtr &recordViewCtr() { return *recordViewCtr_; }

@@ -8,13 +8,17 @@
 
 #include <chrono>
 #include <cstring>
+#include <optional>
 #include <pthread.h>
 
 namespace {
 // How often the main thread looks for reports. Each look costs more than what it finds.
-constexpr std::chrono::milliseconds kDisplayInterval{100};   // the sound itself is displayed
-constexpr std::chrono::milliseconds kRecordingInterval{250}; // a clock runs
-constexpr std::chrono::milliseconds kIdleInterval{1000};
+constexpr std::chrono::milliseconds kDisplayInterval{100}; // a clock runs, or the sound itself is displayed
+constexpr std::chrono::milliseconds kIdleInterval{1000};   // the first sound wakes the main thread
+// A writer that takes nothing for so long stands still.
+constexpr int kPatienceMilliseconds = 1000;
+
+QString errorText(int systemError) { return QString::fromLocal8Bit(std::strerror(systemError)); }
 } // namespace
 
 AudioRecord::AudioRecord(InputUnitFactory makeInputUnit) : makeInputUnit_(std::move(makeInputUnit)) {
@@ -42,6 +46,8 @@ void AudioRecord::setDelegatePCMWave(AudioPCMWaveDelegate *delegate) {
 
 bool AudioRecord::configureAudioUnit(DeviceID device) {
     closeInputUnit();
+    if (audioUnit_)
+        return true; // of a recording that began while the last file was being finished
     audioUnit_ = makeInputUnit_(*this);
     if (audioUnit_ && audioUnit_->initialize(device))
         return true;
@@ -50,10 +56,12 @@ bool AudioRecord::configureAudioUnit(DeviceID device) {
 }
 
 void AudioRecord::closeInputUnit() {
-    stopRecordAudio();
+    if (audioUnit_)
+        audioUnit_->stop(); // one that would not stop does so when it goes
     audioUnit_.reset();
-    while (heldBlocks_.front())
+    while (!isRecording() && heldBlocks_.front())
         heldBlocks_.pop();
+    stopRecordAudio();
 }
 
 bool AudioRecord::configurePluginDiviceAuidoUnit() {
@@ -102,135 +110,264 @@ bool AudioRecord::stopRecordAudioFile() {
 // The file
 
 bool AudioRecord::setRecordingFile(const QString &path, ExportType forType, int forBitRate, DeviceID forDeviceID) {
-    if (forDeviceID != deviceID_) {
+    if (forDeviceID != deviceID_ || !audioUnit_) {
         deviceID_ = forDeviceID;
         configureAudioUnit(forDeviceID);
     }
+    if (m4aFile_)
+        takeOpenFile(); // disposed of, and nobody hears of it
+    if (outputMP3AudioFile_.load(std::memory_order_relaxed))
+        closeExportFile();
+    const BlockHold hold(*this);
     RecordedSize_.store(0, std::memory_order_relaxed);
     recordedDurationTime_.store(0, std::memory_order_relaxed);
     fileNumber_.fetch_add(1, std::memory_order_relaxed);
     hasReportedFailure_ = false;
+    bool isMade = true;
+    if (forType == ExportType::M4A)
+        isMade = openM4aFile(path, forBitRate);
+    else if (forType == ExportType::MP3)
+        openMP3File(path, forBitRate);
+    paceReports();
+    return isMade;
+}
 
-    if (forType == ExportType::M4A) {
-        QString error;
-        const std::lock_guard guard(m4acloseFileCondition_);
-        outputM4aFilePath_ = path;
-        outputM4aAudioFile_.store(nullptr, std::memory_order_relaxed);
-        m4aFile_ = ExtAudioFile::createNew(path, forBitRate, &error);
-        outputM4aAudioFile_.store(m4aFile_.get(), std::memory_order_relaxed);
-        if (!m4aFile_)
-            reportFileFailure(path, error);
-        paceReports();
-        return m4aFile_ != nullptr;
+bool AudioRecord::openM4aFile(const QString &path, int bitRate) {
+    QString error;
+    m4aFile_ = ExtAudioFile::createNew(path, bitRate, &error);
+    if (!m4aFile_) {
+        reportFileFailure(path, error, /*isBeingRecorded=*/true);
+        return false;
     }
-    if (forType == ExportType::MP3) {
+    outputM4aFilePath_ = path;
+    const std::lock_guard guard(m4acloseFileCondition_);
+    outputM4aAudioFile_.store(m4aFile_.get(), std::memory_order_relaxed);
+    return true;
+}
+
+void AudioRecord::openMP3File(const QString &path, int bitRate) {
+    FCFileRecord fileRecord;
+    fileRecord.bitRate = bitRate;
+    FCHandle file = FCCreateMediaFile(path.toStdU32String(), fileRecord);
+    if (!file)
+        return reportFileFailure(path, errorText(errno), /*isBeingRecorded=*/true);
+    outputMP3FilePath_ = path;
+    {
         const std::lock_guard guard(closeFileCondition_);
-        outputMP3FilePath_ = path;
         mp3Error_.store(0, std::memory_order_relaxed);
-        FCFileRecord fileRecord;
-        fileRecord.bitRate = forBitRate;
-        FCHandle file = FCCreateMediaFile(path.toStdU32String(), fileRecord);
         outputMP3AudioFile_.store(file, std::memory_order_relaxed);
-        if (!file)
-            reportFileFailure(path, QString::fromLocal8Bit(std::strerror(errno)));
+    }
+    mp3Hurry_.post();
+}
+
+bool AudioRecord::closeExportFile() {
+    ClosingFile file = takeOpenFile();
+    paceReports();
+    if (!file.m4aFile && !file.mp3File)
+        return false;
+    finish(file);
+    return true;
+}
+
+/// Takes the file from the audio thread and the writer. What was held until now has been written into it, unless it
+/// waits for a cut that was decided already.
+AudioRecord::ClosingFile AudioRecord::takeOpenFile() {
+    const bool isCut = holds_.load(std::memory_order_relaxed) > 0 && splitPending_.load(std::memory_order_relaxed);
+    const BlockHold hold(*this);
+    const size_t heldBlocks = std::exchange(heldAtHold_, 0);
+    if (isRecording() && !isCut)
+        writeHeldBlocks(heldBlocks);
+    recordedDurationTime_.store(0, std::memory_order_relaxed);
+    RecordedSize_.store(0, std::memory_order_relaxed);
+    AudioNULLNumber_.store(0, std::memory_order_relaxed);
+    fileNumber_.fetch_add(1, std::memory_order_relaxed);
+
+    ClosingFile file;
+    if (m4aFile_) {
+        const std::lock_guard guard(m4acloseFileCondition_);
+        outputM4aAudioFile_.store(nullptr, std::memory_order_relaxed);
+        file.m4aFile = std::move(m4aFile_);
+        file.path = std::exchange(outputM4aFilePath_, {});
+    } else if (outputMP3AudioFile_.load(std::memory_order_relaxed)) {
+        // The writer gets the time to catch up; what it still has when it stands still reaches no file.
+        waitForMP3Writer(/*pendingBlocks=*/0);
+        {
+            const std::lock_guard guard(closeFileCondition_);
+            file.mp3File = outputMP3AudioFile_.exchange(nullptr, std::memory_order_relaxed);
+        }
+        waitForMP3Writer(/*pendingBlocks=*/0);
+        file.path = std::exchange(outputMP3FilePath_, {});
+        file.lostBlocks = lostMP3Blocks_.exchange(0, std::memory_order_relaxed);
+    }
+    file.hasReportedFailure = hasReportedFailure_;
+    return file;
+}
+
+void AudioRecord::finish(ClosingFile &file) {
+    QString error;
+    if (file.m4aFile) {
+        const ExtAudioFile::Outcome outcome = file.m4aFile->dispose();
+        file.lostBlocks += outcome.lostBlocks;
+        error = outcome.error;
+    } else if (const int code = FCCloseMediaFile(file.mp3File)) {
+        error = errorText(code);
+    }
+    if (file.lostBlocks > 0)
+        tellLoss(file.path, file.lostBlocks, "the disk or the encoder could not keep up");
+    if (const uint64_t lost = lostReports_.exchange(0, std::memory_order_relaxed))
+        logLine(QStringLiteral("%1 blocks passed unseen during %2: the main thread could not keep up")
+                    .arg(lost)
+                    .arg(file.path));
+    if (!error.isNull() && !file.hasReportedFailure)
+        reportFileFailure(file.path, error, /*isBeingRecorded=*/false);
+    if (delegate_)
+        delegate_->notifyRecordedFinish(file.path);
+}
+
+// What is held
+
+void AudioRecord::beginHold() {
+    // In one order with the audio thread's mark: either it sees the hold, or its block is waited for here.
+    if (holds_.fetch_add(1, std::memory_order_seq_cst) > 0)
+        return;
+    while (isInBlock_.load(std::memory_order_seq_cst))
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
+    heldAtHold_ = heldBlocks_.size();
+}
+
+void AudioRecord::endHold() {
+    // release: the files that were changed under the hold are seen by the audio thread that finds it gone
+    if (holds_.fetch_sub(1, std::memory_order_release) > 1)
+        return;
+    const int64_t lostBlocks = lostHeldBlocks_.exchange(0, std::memory_order_relaxed);
+    if (lostBlocks > 0 && isRecording()) // else nobody wanted them
+        tellLoss(m4aFile_ ? outputM4aFilePath_ : outputMP3FilePath_, lostBlocks,
+                 "the file before it took too long to finish");
+}
+
+void AudioRecord::writeHeldBlocks(size_t count) {
+    bool hasRoom = true;
+    bool isAudible = false;
+    for (; count > 0 && heldBlocks_.front(); --count) {
+        hasRoom = hasRoom && waitForRoom();
+        const InputSlice block = heldBlocks_.front()->slice();
+        const bool isNull = isNULLAudioData(block.left);
+        recordBlock(block, isNull);
+        isAudible |= !isNull;
+        heldBlocks_.pop();
+    }
+    // In place of the reports of these blocks, which are of the past.
+    if (isAudible && delegate_)
+        delegate_->nullAudioSignal(/*isNull=*/false, /*forNullTime=*/0, /*forNullCount=*/0);
+}
+
+bool AudioRecord::waitForRoom() {
+    return m4aFile_ ? m4aFile_->waitForRoom(kPatienceMilliseconds)
+                    : waitForMP3Writer(/*pendingBlocks=*/static_cast<int>(kMP3Blocks) / 2);
+}
+
+/// Until no more than so many blocks wait for the writer; false when it stands still.
+bool AudioRecord::waitForMP3Writer(int pendingBlocks) {
+    int pending = mp3Pending_.load(std::memory_order_acquire);
+    for (int idle = 0; pending > pendingBlocks; ++idle) {
+        if (idle == kPatienceMilliseconds)
+            return false;
         mp3Hurry_.post();
-        paceReports();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        const int before = std::exchange(pending, mp3Pending_.load(std::memory_order_acquire));
+        if (pending != before)
+            idle = 0;
     }
     return true;
 }
 
-bool AudioRecord::closeExportFile() {
-    const BlockHold hold(*this);
-    recordedDurationTime_.store(0, std::memory_order_relaxed);
-    RecordedSize_.store(0, std::memory_order_relaxed);
-    fileNumber_.fetch_add(1, std::memory_order_relaxed);
-    bool hasClosed = false;
-    if (m4aFile_) {
-        const std::lock_guard guard(m4acloseFileCondition_);
-        const ExtAudioFile::Outcome outcome = m4aFile_->dispose();
-        outputM4aAudioFile_.store(nullptr, std::memory_order_relaxed);
-        m4aFile_.reset();
-        logLosses(outputM4aFilePath_, outcome.lostBlocks);
-        if (!outcome.error.isNull())
-            reportFileFailure(outputM4aFilePath_, outcome.error);
+// What is told
+
+void AudioRecord::tellLoss(const QString &path, int64_t lostBlocks, const char *reason) {
+    const float seconds = secondsOfBlocks(lostBlocks);
+    logLine(QStringLiteral("%1 blocks of sound (%2 s) were lost from %3: %4")
+                .arg(lostBlocks)
+                .arg(static_cast<double>(seconds), 0, 'f', 2)
+                .arg(path, QLatin1String(reason)));
+    performAfterDelay(/*seconds=*/0, &reportPoll_, [this, path, seconds] {
         if (delegate_)
-            delegate_->notifyRecordedFinish(outputM4aFilePath_);
-        AudioNULLNumber_.store(0, std::memory_order_relaxed);
-        outputM4aFilePath_.clear();
-        hasClosed = true;
-    }
-    if (outputMP3AudioFile_.load(std::memory_order_relaxed)) {
-        waitForMP3Writer();
-        {
-            const std::lock_guard guard(closeFileCondition_);
-            FCCloseMediaFile(outputMP3AudioFile_.exchange(nullptr, std::memory_order_relaxed));
-        }
-        checkOpenFile();
-        logLosses(outputMP3FilePath_, /*lostM4aBlocks=*/0);
-        if (delegate_)
-            delegate_->notifyRecordedFinish(outputMP3FilePath_);
-        AudioNULLNumber_.store(0, std::memory_order_relaxed);
-        outputMP3FilePath_.clear();
-        hasClosed = true;
-    }
-    paceReports();
-    return hasClosed;
+            delegate_->recordingFileDidLoseSound(path, seconds);
+    });
 }
 
-void AudioRecord::waitForMP3Writer() {
-    // Blocks that are still queued at the close are not flushed: they would reach no file, or the next one. So the
-    // writer gets the time of its idle sleep to catch up; one that stands still has lost them.
-    mp3Hurry_.post();
-    for (int i = 0; i < 100 && mp3Pending_.load(std::memory_order_acquire) > 0; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-}
-
-void AudioRecord::logLosses(const QString &path, int64_t lostM4aBlocks) {
-    const auto lostBlocks = static_cast<int64_t>(lostMP3Blocks_.exchange(0, std::memory_order_relaxed)) + lostM4aBlocks;
-    if (lostBlocks > 0)
-        logLine(QStringLiteral("%1 blocks of sound (%2 s) were lost from %3: the disk or the encoder could not keep up")
-                    .arg(lostBlocks)
-                    .arg(static_cast<double>(secondsOfBlocks(lostBlocks)), 0, 'f', 2)
-                    .arg(path));
-    if (const uint64_t lost = lostReports_.exchange(0, std::memory_order_relaxed))
-        logLine(
-            QStringLiteral("%1 blocks passed unseen during %2: the main thread could not keep up").arg(lost).arg(path));
-}
-
-void AudioRecord::reportFileFailure(const QString &path, const QString &reason) {
+void AudioRecord::reportFileFailure(const QString &path, const QString &reason, bool isBeingRecorded) {
     logLine(QStringLiteral("%1 cannot be written: %2").arg(path, reason));
-    if (std::exchange(hasReportedFailure_, true))
-        return;
-    // In a turn of its own: the receiver stops the recording, which may not happen inside an open or a close.
-    performAfterDelay(/*seconds=*/0, &reportPoll_, [this, path, reason] {
+    // In a turn of its own: the receiver stops the recording, which may not happen inside an open or a close. Until
+    // then another file may have taken this one's place.
+    const uint32_t fileNumber = fileNumber_.load(std::memory_order_relaxed);
+    performAfterDelay(/*seconds=*/0, &reportPoll_, [this, path, reason, isBeingRecorded, fileNumber] {
         if (delegate_)
-            delegate_->recordingFileDidFail(path, reason);
+            delegate_->recordingFileDidFail(
+                path, reason, isBeingRecorded && fileNumber == fileNumber_.load(std::memory_order_relaxed));
     });
 }
 
 void AudioRecord::checkOpenFile() {
-    if (const int error = mp3Error_.exchange(0, std::memory_order_relaxed))
-        reportFileFailure(outputMP3FilePath_, QString::fromLocal8Bit(std::strerror(error)));
-    if (m4aFile_ && m4aFile_->hasFailed() && !hasReportedFailure_)
-        reportFileFailure(outputM4aFilePath_, m4aFile_->failure());
+    const int mp3Error = mp3Error_.load(std::memory_order_relaxed);
+    const bool hasM4aFailed = m4aFile_ && m4aFile_->hasFailed();
+    const bool hasMP3Failed = outputMP3AudioFile_.load(std::memory_order_relaxed) && mp3Error != 0;
+    if ((!hasM4aFailed && !hasMP3Failed) || std::exchange(hasReportedFailure_, true))
+        return;
+    if (hasM4aFailed)
+        reportFileFailure(outputM4aFilePath_, m4aFile_->failure(), /*isBeingRecorded=*/true);
+    else
+        reportFileFailure(outputMP3FilePath_, errorText(mp3Error), /*isBeingRecorded=*/true);
 }
 
 // What the audio thread reports
 
 void AudioRecord::paceReports() {
-    reportPoll_.setInterval(delegatePCMWave_ ? kDisplayInterval : isRecording() ? kRecordingInterval : kIdleInterval);
+    const bool isIdle = !delegatePCMWave_ && !isRecording();
+    wantsWake_.store(isIdle, std::memory_order_relaxed);
+    reportPoll_.setInterval(isIdle ? kIdleInterval : kDisplayInterval);
 }
 
 void AudioRecord::deliverReports() {
+    // Each report is out of the queue, together with its samples, before anybody hears of it: who hears of it may run
+    // an event loop that comes here again.
+    std::optional<BlockReport> split;
+    bool isAnswer = false;
     while (const BlockReport *next = reports_.front()) {
         const BlockReport result = *next;
         reports_.pop();
-        deliver(result);
+        ++deliveredReports_;
+        isAnswer |= result.holdsForSplit;
+        if (result.hasSamples)
+            deliverSamples();
+        if (!split && result.checksSplit && isSplitCheckDue())
+            split = result;
+        else
+            deliver(result);
     }
     checkOpenFile();
     // Reports that found the queue full are gone, but not that there was sound among them.
     if (lostAudibleReport_.exchange(false, std::memory_order_relaxed) && delegate_)
         delegate_->nullAudioSignal(/*isNull=*/false, /*forNullTime=*/0, /*forNullCount=*/0);
+
+    if (split) {
+        // A timer does not come again while its work runs; started anew it does, and a panel that opens in the split
+        // does not stop the display.
+        if (reportPoll_.isActive())
+            reportPoll_.start();
+        const uint64_t deliveredBefore = deliveredReports_;
+        recordAudioIsNullForRecordThread();
+        if (deliveredReports_ == deliveredBefore)
+            deliver(*split); // else it is of the past
+    }
+    if (isAnswer)
+        splitPending_.store(false, std::memory_order_release);
+}
+
+void AudioRecord::deliverSamples() {
+    const SoundBlock samples = *samples_.front();
+    samples_.pop();
+    if (delegatePCMWave_ && audioUnit_)
+        delegatePCMWave_->sendAudioDataProc(samples.left.data(), samples.right.data(), kBlockFrames);
 }
 
 void AudioRecord::deliver(const BlockReport &result) {
@@ -240,30 +377,22 @@ void AudioRecord::deliver(const BlockReport &result) {
     }
     if (std::exchange(awaitsFirstSlice_, false))
         logLine("sound arrives from the capture device");
-    if (result.checksSplit)
-        recordAudioIsNullForRecordThread();
-    if (result.holdsForSplit)
-        splitPending_.store(false, std::memory_order_release);
-
     const bool isOfOpenFile = result.fileNumber == fileNumber_.load(std::memory_order_relaxed);
     if (result.isForOpenFile && isOfOpenFile && result.recordedSize % 10 == 0 && recordStatus_ == 1 && delegate_)
         delegate_->soundFileRecorderReachedDuration(result.durationTime);
-    if (result.hasSamples) {
-        const SoundBlock *samples = samples_.front();
-        if (delegatePCMWave_ && audioUnit_)
-            delegatePCMWave_->sendAudioDataProc(samples->left.data(), samples->right.data(), kBlockFrames);
-        samples_.pop();
-    }
     const float silenceInFile = secondsOfBlocks(isOfOpenFile ? result.nullNumber : 0);
     if (delegate_)
         delegate_->nullAudioSignal(result.isNull, static_cast<qint64>(silenceInFile * 1000.0f),
                                    static_cast<qint64>(secondsOfBlocks(result.nullDuration) * 1000.0f));
 }
 
+bool AudioRecord::isSplitCheckDue() const {
+    return isSplitDue(AudioNULLNumber_.load(std::memory_order_relaxed),
+                      autoSplitTimeInterval_.load(std::memory_order_relaxed));
+}
+
 void AudioRecord::recordAudioIsNullForRecordThread() {
     const int32_t silentBlocks = AudioNULLNumber_.load(std::memory_order_relaxed);
-    if (!isSplitDue(silentBlocks, autoSplitTimeInterval_.load(std::memory_order_relaxed)))
-        return;
     AudioNULLNumber_.store(0, std::memory_order_relaxed);
     const float seconds = secondsOfBlocks(silentBlocks);
     if (!delegate_)

@@ -3,12 +3,14 @@
 //
 // Threads: AudioInputProc() on the audio thread, writeMP3Data() on "Thread-MP3", everything else on the main thread.
 // What the audio thread has to say goes to the main thread through a queue of small records, into which the main thread
-// looks from time to time: to wake another thread would cost more than all the rest that is done for a block. What
-// several threads touch is marked below with its writers.
+// looks from time to time: to wake another thread would cost more than all the rest that is done for a block. Only the
+// first sound behind a silence wakes it, when it looks seldom. What several threads touch is marked below with its
+// writers.
 #pragma once
 
 #include "platform/media/EncMgr.h"
 #include "platform/media/ExtAudioFile.h"
+#include "platform/run/MainThread.h"
 #include "platform/run/Semaphore.h"
 #include "platform/run/SpscQueue.h"
 #include "platform/sound/InputUnit.h"
@@ -22,7 +24,8 @@
 #include <thread>
 #include <vector>
 
-/// Hears what the engine did. Main thread. Outlives its AudioRecord or takes itself back with setDelegate(nullptr).
+/// Hears what the engine did. Main thread. Outlives its AudioRecord or takes itself back with setDelegate(nullptr). May
+/// call the engine, and may run an event loop of its own, wherever nothing else is said.
 class AudioRecordDelegate {
 public:
     virtual void soundFileRecorderWasStarted() {}
@@ -34,11 +37,15 @@ public:
     /// long is it at all. After recordingTimeForAudioIsNull() it comes once more, with ten times the silence and 0.
     virtual void nullAudioSignal([[maybe_unused]] bool isNull, [[maybe_unused]] qint64 forNullTime,
                                  [[maybe_unused]] qint64 forNullCount) {}
-    /// A file was closed; `path` may be moved or deleted now. Must not call back into the engine.
+    /// A file was closed; `path` may be moved or deleted now.
     virtual void notifyRecordedFinish([[maybe_unused]] const QString &path) {}
-    /// The open file cannot be written any more, `reason` is the system's text. What was written stays playable; the
-    /// receiver is expected to stop the recording. Comes once per file.
-    virtual void recordingFileDidFail([[maybe_unused]] const QString &path, [[maybe_unused]] const QString &reason) {}
+    /// A file cannot be made, written or finished, `reason` is the system's text. What was written stays playable.
+    /// Where it is the file that is being recorded, the receiver is expected to stop the recording; a file that was
+    /// closed before has nothing to do with what is recorded now. Comes once per file, in a turn of its own.
+    virtual void recordingFileDidFail([[maybe_unused]] const QString &path, [[maybe_unused]] const QString &reason,
+                                      [[maybe_unused]] bool isBeingRecorded) {}
+    /// `seconds` of sound that belong into the file are missing. In a turn of its own.
+    virtual void recordingFileDidLoseSound([[maybe_unused]] const QString &path, [[maybe_unused]] float seconds) {}
 
 protected:
     ~AudioRecordDelegate() = default;
@@ -56,15 +63,14 @@ protected:
 
 class AudioRecord final : public InputUnitClient {
 public:
-    /// While one lives, incoming blocks wait in memory (for up to six seconds), so that a file can be closed and the
-    /// next one opened without a gap between them, and without the audio thread meeting a lock.
+    /// While one lives, no block is in work, and incoming ones wait in memory (for up to six seconds), so that a file
+    /// can be closed and the next one opened without a gap between them, and without the audio thread meeting a lock.
+    /// What came before the hold belongs to the file that is open when it begins. Sound that finds the memory full is
+    /// lost, and told when a file is open at the end of the hold. Main thread.
     class BlockHold {
     public:
-        explicit BlockHold(AudioRecord &engine) : engine_(engine) {
-            engine_.holds_.fetch_add(1, std::memory_order_relaxed);
-        }
-        // release: the files that were changed under the hold are seen by the audio thread that finds it gone
-        ~BlockHold() { engine_.holds_.fetch_sub(1, std::memory_order_release); }
+        explicit BlockHold(AudioRecord &engine) : engine_(engine) { engine_.beginHold(); }
+        ~BlockHold() { engine_.endHold(); }
         BlockHold(const BlockHold &) = delete;
         BlockHold &operator=(const BlockHold &) = delete;
 
@@ -86,8 +92,9 @@ public:
     bool configurePluginDiviceAuidoUnit();
 
     /// Opens the output file, `forBitRate` in bits per second; the unit is configured anew first when `forDeviceID`
-    /// is not the device asked for last. False only if the M4A file could not be created. An MP3 file that could not
-    /// be created answers true and isRecording() stays false; so does a type that names no container.
+    /// is not the device asked for last, and when there is no unit. False only if the M4A file could not be created. An
+    /// MP3 file that could not be created answers true and isRecording() stays false; so does a type that names no
+    /// container.
     bool setRecordingFile(const QString &path, ExportType forType, int forBitRate, DeviceID forDeviceID);
 
     /// Marks the engine started and starts the unit. False without a unit, on the unit's failure, and when it was
@@ -95,12 +102,17 @@ public:
     bool startRecordAudio();
     /// Stops the unit and closes any open file. False, and nothing closed, if the unit would not stop.
     bool stopRecordAudio();
-    /// Closes any open file and leaves the unit running. Always true.
+    /// Closes any open file and leaves the unit running. Blocks that are held go into the file first, unless a
+    /// BlockHold keeps them for the next one. Always true.
     bool stopRecordAudioFile();
 
     void setAutoSplitTimeForMillisecond(qint64 interval) {
         autoSplitTimeInterval_.store(interval, std::memory_order_relaxed);
     }
+
+    /// Whether the silence that the delegate is told of will be answered with a cut: only then blocks are held until
+    /// the answer has come. True until set.
+    void setCutsAtSilence(bool cuts) { cutsAtSilence_.store(cuts, std::memory_order_relaxed); }
 
     bool isRecording() const noexcept { return outputM4aAudioFile_ || outputMP3AudioFile_; }
     bool hasSetM4aExportFile() const noexcept { return outputM4aAudioFile_; }
@@ -121,13 +133,15 @@ public:
     /// false. Any thread.
     static bool isNULLAudioData(const float *left) noexcept;
 
-    /// One sample as 16 bits: limits at 1.0 and -1.0, in between times 32768 and cut toward zero. Any thread.
+    /// One sample as 16 bits: limits at 1.0 and -1.0, in between times 32768 and cut toward zero; what is no number
+    /// gives 0. Any thread.
     static int16_t flt32toS16(float sample) noexcept;
 
     /// Blocks of the MP3 pool that are free now, of 20. Any thread.
     int freeMP3Blocks() const noexcept;
 
-    /// Main thread. Delivers what the audio thread has reported so far. Called by a timer while the unit runs.
+    /// Main thread. Delivers what the audio thread has reported so far; the split that is due comes behind it. Called
+    /// by a timer while the unit runs, and may be called from within what it delivers.
     void deliverReports();
 
 private:
@@ -166,13 +180,17 @@ private:
         bool checksSplit = false;   // written silence: the split check is due
         bool holdsForSplit = false; // the check will cut; the audio thread holds further blocks until it has run
         bool hasSamples = false;    // the samples lie in the queue beside this one
+        bool wakes = false;         // sound behind a long silence
     };
 
     // AudioRecordBlocks.cpp: the audio thread
     bool isHolding() const noexcept;
     void hold(const InputSlice &slice) noexcept;
+    void loseBlock(const InputSlice &block) noexcept;
     void processOldestHeldBlock() noexcept;
     void processBlock(const InputSlice &block) noexcept;
+    BlockReport listen(const InputSlice &block) noexcept;
+    bool recordBlock(const InputSlice &block, bool isNull) noexcept;
     void writeBlock(const InputSlice &block) noexcept;
     void writeMP3AudioData(const float *left, const float *forRightData) noexcept;
     audioDataMemery *getAudioFrame() noexcept;
@@ -184,15 +202,34 @@ private:
     void encodeTakenBlock();
     static void realseAudioFrame(audioDataMemery *block) noexcept;
 
+    /// What is left of the open file when it has been taken from the audio thread and the writer.
+    struct ClosingFile {
+        std::unique_ptr<ExtAudioFile> m4aFile;
+        FCHandle mp3File = nullptr;
+        QString path;
+        int64_t lostBlocks = 0;
+        bool hasReportedFailure = false;
+    };
+
     void closeInputUnit();
     bool startInputUnit();
+    bool openM4aFile(const QString &path, int bitRate);
+    void openMP3File(const QString &path, int bitRate);
     bool closeExportFile();
-    void waitForMP3Writer();
-    void logLosses(const QString &path, int64_t lostM4aBlocks);
+    ClosingFile takeOpenFile();
+    void finish(ClosingFile &file);
+    void beginHold();
+    void endHold();
+    void writeHeldBlocks(size_t count);
+    bool waitForRoom();
+    bool waitForMP3Writer(int pendingBlocks);
+    void tellLoss(const QString &path, int64_t lostBlocks, const char *reason);
     void paceReports();
     void deliver(const BlockReport &report);
+    void deliverSamples();
+    bool isSplitCheckDue() const;
     void recordAudioIsNullForRecordThread();
-    void reportFileFailure(const QString &path, const QString &reason);
+    void reportFileFailure(const QString &path, const QString &reason, bool isBeingRecorded);
     void checkOpenFile();
 
     InputUnitFactory makeInputUnit_;
@@ -204,7 +241,9 @@ private:
     AudioPCMWaveDelegate *delegatePCMWave_ = nullptr;
     QString outputM4aFilePath_;
     QString outputMP3FilePath_;
-    bool hasReportedFailure_ = false;
+    bool hasReportedFailure_ = false; // of the open file
+    size_t heldAtHold_ = 0;           // blocks that were held when the hold began and have not been written
+    uint64_t deliveredReports_ = 0;
 
     // The audio thread comes out of a sleep with every fragment, to cold caches: what it looks at for each block stands
     // together, with the large members behind it.
@@ -225,10 +264,14 @@ private:
     std::atomic<qint64> recordedDurationTime_ = 0; // milliseconds; audio thread, main thread clears with RecordedSize_
     std::atomic<uint32_t> fileNumber_ = 0;         // main thread; changes with every open and close
     std::atomic<qint64> autoSplitTimeInterval_ = 1000; // main thread; milliseconds
+    std::atomic<bool> cutsAtSilence_ = true;           // main thread
     std::atomic<int> holds_ = 0;                       // main thread; living BlockHolds
+    std::atomic<bool> isInBlock_ = false;              // audio thread; a block is in work
     std::atomic<bool> splitPending_ = false;           // audio thread sets, main thread clears when the check has run
     std::atomic<bool> wantsSamples_ = false;           // main thread; a delegatePCMWave is set
-    std::atomic<uint64_t> lostMP3Blocks_ = 0;          // audio thread; blocks that found the pool empty
+    std::atomic<bool> wantsWake_ = true;               // main thread; it looks for reports only seldom
+    std::atomic<int64_t> lostHeldBlocks_ = 0;          // audio thread; audible blocks that found the hold full
+    std::atomic<int64_t> lostMP3Blocks_ = 0;           // audio thread and writer; blocks that no MP3 file took
     std::atomic<uint64_t> lostReports_ = 0;            // audio thread; reports that found the queue full
     std::atomic<bool> lostAudibleReport_ = false;      // audio thread sets, main thread clears
 
@@ -239,13 +282,15 @@ private:
     std::atomic<int> mp3Pending_ = 0; // blocks between the audio thread and the encoder; both count, main thread looks
     Semaphore mp3Hurry_;              // cuts the writer's idle sleep short
 
-    // Audio thread only, while the unit runs.
-    qint64 nullDurationTime_ = 0;          // consecutive silent blocks, whether recording or not
+    // Audio thread only, while the unit runs; but under a BlockHold the main thread takes blocks out of the hold.
+    qint64 nullDurationTime_ = 0; // consecutive silent blocks, whether recording or not
+    bool hasHeardSound_ = false;
     SpscQueue<HeldBlock, 512> heldBlocks_; // 5.9 s, 2 MiB
 
     SpscQueue<BlockReport, 1024> reports_; // 11.9 s
     SpscQueue<SoundBlock, 64> samples_;    // 0.74 s; a display may miss blocks
     QTimer reportPoll_;
+    MainThreadWakeup wake_{[this] { deliverReports(); }};
 
     // The MP3 pool and its writer.
     std::array<audioDataMemery, kMP3Blocks> mp3AudioMemlist_;

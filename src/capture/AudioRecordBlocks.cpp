@@ -15,6 +15,8 @@ constexpr size_t kBlocksToWakeFor = 12;
 // Held blocks are worked off at twice the rate at which they come, but no faster than they come while so many blocks
 // wait for the MP3 writer, lest it has to be woken for each fragment.
 constexpr int kBlocksToSlowDownFor = 4;
+// Sound behind so much silence, a second, wakes the main thread.
+constexpr qint64 kBlocksOfSilenceToWakeFor = 86;
 // 0.7 of a block, so at least 359 of 512 samples.
 constexpr double kQuietShare = 0.7;
 constexpr double kQuietSample = 0.0001;
@@ -49,34 +51,48 @@ Status AudioRecord::AudioInputProc(const InputSlice &slice) noexcept {
         report(wrong, slice);
         return 0;
     }
+    // In one order with the test for holds: a hold that is not seen here waits until this block is through.
+    isInBlock_.store(true, std::memory_order_seq_cst);
     int processed = 0;
     const auto mayProcess = [&] {
         const bool isInTime =
             processed == 0 || (processed < 2 && mp3Pending_.load(std::memory_order_relaxed) < kBlocksToSlowDownFor);
         return isInTime && !isHolding();
     };
-    for (; heldBlocks_.front() && mayProcess(); ++processed)
+    for (; mayProcess() && heldBlocks_.front(); ++processed)
         processOldestHeldBlock();
-    if (!heldBlocks_.front() && mayProcess())
+    if (mayProcess() && !heldBlocks_.front())
         processBlock(slice);
     else
         hold(slice);
+    isInBlock_.store(false, std::memory_order_release); // what was done is seen by the hold that waited for it
     return slice.status;
 }
 
 bool AudioRecord::isHolding() const noexcept {
     // acquire on the flag: a split that has been answered is seen together with the file that it opened
-    return splitPending_.load(std::memory_order_acquire) || holds_.load(std::memory_order_acquire) > 0;
+    return splitPending_.load(std::memory_order_acquire) || holds_.load(std::memory_order_seq_cst) > 0;
 }
 
 void AudioRecord::hold(const InputSlice &slice) noexcept {
     HeldBlock *place = heldBlocks_.beginPush();
     if (!place) {
-        processOldestHeldBlock(); // the main thread has been away too long: go on without its answer
+        // The main thread has been away too long. Without its answer to a split it goes on; but where it is changing
+        // the files, the hold is in its hands.
+        if (holds_.load(std::memory_order_acquire) > 0)
+            return loseBlock(slice);
+        processOldestHeldBlock();
         place = heldBlocks_.beginPush();
     }
     place->copyFrom(slice);
     heldBlocks_.endPush();
+}
+
+void AudioRecord::loseBlock(const InputSlice &block) noexcept {
+    BlockReport result = listen(block);
+    if (!result.isNull && block.status == 0)
+        lostHeldBlocks_.fetch_add(1, std::memory_order_relaxed);
+    report(result, block);
 }
 
 void AudioRecord::processOldestHeldBlock() noexcept {
@@ -98,33 +114,41 @@ InputSlice AudioRecord::HeldBlock::slice() const noexcept {
 }
 
 void AudioRecord::processBlock(const InputSlice &block) noexcept {
+    BlockReport result = listen(block);
+    result.isForOpenFile = isRecording() && block.status == 0;
+    result.checksSplit = recordBlock(block, result.isNull) && result.isNull;
+    report(result, block);
+}
+
+AudioRecord::BlockReport AudioRecord::listen(const InputSlice &block) noexcept {
     BlockReport result;
     result.isNull = isNULLAudioData(block.left);
+    result.wakes = !result.isNull && (!hasHeardSound_ || nullDurationTime_ >= kBlocksOfSilenceToWakeFor);
+    hasHeardSound_ |= !result.isNull;
     nullDurationTime_ = result.isNull ? nullDurationTime_ + 1 : 0;
     result.nullDuration = nullDurationTime_;
+    return result;
+}
 
+/// Gives the block to the open file. False if there is none, or the block does not belong into it. By the audio thread,
+/// or by the main thread under a hold.
+bool AudioRecord::recordBlock(const InputSlice &block, bool isNull) noexcept {
     const bool isFirstBlock = RecordedSize_.load(std::memory_order_relaxed) == 0;
     // The file's clock starts when its first audible block is complete. The block's own end serves as the present:
     // blocks may come in bursts or out of a hold, and the wall clock would then run ahead of the sound.
-    if (isFirstBlock && !result.isNull)
+    if (isFirstBlock && !isNull)
         startHostTime_.store(block.hostTime + kBlockNanoseconds, std::memory_order_relaxed);
-
-    if (isRecording() && block.status == 0) {
-        result.isForOpenFile = true;
-        // Silence before the first audible block is dropped, silence behind it goes into the file.
-        if (!result.isNull || !isFirstBlock) {
-            if (result.isNull)
-                increment(AudioNULLNumber_);
-            else
-                AudioNULLNumber_.store(0, std::memory_order_relaxed);
-            writeBlock(block);
-            recordedDurationTime_.store(
-                getWriteFileDuration(block.hostTime, startHostTime_.load(std::memory_order_relaxed)),
-                std::memory_order_relaxed);
-            result.checksSplit = result.isNull;
-        }
-    }
-    report(result, block);
+    // Silence before the first audible block is dropped, silence behind it goes into the file.
+    if (!isRecording() || block.status != 0 || (isNull && isFirstBlock))
+        return false;
+    if (isNull)
+        increment(AudioNULLNumber_);
+    else
+        AudioNULLNumber_.store(0, std::memory_order_relaxed);
+    writeBlock(block);
+    recordedDurationTime_.store(getWriteFileDuration(block.hostTime, startHostTime_.load(std::memory_order_relaxed)),
+                                std::memory_order_relaxed);
+    return true;
 }
 
 void AudioRecord::writeBlock(const InputSlice &block) noexcept {
@@ -144,7 +168,7 @@ void AudioRecord::writeBlock(const InputSlice &block) noexcept {
 void AudioRecord::writeMP3AudioData(const float *left, const float *forRightData) noexcept {
     audioDataMemery *block = getAudioFrame();
     if (!block) {
-        increment(lostMP3Blocks_); // RecordedSize_ counts the block all the same
+        lostMP3Blocks_.fetch_add(1, std::memory_order_relaxed); // RecordedSize_ counts the block all the same
         return;
     }
     std::copy_n(left, kBlockFrames, block->LbufferData.begin());
@@ -174,8 +198,8 @@ void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept 
     result.recordedSize = RecordedSize_.load(std::memory_order_relaxed);
     result.nullNumber = AudioNULLNumber_.load(std::memory_order_relaxed);
     result.durationTime = recordedDurationTime_.load(std::memory_order_relaxed);
-    result.holdsForSplit =
-        result.checksSplit && isSplitDue(result.nullNumber, autoSplitTimeInterval_.load(std::memory_order_relaxed));
+    result.holdsForSplit = result.checksSplit && cutsAtSilence_.load(std::memory_order_relaxed) &&
+                           isSplitDue(result.nullNumber, autoSplitTimeInterval_.load(std::memory_order_relaxed));
     // The flag goes up before the report can be answered.
     if (result.holdsForSplit)
         splitPending_.store(true, std::memory_order_relaxed);
@@ -189,6 +213,8 @@ void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept 
         }
         *slot = result;
         reports_.endPush();
+        if (result.wakes && wantsWake_.load(std::memory_order_relaxed))
+            wake_.signal();
     } else {
         increment(lostReports_);
         if (result.holdsForSplit)

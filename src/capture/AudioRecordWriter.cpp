@@ -2,6 +2,7 @@
 #include "capture/AudioRecord.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 constexpr int kIdleSleepMilliseconds = 100;
@@ -14,7 +15,7 @@ int16_t AudioRecord::flt32toS16(float sample) noexcept {
         return 32767;
     if (value <= -1.0)
         return -32768;
-    return static_cast<int16_t>(value * 32768.0);
+    return std::isnan(value) ? int16_t{0} : static_cast<int16_t>(value * 32768.0);
 }
 
 void AudioRecord::writeMP3Data() {
@@ -62,11 +63,13 @@ void AudioRecord::encodeTakenBlock() {
     }
     mp3WriteMem_.isEmpty.store(true, std::memory_order_relaxed);
     const std::lock_guard guard(closeFileCondition_);
-    // Blocks that were still queued when their file closed reach no file, or the next one if it is open already.
-    if (FCHandle file = outputMP3AudioFile_.load(std::memory_order_relaxed)) {
-        const FCFrameRecord frame{mp3FrameMem_.data(), static_cast<int32_t>(sizeof mp3FrameMem_)};
-        if (const int error = FCWriteAudioData(file, frame))
-            mp3Error_.store(error, std::memory_order_relaxed);
-    }
+    // Blocks that were still queued when their file closed reach no file.
+    FCHandle file = outputMP3AudioFile_.load(std::memory_order_relaxed);
+    const FCFrameRecord frame{mp3FrameMem_.data(), static_cast<int32_t>(sizeof mp3FrameMem_)};
+    const int error = file ? FCWriteAudioData(file, frame) : kFCFrameRefused;
+    if (error == kFCFrameRefused)
+        lostMP3Blocks_.fetch_add(1, std::memory_order_relaxed);
+    else if (error != 0)
+        mp3Error_.store(error, std::memory_order_relaxed);
     mp3Pending_.fetch_sub(1, std::memory_order_release);
 }

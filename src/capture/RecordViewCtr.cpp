@@ -74,15 +74,26 @@ RecordViewCtr::~RecordViewCtr() {
 
 void RecordViewCtr::startRecordingFile(ExportType exportType, int forQualityType, DeviceType forDeviceType,
                                        DeviceID forDiveceID) {
+    if (isCutting_) {
+        afterCut_ << [=, this] { startRecordingFile(exportType, forQualityType, forDeviceType, forDiveceID); };
+        return;
+    }
     deviceType_ = forDeviceType;
     defaultDeviceID_ = forDiveceID;
+    hasToldLoss_ = false;
+    beginFile(exportType, forQualityType);
+}
+
+void RecordViewCtr::beginFile(ExportType exportType, int qualityType) {
     if (animationdelegate_)
         animationdelegate_->startMicrophoneAnimation();
     microRecord_.setDelegate(this);
-    const QString path = getSaveFileName(exportType);
+    const RecordedFile file = getSaveFileName(exportType, deviceType_);
+    openFiles_.insert(file.path, file);
     if (deviceType_ == DeviceType::SystemAudio)
         microRecord_.setAutoSplitTimeForMillisecond(defaults().integerForKey("AutoSplitTimeInterval"));
-    microRecord_.setRecordingFile(path, exportType, getBitrate(forQualityType), forDiveceID);
+    microRecord_.setCutsAtSilence(splitsAtSilence());
+    microRecord_.setRecordingFile(file.path, exportType, getBitrate(qualityType), defaultDeviceID_);
     // Answers false from the second recording on, since the unit runs already.
     microRecord_.startRecordAudio();
     changedRecordingStatus(RecordingStatus::Waiting);
@@ -94,8 +105,14 @@ void RecordViewCtr::startRecordingFile(ExportType exportType, int forQualityType
 }
 
 void RecordViewCtr::stopRecordingFile() {
-    microRecord_.stopRecordAudioFile();
+    if (isCutting_) {
+        afterCut_ << [this] { stopRecordingFile(); };
+        return;
+    }
     recordStarting_ = false;
+    microRecord_.stopRecordAudioFile();
+    if (recordStarting_)
+        return; // a new recording was begun while the last file was being finished
     if (animationdelegate_) {
         animationdelegate_->stopNoteAnimation();
         animationdelegate_->stopMicrophoneAnimation();
@@ -106,15 +123,23 @@ void RecordViewCtr::stopRecordingFile() {
 void RecordViewCtr::inciseRecordingFile() {
     if (!recordStarting_)
         return;
-    // The sound that comes meanwhile belongs to the next file.
-    const AudioRecord::BlockHold hold(microRecord_);
-    microRecord_.stopRecordAudioFile();
-    recordStarting_ = false;
-    if (animationdelegate_)
-        animationdelegate_->stopNoteAnimation();
-    startRecordingFile(static_cast<ExportType>(defaults().integerForKey("DefaultExportFileType")),
-                       static_cast<int>(defaults().integerForKey("DefaultERecordQualityType")), deviceType_,
-                       defaultDeviceID_);
+    if (isCutting_) {
+        afterCut_ << [this] { inciseRecordingFile(); };
+        return;
+    }
+    isCutting_ = true;
+    {
+        // The sound that comes meanwhile belongs to the next file.
+        const AudioRecord::BlockHold hold(microRecord_);
+        microRecord_.stopRecordAudioFile();
+        if (animationdelegate_)
+            animationdelegate_->stopNoteAnimation();
+        beginFile(static_cast<ExportType>(defaults().integerForKey("DefaultExportFileType")),
+                  static_cast<int>(defaults().integerForKey("DefaultERecordQualityType")));
+    }
+    isCutting_ = false;
+    for (const auto &operation : std::exchange(afterCut_, {}))
+        operation();
 }
 
 int RecordViewCtr::getBitrate(int qualityType) {
@@ -130,7 +155,7 @@ int RecordViewCtr::getBitrate(int qualityType) {
     }
 }
 
-QString RecordViewCtr::getSaveFileName(ExportType exportType) {
+RecordViewCtr::RecordedFile RecordViewCtr::getSaveFileName(ExportType exportType, DeviceType deviceType) {
     const qint64 stored = defaults().integerForKey("TrackID");
     const qint64 number = stored == 0 ? 1 : stored;
     const QString ending = exportType == ExportType::MP3 ? QStringLiteral("mp3") : QStringLiteral("m4a");
@@ -139,60 +164,67 @@ QString RecordViewCtr::getSaveFileName(ExportType exportType) {
     for (int copy = 1; QFile::exists(path); ++copy)
         path = base + QStringLiteral("(%1).").arg(copy) + ending;
     defaults().setInteger(number + 1, "TrackID");
-    return path;
+    return {path, number, deviceType, exportType};
 }
 
 // A finished file
 
 void RecordViewCtr::notifyRecordedFinish(const QString &path) {
-    const qint64 size = AudioConverter::getFileSize(path);
+    // Whatever happens while the file is being finished, another recording for one, this is what it was opened as.
+    RecordedFile file = openFiles_.take(path);
+    file.path = path;
+    finishRecordedFile(file);
+}
+
+void RecordViewCtr::finishRecordedFile(const RecordedFile &file) {
+    const qint64 size = AudioConverter::getFileSize(file.path);
     logLine(QStringLiteral("notifyRecordedFinish FileSize = %1").arg(size));
-    const QVariantMap info = AudioConverter::getAudioFileInfo(path).value_or(QVariantMap());
+    const QVariantMap info = AudioConverter::getAudioFileInfo(file.path).value_or(QVariantMap());
     const QVariant length = info.value("LengthKey");
-    const bool isFiltered = deviceType_ == DeviceType::SystemAudio && !nofiltrateAudioFile(length);
+    const bool isFiltered = file.deviceType == DeviceType::SystemAudio && !nofiltrateAudioFile(length);
     if (isFiltered || length.toDouble() < kShortestTrackSeconds) {
-        dropRecordedFile(path);
+        dropRecordedFile(file);
         return;
     }
-    const std::shared_ptr<SongItem> song = keepRecordedFile(path, size, info);
+    const std::shared_ptr<SongItem> song = keepRecordedFile(file, size, info);
     view_.runTracksView()->addSongItemOnMainThread(song);
-    sendRecordedSongItem(song);
+    sendRecordedSongItem(song, file.deviceType);
     ++songItemCount_;
     if (delegate_)
         delegate_->setRecordTracksNum(delegate_->recordTracksNum() + 1);
 }
 
-void RecordViewCtr::dropRecordedFile(const QString &path) {
-    if (!QFile::remove(path)) {
+void RecordViewCtr::dropRecordedFile(const RecordedFile &file) {
+    if (!QFile::remove(file.path)) {
         QThread::msleep(10);
-        if (!QFile::remove(path))
-            logLine(QStringLiteral("%1 was to be dropped and could not be removed").arg(path));
+        if (!QFile::remove(file.path))
+            logLine(QStringLiteral("%1 was to be dropped and could not be removed").arg(file.path));
     }
-    // The number is given out again.
-    defaults().setInteger(defaults().integerForKey("TrackID") - 1, "TrackID");
+    // The number is given out again, unless a later one has been given out already.
+    if (defaults().integerForKey("TrackID") - 1 == file.number)
+        defaults().setInteger(file.number, "TrackID");
 }
 
-std::shared_ptr<SongItem> RecordViewCtr::keepRecordedFile(const QString &path, qint64 size, const QVariantMap &info) {
+std::shared_ptr<SongItem> RecordViewCtr::keepRecordedFile(const RecordedFile &file, qint64 size,
+                                                          const QVariantMap &info) {
     DataBaseManager &library = DataBaseManager::defaultManager();
     auto song = std::make_shared<SongItem>();
     song->setSongID(library.getMaxSongID() + 1);
-    song->setTitle("Track" + getSongID());
+    song->setTitle(QStringLiteral("Track%1").arg(file.number));
     song->setLength(static_cast<qint64>(info.value("LengthKey").toDouble()) * 1000);
-    song->setSongPath(path);
+    song->setSongPath(file.path);
     song->setSize(size);
     song->setBiteRate(info.value("BitrateKey").toInt());
     song->setSampleRate(static_cast<int32_t>(info.value("SampleRateKey").toDouble()));
     song->setEncodeKind(info.value("FourCCKey").toString());
     song->setAddedDate(QDateTime::currentDateTime());
     song->setGetID3Status(
-        static_cast<int32_t>(deviceType_ == DeviceType::Microphone ? ID3Status::NotFound : ID3Status::NotAsked));
+        static_cast<int32_t>(file.deviceType == DeviceType::Microphone ? ID3Status::NotFound : ID3Status::NotAsked));
     // A track without a row of its own must not change that of another.
     if (library.insertSongItem(*song) < 0)
         song->setSongID(-1);
     return song;
 }
-
-QString RecordViewCtr::getSongID() const { return QString::number(defaults().integerForKey("TrackID") - 1); }
 
 bool RecordViewCtr::nofiltrateAudioFile(const QVariant &length) {
     if (!length.isValid())
@@ -204,9 +236,9 @@ bool RecordViewCtr::nofiltrateAudioFile(const QVariant &length) {
     return static_cast<qint64>(length.toDouble()) >= defaults().integerForKey("AutoFilterTimeInterval");
 }
 
-void RecordViewCtr::sendRecordedSongItem(const std::shared_ptr<SongItem> &song) {
+void RecordViewCtr::sendRecordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType deviceType) {
     if (delegate_)
-        delegate_->recordedSongItem(song, deviceType_);
+        delegate_->recordedSongItem(song, deviceType);
 }
 
 // While it records
@@ -220,8 +252,14 @@ void RecordViewCtr::soundFileRecorderReachedDuration(qint64 milliseconds) {
 }
 
 void RecordViewCtr::recordingTimeForAudioIsNull([[maybe_unused]] float seconds) {
-    if (deviceType_ == DeviceType::SystemAudio && defaults().boolForKey("AutoSplitMusic"))
+    const bool splits = splitsAtSilence();
+    microRecord_.setCutsAtSilence(splits); // the setting may have changed since the start
+    if (splits)
         inciseRecordingFile();
+}
+
+bool RecordViewCtr::splitsAtSilence() const {
+    return deviceType_ == DeviceType::SystemAudio && defaults().boolForKey("AutoSplitMusic");
 }
 
 void RecordViewCtr::nullAudioSignal(bool isNull, qint64 forNullTime, [[maybe_unused]] qint64 forNullCount) {
@@ -244,12 +282,21 @@ void RecordViewCtr::nullAudioSignal(bool isNull, qint64 forNullTime, [[maybe_unu
     }
 }
 
-void RecordViewCtr::recordingFileDidFail(const QString &path, const QString &reason) {
-    if (!recordStarting_)
+void RecordViewCtr::recordingFileDidFail(const QString &path, const QString &reason, bool isBeingRecorded) {
+    const bool stops = isBeingRecorded && recordStarting_;
+    if (stops)
+        stopRecordingFile();
+    if (!delegate_)
         return;
-    stopRecordingFile();
-    if (delegate_)
+    if (stops)
         delegate_->recordingDidFail(path, reason);
+    else
+        delegate_->recordedFileDidFail(path, reason);
+}
+
+void RecordViewCtr::recordingFileDidLoseSound(const QString &path, float seconds) {
+    if (!std::exchange(hasToldLoss_, true) && delegate_)
+        delegate_->recordingDidLoseSound(path, seconds);
 }
 
 void RecordViewCtr::changedRecordingStatus(RecordingStatus status) {

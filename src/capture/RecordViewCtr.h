@@ -10,8 +10,10 @@
 #include "views/recording/RecordingPage.h"
 #include "views/window/DisplayBox.h"
 
+#include <QHash>
 #include <QObject>
 #include <any>
+#include <functional>
 #include <memory>
 
 enum class DeviceType : int32_t { Microphone = 0, SystemAudio = 1 };
@@ -31,6 +33,11 @@ public:
     virtual void setRecordTracksNum([[maybe_unused]] int count) {}
     /// The recording has been stopped because `path` could not be written, `reason` is the system's text.
     virtual void recordingDidFail([[maybe_unused]] const QString &path, [[maybe_unused]] const QString &reason) {}
+    /// The file of a track that is over could not be finished; what is recorded now goes on.
+    virtual void recordedFileDidFail([[maybe_unused]] const QString &path, [[maybe_unused]] const QString &reason) {}
+    /// `seconds` of sound are missing in `path`. Once per recording, however many files it has and however much
+    /// follows.
+    virtual void recordingDidLoseSound([[maybe_unused]] const QString &path, [[maybe_unused]] float seconds) {}
 
 protected:
     ~RecordViewCtrDelegate() = default;
@@ -59,6 +66,9 @@ public:
     RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPage &view, DisplayBox &recordSpectrum);
     ~RecordViewCtr() override;
 
+    // Start, stop and cut may come while a track is being finished, out of an event loop that somebody runs there. A
+    // recording can be started then at once; what comes in the middle of a cut waits until the cut is through.
+
     /// Starts a recording into a new file. What the engine refuses is not looked at: the display waits for sound.
     void startRecordingFile(ExportType exportType, int forQualityType, DeviceType forDeviceType, DeviceID forDiveceID);
     void stopRecordingFile();
@@ -81,18 +91,29 @@ public:
     void recordingTimeForAudioIsNull(float seconds) override;
     void nullAudioSignal(bool isNull, qint64 forNullTime, qint64 forNullCount) override;
     void notifyRecordedFinish(const QString &path) override;
-    void recordingFileDidFail(const QString &path, const QString &reason) override;
+    void recordingFileDidFail(const QString &path, const QString &reason, bool isBeingRecorded) override;
+    void recordingFileDidLoseSound(const QString &path, float seconds) override;
 
     void changedRecordingStatus(RecordingStatus status);
 
 private:
-    QString getSaveFileName(ExportType exportType);
+    /// What a file is, as it was when it was opened.
+    struct RecordedFile {
+        QString path;
+        qint64 number = 0; // of the track
+        DeviceType deviceType = DeviceType::SystemAudio;
+        ExportType format = ExportType::M4A;
+    };
+
+    static RecordedFile getSaveFileName(ExportType exportType, DeviceType deviceType);
     static int getBitrate(int qualityType);
-    QString getSongID() const;
+    void beginFile(ExportType exportType, int qualityType);
+    void finishRecordedFile(const RecordedFile &file);
     static bool nofiltrateAudioFile(const QVariant &length);
-    static void dropRecordedFile(const QString &path);
-    std::shared_ptr<SongItem> keepRecordedFile(const QString &path, qint64 size, const QVariantMap &info);
-    void sendRecordedSongItem(const std::shared_ptr<SongItem> &song);
+    static void dropRecordedFile(const RecordedFile &file);
+    static std::shared_ptr<SongItem> keepRecordedFile(const RecordedFile &file, qint64 size, const QVariantMap &info);
+    void sendRecordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType deviceType);
+    bool splitsAtSilence() const;
     QString rotatingStatusText();
 
     void NotifyID3Change(const std::any &object);
@@ -106,10 +127,14 @@ private:
     DisplayBox &recordSpectrum_;
     RecordViewCtrDelegate *delegate_ = nullptr;
     RecordAnimationDelegate *animationdelegate_ = nullptr;
-    bool isFirstAudioData_ = false; // the first audible block of this run has been seen
-    bool recordStarting_ = false;   // a recording is in progress
-    int songItemCount_ = 0;         // tracks recorded in this run and still present
-    int recordCountShow_ = 0;       // phase of the text that shows that the recording runs
+    bool isFirstAudioData_ = false;          // the first audible block of this run has been seen
+    bool recordStarting_ = false;            // a recording is in progress
+    bool isCutting_ = false;                 // between the close of one file and the opening of the next
+    bool hasToldLoss_ = false;               // of this recording
+    QList<std::function<void()>> afterCut_;  // what was asked for in the middle of a cut
+    QHash<QString, RecordedFile> openFiles_; // by path; what the engine writes, or could not make
+    int songItemCount_ = 0;                  // tracks recorded in this run and still present
+    int recordCountShow_ = 0;                // phase of the text that shows that the recording runs
     DeviceType deviceType_ = DeviceType::SystemAudio;
     DeviceID defaultDeviceID_ = 0; // the default output at launch, then the device of the last recording
     AudioRecord microRecord_;

@@ -14,7 +14,9 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
+#include <QTimer>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,9 +31,14 @@ struct MainWindow final : RecordViewCtrDelegate {
     QList<std::shared_ptr<SongItem>> songs;
     int shown = 0;
     int tracks = 0;
-    QStringList failures;
+    QStringList failures, finishFailures;
+    std::function<void()> whileItIsFinished = [] {};
 
-    void recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType) override { songs << song; }
+    void recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType) override {
+        songs << song;
+        std::exchange(whileItIsFinished, [] {})();
+    }
+    void recordedFileDidFail(const QString &path, const QString &) override { finishFailures << path; }
     void showRecordView() override { ++shown; }
     int recordTracksNum() const override { return tracks; }
     void setRecordTracksNum(int count) override { tracks = count; }
@@ -94,6 +101,7 @@ protected:
     Scene scene;
     std::unique_ptr<RecordViewCtr> session;
     std::unique_ptr<BlockFeed> feed;
+    QEventLoop loop;
 
 private:
     void play(int blocks, const std::function<void()> &feedBlock) {
@@ -206,6 +214,77 @@ TEST_F(RecordViewCtrTest, CutsAtAGapAndTakesTheFormatThatIsWantedNow) {
     session->stopRecordingFile();
     EXPECT_EQ(window.songs.size(), 3);
     EXPECT_EQ(window.songs.last()->length(), 5000);
+}
+
+TEST_F(RecordViewCtrTest, StandsAnEventLoopWhileATrackIsBeingFinished) {
+    // What a panel that opens there lets in, and how many seconds of sound come before and after it.
+    struct Case {
+        const char *name;
+        bool cuts; // else it stops
+        std::function<void()> meanwhile;
+        QList<qint64> lengths; // of the tracks, after one more stop
+    };
+    const auto play = [this] { tone(2 * kBlocksOfASecond); };
+    defaults.setInteger(1, "AutoFilterTimeInterval");
+    for (const auto &[name, cuts, meanwhile, lengths] : {
+             Case{"sound in a cut", true, play, {3000, 4000}},
+             Case{"a stop in a cut", true, [&] { play(), session->stopRecordingFile(); }, {3000, 2000}},
+             Case{"a cut in a cut", true, [&] { play(), session->inciseRecordingFile(); }, {3000, 2000, 2000}},
+             Case{"a new recording in a cut",
+                  true,
+                  [&] { play(), session->stopRecordingFile(), start(); },
+                  {3000, 2000, 2000}},
+             Case{"sound in a stop", false, play, {3000}},
+             Case{"a cut in a stop", false, [&] { session->inciseRecordingFile(), play(); }, {3000}},
+             Case{"a new recording in a stop", false, [&] { start(), play(); }, {3000, 4000}},
+         }) {
+        SCOPED_TRACE(name);
+        window.songs.clear();
+        start();
+        tone(3 * kBlocksOfASecond);
+        window.whileItIsFinished = [&, meanwhile = meanwhile] {
+            QTimer::singleShot(0, &loop, [&] { meanwhile(), loop.quit(); });
+            loop.exec();
+        };
+        cuts ? session->inciseRecordingFile() : session->stopRecordingFile();
+        tone(2 * kBlocksOfASecond);
+        session->stopRecordingFile();
+        QList<qint64> kept;
+        for (const auto &song : window.songs)
+            kept << song->length();
+        EXPECT_EQ(kept, lengths);
+        EXPECT_EQ(window.songs.last()->title(), QString("Track%1").arg(defaults.integerForKey("TrackID") - 1));
+        EXPECT_EQ(status(), "");
+    }
+}
+
+TEST_F(RecordViewCtrTest, FinishesAFileAsWhatItWasOpenedAs) {
+    start(ExportType::M4A, DeviceType::Microphone);
+    tone(3 * kBlocksOfASecond);
+    NotificationCenter::defaultCenter().postNotification(
+        "PluginInstallNotification");  // ends the file, for its own unit
+    ASSERT_EQ(window.songs.size(), 1); // by the rules of a microphone
+    session->stopRecordingFile();
+    start();
+    defaults.setInteger(50, "TrackID");
+    session->stopRecordingFile();
+    EXPECT_EQ(defaults.integerForKey("TrackID"), 50); // its number was no longer the last
+}
+
+TEST_F(RecordViewCtrTest, AFileThatCannotBeFinishedEndsNothingElse) {
+    start();
+    tone(kBlocksOfATrack);
+    for (const int track : {1, 2}) // in the way of the files that are to become the plain ones
+        ASSERT_TRUE(QDir().mkpath(folder() + QString("/Track%1_Unknown Artist.m4a.part").arg(track)));
+    session->inciseRecordingFile();
+    tone(kBlocksOfATrack);
+    EXPECT_EQ(window.finishFailures.size(), 1);
+    EXPECT_TRUE(status().startsWith("Rec"));
+    session->stopRecordingFile();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window.finishFailures.size(), 2); // told after a stop as well
+    EXPECT_TRUE(window.failures.isEmpty());
+    EXPECT_EQ(window.songs.size(), 2);
 }
 
 TEST_F(RecordViewCtrTest, FindsAFreeNameAndAFolder) {
