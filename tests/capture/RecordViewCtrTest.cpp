@@ -13,7 +13,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QTimer>
@@ -350,9 +349,7 @@ TEST_F(RecordViewCtrTest, StopsAndTellsOnceWhenTheFileCannotBeWritten) {
     QDir(folder()).removeRecursively();
     ASSERT_TRUE(QFile(folder()).open(QIODevice::WriteOnly)); // a file where the folder was
     start();
-    QElapsedTimer timer;
-    for (timer.start(); window.failures.isEmpty() && timer.elapsed() < 5000;)
-        QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
     EXPECT_EQ(window.failures.size(), 1);
     EXPECT_EQ(status(), "");
 }
