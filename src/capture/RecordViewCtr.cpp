@@ -3,6 +3,7 @@
 #include "capture/CaptureDevice.h"
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
+#include "platform/media/AvFile.h"
 #include "platform/run/LocalizedString.h"
 #include "platform/run/Log.h"
 #include "platform/run/MainThread.h"
@@ -179,7 +180,11 @@ void RecordViewCtr::notifyRecordedFinish(const QString &path) {
 void RecordViewCtr::finishRecordedFile(const RecordedFile &file) {
     const qint64 size = AudioConverter::getFileSize(file.path);
     logLine(QStringLiteral("notifyRecordedFinish FileSize = %1").arg(size));
-    const QVariantMap info = AudioConverter::getAudioFileInfo(file.path).value_or(QVariantMap());
+    QVariantMap info;
+    {
+        const AvRoom room; // a file of our own may be days long, and one that can't be read would be dropped
+        info = AudioConverter::getAudioFileInfo(file.path).value_or(QVariantMap());
+    }
     const QVariant length = info.value("LengthKey");
     const bool isFiltered = file.deviceType == DeviceType::SystemAudio && !nofiltrateAudioFile(length);
     if (isFiltered || length.toDouble() < kShortestTrackSeconds) {
