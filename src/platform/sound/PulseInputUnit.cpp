@@ -130,6 +130,19 @@ Status PulseInputUnit::stop() {
 }
 
 void PulseInputUnit::connectionReady() {
+    // A newer PipeWire lets the stream live when its source goes away, and it hears nothing any more.
+    pa_context_set_subscribe_callback(
+        connection_.context(),
+        [](pa_context *, pa_subscription_event_type_t event, uint32_t index, void *user) {
+            auto &unit = *static_cast<PulseInputUnit *>(user);
+            const bool isRemoval = (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_REMOVE;
+            if (isRemoval && unit.stream_ && index == unit.sourceIndex_)
+                unit.interrupted();
+        },
+        this);
+    if (pa_operation *subscription =
+            pa_context_subscribe(connection_.context(), PA_SUBSCRIPTION_MASK_SOURCE, nullptr, nullptr))
+        pa_operation_unref(subscription);
     if (running_)
         openStream();
 }
