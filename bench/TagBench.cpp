@@ -3,6 +3,7 @@
 // are microseconds a file.
 #include "platform/run/Log.h"
 #include "tags/access/GracenoteHelper.h"
+#include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 #include "tags/audio/AudioConverter.h"
 #include "tags/audio/AudioFileHelper.h"
@@ -36,7 +37,7 @@ private:
         for (const char *ending : {".mp3", ".m4a"}) {
             encode(path(ending, 0), 20,
                    {"-metadata", "title=Title", "-metadata", "artist=Artist", "-metadata", "album=Album"});
-            TagLibHelper::setID3Info(path(ending, 0), QVariantMap{{"title", "Title"}, {"genre", "Rock"}});
+            TagLibHelper::setID3Info(path(ending, 0), QVariantMap{{TagKey::kTitle, "Title"}, {TagKey::kGenre, "Rock"}});
             for (int i = 1; i < kFiles; ++i)
                 QFile::copy(path(ending, 0), path(ending, i));
         }
@@ -82,8 +83,8 @@ void write(benchmark::State &state, const char *ending) {
     int number = 0;
     const QString path = Files::made().path(ending, 1);
     for ([[maybe_unused]] auto iteration : state)
-        TagLibHelper::setID3Info(path,
-                                 QVariantMap{{"title", QString::number(++number)}, {"cover", QVariantList{cover}}});
+        TagLibHelper::setID3Info(
+            path, QVariantMap{{TagKey::kTitle, QString::number(++number)}, {TagKey::kCover, QVariantList{cover}}});
 }
 void writeMP3(benchmark::State &state) { write(state, ".mp3"); }
 void writeM4A(benchmark::State &state) { write(state, ".m4a"); }

@@ -1,6 +1,7 @@
 // Tags are read from any bytes, and written where they can be read.
 #include "FuzzedFile.h"
 #include "platform/run/Log.h"
+#include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 #include "tags/audio/AudioConverter.h"
 
@@ -13,8 +14,9 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    const QVariantMap info = {
-        {"title", "Title"}, {"year", "1999"}, {"cover", QVariantList{QImage(2, 2, QImage::Format_RGB32)}}};
+    const QVariantMap info = {{TagKey::kTitle, "Title"},
+                              {TagKey::kYear, "1999"},
+                              {TagKey::kCover, QVariantList{QImage(2, 2, QImage::Format_RGB32)}}};
     const FuzzedFile file(data, size);
     TagLibHelper::ID3Info(file.path());
     // Both routes, so that bytes in which no sound decodes come this far too.

@@ -2,6 +2,7 @@
 #include "demo/RecordedStream.h"
 #include "support/MadeAudio.h"
 #include "tags/access/GracenoteHelper.h"
+#include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 
 #include <QDir>
@@ -45,11 +46,11 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
     for (const QJsonValue track : tracks) {
         const QString path = track["path"].toString();
         const QVariantMap tags = TagLibHelper::ID3Info(path).value_or(QVariantMap());
-        EXPECT_EQ(tags["title"].toString(), track["title"].toString());
+        EXPECT_EQ(tags[TagKey::kTitle].toString(), track["title"].toString());
         EXPECT_TRUE(ffprobeReads(path, track["title"].toString()));
-        EXPECT_EQ(tags["artist"].toString(), "Unknown Artist");
+        EXPECT_EQ(tags[TagKey::kArtist].toString(), "Unknown Artist");
         // An M4A gets no picture where it had none.
-        EXPECT_EQ(tags["cover"].toList().size(), type == ExportType::MP3 ? 1 : 0);
+        EXPECT_EQ(tags[TagKey::kCover].toList().size(), type == ExportType::MP3 ? 1 : 0);
         EXPECT_EQ(GracenoteHelper::hasGracenoteInfo(path), type == ExportType::M4A);
     }
     // Other programs read the library too.

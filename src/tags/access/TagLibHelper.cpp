@@ -5,6 +5,7 @@
 #include "tags/access/CoverImages.h"
 #include "tags/access/GracenoteHelper.h"
 #include "tags/access/M4AItems.h"
+#include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibFile.h"
 #include "tags/audio/AudioConverter.h"
 #include "tags/audio/AudioFileHelper.h"
@@ -23,8 +24,9 @@ std::atomic<bool> keepsOtherTags = true;
 QString textOf(const TagLib::String &text) { return QString::fromUtf8(text.toCString(/*unicode=*/true)); }
 
 QVariantMap textsOf(const TagLib::Tag &tag) {
-    return {{"title", textOf(tag.title())}, {"artist", textOf(tag.artist())}, {"album", textOf(tag.album())},
-            {"year", tag.year()},           {"genre", textOf(tag.genre())},   {"comment", textOf(tag.comment())}};
+    return {{TagKey::kTitle, textOf(tag.title())}, {TagKey::kArtist, textOf(tag.artist())},
+            {TagKey::kAlbum, textOf(tag.album())}, {TagKey::kYear, tag.year()},
+            {TagKey::kGenre, textOf(tag.genre())}, {TagKey::kComment, textOf(tag.comment())}};
 }
 
 // The whole number that a text starts with, as far as 32 bits hold it; other values as they convert.
@@ -40,21 +42,21 @@ void writeTexts(TagLib::Tag &tag, const QVariantMap &info) {
     const auto text = [&](const char *key) {
         return TagLib::String(info[key].toString().toUtf8().constData(), TagLib::String::UTF8);
     };
-    if (info.contains("title"))
-        tag.setTitle(text("title"));
-    if (info.contains("artist"))
-        tag.setArtist(text("artist"));
-    if (info.contains("album"))
-        tag.setAlbum(text("album"));
-    if (const int year = intValue(info["year"]); year > 0)
+    if (info.contains(TagKey::kTitle))
+        tag.setTitle(text(TagKey::kTitle));
+    if (info.contains(TagKey::kArtist))
+        tag.setArtist(text(TagKey::kArtist));
+    if (info.contains(TagKey::kAlbum))
+        tag.setAlbum(text(TagKey::kAlbum));
+    if (const int year = intValue(info[TagKey::kYear]); year > 0)
         tag.setYear(static_cast<unsigned>(year));
-    if (info.contains("genre"))
-        tag.setGenre(text("genre"));
-    if (info.contains("comment"))
-        tag.setComment(text("comment"));
+    if (info.contains(TagKey::kGenre))
+        tag.setGenre(text(TagKey::kGenre));
+    if (info.contains(TagKey::kComment))
+        tag.setComment(text(TagKey::kComment));
 }
 
-// The pictures of "cover" as TagLib takes them.
+// The pictures of a dictionary's list as TagLib takes them.
 QList<TagLib::ByteVector> jpegsOf(const QVariant &cover) {
     QList<TagLib::ByteVector> jpegs;
     for (const QVariant &entry : cover.toList()) {
@@ -92,8 +94,8 @@ bool writeMP3Tags(TagStream &stream, const QVariantMap &info) {
         return false;
     writeTexts(*opened.file()->tag(), info);
     TagLib::ID3v2::Tag *tag = opened.file()->ID3v2Tag();
-    if (tag && info.contains("cover"))
-        writeCovers(*tag, info["cover"]);
+    if (tag && info.contains(TagKey::kCover))
+        writeCovers(*tag, info[TagKey::kCover]);
     opened.save();
     return true;
 }
@@ -101,11 +103,12 @@ bool writeMP3Tags(TagStream &stream, const QVariantMap &info) {
 // Whether a write of `info` decides about the items of this name.
 bool isGiven(const QVariantMap &info, std::string_view itemName) {
     static constexpr std::pair<std::string_view, const char *> keys[] = {
-        {"\251nam", "title"}, {"\251ART", "artist"}, {"\251alb", "album"},   {"\251day", "year"},
-        {"\251gen", "genre"}, {"gnre", "genre"},     {"\251cmt", "comment"}, {"covr", "cover"}};
+        {"\251nam", TagKey::kTitle},   {"\251ART", TagKey::kArtist}, {"\251alb", TagKey::kAlbum},
+        {"\251day", TagKey::kYear},    {"\251gen", TagKey::kGenre},  {"gnre", TagKey::kGenre},
+        {"\251cmt", TagKey::kComment}, {"covr", TagKey::kCover}};
     return std::any_of(std::begin(keys), std::end(keys), [&](const auto &entry) {
         return entry.first == itemName && info.contains(entry.second) &&
-               (itemName != "\251day" || intValue(info["year"]) > 0);
+               (itemName != "\251day" || intValue(info[TagKey::kYear]) > 0);
     });
 }
 
@@ -157,8 +160,8 @@ bool writeM4A(int copy, const QVariantMap &info) {
         if (!opened.file() || !(kept = keptItems(stream, opened.look(), *marks, info)))
             return false;
         writeTexts(*opened.file()->tag(), info);
-        if (info.contains("cover"))
-            writeCovers(*opened.file()->tag(), info["cover"]);
+        if (info.contains(TagKey::kCover))
+            writeCovers(*opened.file()->tag(), info[TagKey::kCover]);
         keepRoom(*opened.file()->tag(), *kept, info);
         opened.file()->save(); // the stream tells whether that failed
     }
@@ -231,7 +234,7 @@ std::optional<QVariantMap> TagLibHelper::MP3ID3Info(const QString &path) {
                 const TagLib::ByteVector bytes = picture->picture();
                 covers.add(bytes.data(), bytes.size());
             }
-    info["cover"] = covers.images();
+    info[TagKey::kCover] = covers.images();
     return info;
 }
 
@@ -248,7 +251,7 @@ std::optional<QVariantMap> TagLibHelper::M4AID3Info(const QString &path) {
             const TagLib::ByteVector bytes = cover.data();
             covers.add(bytes.data(), bytes.size());
         }
-    info["cover"] = covers.images();
+    info[TagKey::kCover] = covers.images();
     return info;
 }
 

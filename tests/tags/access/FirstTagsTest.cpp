@@ -4,6 +4,7 @@
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "support/MadeAudio.h"
+#include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 #include "tags/audio/AudioConverter.h"
 
@@ -28,16 +29,17 @@ TEST(FirstTags, OfARecordingHaveDefaultsForWhatIsAbsentAndOneCover) {
     ASSERT_TRUE(DataBaseManager::defaultManager().loadDataBase(inHome("Library.db")));
     song.setSongID(DataBaseManager::defaultManager().insertSongItem(song));
 
+    EXPECT_FALSE(tagDictionaryOf(song, /*isWithCover=*/false).contains(TagKey::kCover)) << "the file's pictures stay";
     writeID3(song);
     const auto info = TagLibHelper::ID3Info(song.songPath());
     ASSERT_TRUE(info);
-    EXPECT_EQ((*info)["title"], "Unknown Title");
-    EXPECT_EQ((*info)["artist"], "");
-    EXPECT_EQ((*info)["album"], "Unknown Album");
-    EXPECT_EQ((*info)["genre"], "Unknown Genre");
-    EXPECT_EQ((*info)["year"], 2026);
-    ASSERT_EQ((*info)["cover"].toList().size(), 1);
-    EXPECT_GT(qBlue((*info)["cover"].toList().first().value<QImage>().pixel(3, 3)), 240);
+    EXPECT_EQ((*info)[TagKey::kTitle], "Unknown Title");
+    EXPECT_EQ((*info)[TagKey::kArtist], "");
+    EXPECT_EQ((*info)[TagKey::kAlbum], "Unknown Album");
+    EXPECT_EQ((*info)[TagKey::kGenre], "Unknown Genre");
+    EXPECT_EQ((*info)[TagKey::kYear], 2026);
+    ASSERT_EQ((*info)[TagKey::kCover].toList().size(), 1);
+    EXPECT_GT(qBlue((*info)[TagKey::kCover].toList().first().value<QImage>().pixel(3, 3)), 240);
     EXPECT_EQ(song.size(), AudioConverter::getFileSize(song.songPath()));
     const auto songs = DataBaseManager::defaultManager().getAllSongItems();
     ASSERT_TRUE(songs && songs->size() == 1);

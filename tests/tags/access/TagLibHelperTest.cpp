@@ -5,6 +5,7 @@
 #include "support/MadeAudio.h"
 #include "support/Mp4Bytes.h"
 #include "tags/access/GracenoteHelper.h"
+#include "tags/access/TagDictionary.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -74,7 +75,7 @@ protected:
         EXPECT_TRUE(before.left == after.left && before.right == after.right);
         const auto read = TagLibHelper::ID3Info(path);
         ASSERT_TRUE(read);
-        for (const char *key : {"title", "artist", "album", "genre", "comment"})
+        for (const char *key : {TagKey::kTitle, "artist", "album", "genre", "comment"})
             EXPECT_EQ((*read)[key], info.value(key, (*read)[key])) << key;
     }
     static QVariantMap info(const QString &path) { return TagLibHelper::ID3Info(path).value_or(QVariantMap()); }
@@ -112,14 +113,14 @@ TEST_F(Tags, OfEveryKindOfMp3AreReadAndWritten) {
     for (const auto &[name, bytes, title] : cases) {
         SCOPED_TRACE(name);
         const QString path = makeFile("a.mp3", bytes);
-        EXPECT_EQ(info(path)["title"], title);
-        expectWritten(path, {{"title", "Neu ✓"},
-                             {"artist", ""},
-                             {"album", "A"},
-                             {"genre", "Jazz"},
-                             {"comment", "c"},
-                             {"year", "2001x"}});
-        EXPECT_EQ(info(path)["year"], 2001);
+        EXPECT_EQ(info(path)[TagKey::kTitle], title);
+        expectWritten(path, {{TagKey::kTitle, "Neu ✓"},
+                             {TagKey::kArtist, ""},
+                             {TagKey::kAlbum, "A"},
+                             {TagKey::kGenre, "Jazz"},
+                             {TagKey::kComment, "c"},
+                             {TagKey::kYear, "2001x"}});
+        EXPECT_EQ(info(path)[TagKey::kYear], 2001);
         EXPECT_TRUE(ffprobeReads(path));
         TagLib::MPEG::File file(QFile::encodeName(path).constData());
         const auto &frames = file.ID3v2Tag()->frameListMap();
@@ -202,20 +203,20 @@ TEST_F(Tags, OfEveryLayoutOfM4aAreWrittenAndTheSoundStays) {
     for (const auto &[name, bytes] : cases) {
         SCOPED_TRACE(name);
         const QString path = makeFile("odd.mp3", bytes); // the name does not count
-        expectWritten(path, {{"title", "Neu ✓"},
-                             {"artist", "Band"},
-                             {"album", ""},
-                             {"genre", "Own"},
-                             {"comment", "c"},
-                             {"year", 2001}});
+        expectWritten(path, {{TagKey::kTitle, "Neu ✓"},
+                             {TagKey::kArtist, "Band"},
+                             {TagKey::kAlbum, ""},
+                             {TagKey::kGenre, "Own"},
+                             {TagKey::kComment, "c"},
+                             {TagKey::kYear, 2001}});
         EXPECT_TRUE(GracenoteHelper::hasGracenoteInfo(path));
         EXPECT_EQ(contentOf(bytesOf(path), "mdat"), contentOf(bytes, "mdat"));
         EXPECT_TRUE(ffprobeReads(path, "Neu ✓"));
-        expectWritten(path, {{"title", QString(20'000, 'y')}});
-        expectWritten(path, {{"title", "short"}});
-        EXPECT_EQ(info(path)["year"], 2001);
+        expectWritten(path, {{TagKey::kTitle, QString(20'000, 'y')}});
+        expectWritten(path, {{TagKey::kTitle, "short"}});
+        EXPECT_EQ(info(path)[TagKey::kYear], 2001);
         const size_t size = bytesOf(path).size();
-        expectWritten(path, {{"title", "longer"}});
+        expectWritten(path, {{TagKey::kTitle, "longer"}});
         EXPECT_EQ(bytesOf(path).size(), size); // there is room
         EXPECT_EQ(contentOf(bytesOf(path), "mdat"), contentOf(bytes, "mdat"));
     }
@@ -235,11 +236,11 @@ TEST_F(Tags, OfAnM4aThatAreNotGivenStayByteForByte) {
     for (const bool isKeeping : {true, false}) {
         TagLibHelper::setKeepsOtherTags(isKeeping);
         const QString path = makeFile("b.m4a", before);
-        expectWritten(path, {{"title", "New"}, {"year", ""}});
-        expectWritten(path, {{"title", QString(3'000, 'n')}});
+        expectWritten(path, {{TagKey::kTitle, "New"}, {TagKey::kYear, ""}});
+        expectWritten(path, {{TagKey::kTitle, QString(3'000, 'n')}});
         for (const std::string &item : items)
             EXPECT_EQ(bytesOf(path).find(item) != std::string::npos, isKeeping) << item;
-        expectWritten(path, {{"genre", "New"}});
+        expectWritten(path, {{TagKey::kGenre, "New"}});
         EXPECT_EQ(bytesOf(path).find("gnre"), std::string::npos);
     }
     TagLibHelper::setKeepsOtherTags(true);
@@ -249,11 +250,11 @@ TEST_F(Tags, FirstContactTakesTheCoverOfAnM4aThatIsGivenOne) {
     const QString path = makeTone("a.m4a", "-f lavfi -i color=red:size=16x16:duration=0.04 -map 0 -map 1 -c:v mjpeg "
                                            "-disposition:v attached_pic " +
                                                kMp3Texts);
-    EXPECT_EQ(info(path)["cover"].toList().size(), 1);
+    EXPECT_EQ(info(path)[TagKey::kCover].toList().size(), 1);
     // The marks take the place of the old cover, and without one no new one comes.
-    expectWritten(path, {{"title", "New"}, {"cover", QVariantList{picture(Qt::red)}}});
-    EXPECT_EQ(info(path)["artist"], "Band");
-    EXPECT_TRUE(info(path)["cover"].toList().isEmpty());
+    expectWritten(path, {{TagKey::kTitle, "New"}, {TagKey::kCover, QVariantList{picture(Qt::red)}}});
+    EXPECT_EQ(info(path)[TagKey::kArtist], "Band");
+    EXPECT_TRUE(info(path)[TagKey::kCover].toList().isEmpty());
     // Once marked, a file keeps what another program adds, and then its covers are replaced.
     TagLib::MP4::CoverArtList covers;
     covers.append(TagLib::MP4::CoverArt(TagLib::MP4::CoverArt::PNG, TagLib::ByteVector("no picture")));
@@ -262,12 +263,12 @@ TEST_F(Tags, FirstContactTakesTheCoverOfAnM4aThatIsGivenOne) {
         file.tag()->setItem("covr", covers);
         file.save();
     }
-    EXPECT_TRUE(info(path)["cover"].toList().isEmpty()); // what can't be decoded is skipped
-    expectWritten(path, {{"cover", QVariantList{picture(Qt::red), picture(Qt::blue)}}});
-    EXPECT_EQ(info(path)["cover"].toList().size(), 2);
-    EXPECT_EQ(info(path)["title"], "New");
-    expectWritten(path, {{"cover", QVariantList()}});
-    EXPECT_TRUE(info(path)["cover"].toList().isEmpty());
+    EXPECT_TRUE(info(path)[TagKey::kCover].toList().isEmpty()); // what can't be decoded is skipped
+    expectWritten(path, {{TagKey::kCover, QVariantList{picture(Qt::red), picture(Qt::blue)}}});
+    EXPECT_EQ(info(path)[TagKey::kCover].toList().size(), 2);
+    EXPECT_EQ(info(path)[TagKey::kTitle], "New");
+    expectWritten(path, {{TagKey::kCover, QVariantList()}});
+    EXPECT_TRUE(info(path)[TagKey::kCover].toList().isEmpty());
     EXPECT_TRUE(log.first().startsWith("------before setID3Info filePath = " + path + " | FileSize = "));
 }
 
@@ -278,18 +279,18 @@ TEST_F(Tags, CoversOfAnMp3AreReplacedAsJpeg) {
     const QString path = makeFile(
         "a.mp3", id3v2(picturesFrame(pngOf(picture(Qt::red))) + picturesFrame("no picture") + picturesFrame(svg)) +
                      bytesOf(makeTone("b.mp3", "-id3v2_version 0")));
-    EXPECT_EQ(info(path)["cover"].toList().size(), 1);
-    expectWritten(path, {{"title", "T"}}); // pictures stay
-    EXPECT_EQ(info(path)["cover"].toList().size(), 1);
-    expectWritten(path, {{"cover", QVariantList{picture(Qt::blue), QImage(), halfClear}}});
-    const QVariantList covers = info(path)["cover"].toList();
+    EXPECT_EQ(info(path)[TagKey::kCover].toList().size(), 1);
+    expectWritten(path, {{TagKey::kTitle, "T"}}); // pictures stay
+    EXPECT_EQ(info(path)[TagKey::kCover].toList().size(), 1);
+    expectWritten(path, {{TagKey::kCover, QVariantList{picture(Qt::blue), QImage(), halfClear}}});
+    const QVariantList covers = info(path)[TagKey::kCover].toList();
     ASSERT_EQ(covers.size(), 2);
     EXPECT_LT(qRed(covers[0].value<QImage>().pixel(3, 3)), 10);
     EXPECT_EQ(qRed(covers[1].value<QImage>().pixel(3, 3)), 255);
     TagLib::MPEG::File file(QFile::encodeName(path).constData());
     EXPECT_TRUE(file.ID3v2Tag()->frameList("APIC").front()->render().find("\xff\xd8") > 0);
-    expectWritten(path, {{"cover", QVariantList()}, {"year", "0"}});
-    EXPECT_TRUE(info(path)["cover"].toList().isEmpty());
+    expectWritten(path, {{TagKey::kCover, QVariantList()}, {TagKey::kYear, "0"}});
+    EXPECT_TRUE(info(path)[TagKey::kCover].toList().isEmpty());
 }
 
 TEST_F(Tags, FilesOfOtherKindsAreLeftAlone) {
@@ -339,9 +340,9 @@ TEST_F(Tags, FilesOfOtherKindsAreLeftAlone) {
         TagLibHelper::ID3Info(path);
         TagLibHelper::MP3ID3Info(path);
         TagLibHelper::M4AID3Info(path);
-        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{"title", "T"}}));
+        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{TagKey::kTitle, "T"}}));
         if (!QByteArray(name).startsWith("a chunk")) { // that one got its marks
-            EXPECT_FALSE(TagLibHelper::setMP3ID3Info(path, QVariantMap{{"title", "T"}}));
+            EXPECT_FALSE(TagLibHelper::setMP3ID3Info(path, QVariantMap{{TagKey::kTitle, "T"}}));
             EXPECT_EQ(bytesOf(path).substr(bytesOf(path).size() - bytes.size()).size(), bytes.size());
         }
     }
@@ -381,8 +382,8 @@ TEST_F(Tags, ATornM4aIsLeftAsItIsAndReadAsFarAsItGoes) {
     for (const auto &[name, bytes, isReadable] : cases) {
         SCOPED_TRACE(name);
         const QString path = makeFile("a.m4a", bytes);
-        EXPECT_EQ(info(path)["title"], isReadable ? "Old" : "");
-        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{"title", "New"}}));
+        EXPECT_EQ(info(path)[TagKey::kTitle], isReadable ? "Old" : "");
+        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{TagKey::kTitle, "New"}}));
         EXPECT_TRUE(bytesOf(path) == bytes);
     }
 }
@@ -398,10 +399,10 @@ TEST_F(Tags, HarmlessCompressionAndChaptersAreRead) {
     const std::string mp3 = bytesOf(makeTone("b.mp3", "-id3v2_version 0"));
     const QString path =
         makeFile("a.mp3", id3v2(frame("TIT2", int32Bytes(501) + packed.substr(0, size), {"\0\x80", 2})) + mp3);
-    EXPECT_EQ(info(path)["title"], QString(500, 't'));
+    EXPECT_EQ(info(path)[TagKey::kTitle], QString(500, 't'));
     const QString other = makeFile("c.mp3", id3v2(chapter + "TIT2" + synchSafe(4) + "\0\0\0Two"s, 4) + mp3);
-    expectWritten(other, {{"artist", "A"}});
-    EXPECT_EQ(info(other)["title"], "Two");
+    expectWritten(other, {{TagKey::kArtist, "A"}});
+    EXPECT_EQ(info(other)[TagKey::kTitle], "Two");
     EXPECT_NE(bytesOf(other).find("TIT2\0\0\0\4\0\0\0One"s), std::string::npos);
 }
 
@@ -417,8 +418,8 @@ TEST_F(Tags, AReadOnlyFileOrFolderAnswersNo) {
     const pid_t child = ::fork();
     if (child == 0) {
         const bool isOrdinary = ::geteuid() != 0 || ::setuid(65534) == 0;
-        const bool isRefused = !TagLibHelper::setID3Info(alone, QVariantMap{{"title", "T"}}) &&
-                               !TagLibHelper::setID3Info(inFolder, QVariantMap{{"title", "T"}});
+        const bool isRefused = !TagLibHelper::setID3Info(alone, QVariantMap{{TagKey::kTitle, "T"}}) &&
+                               !TagLibHelper::setID3Info(inFolder, QVariantMap{{TagKey::kTitle, "T"}});
         ::_exit(isOrdinary && isRefused ? 0 : 1);
     }
     int status = -1;
@@ -443,7 +444,7 @@ TEST_F(Tags, AFullDiskLeavesTheFileWhole) {
         const auto handler = std::signal(SIGXFSZ, SIG_IGN);
         const rlimit small{static_cast<rlim_t>(bytesOf(path).size()) + 4'000, old.rlim_max};
         ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{"title", QString(50'000, 'x')}}));
+        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{TagKey::kTitle, QString(50'000, 'x')}}));
         ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
         std::signal(SIGXFSZ, handler);
         EXPECT_EQ(decodeAudio(path).left, before.left);
@@ -458,20 +459,20 @@ TEST_F(Tags, AKilledWriterLeavesTheOldFileOrTheNew) {
         std::minstd_rand random(7);
         const DecodedAudio sound = decodeAudio(path);
         const QString titles[] = {"short", QString(3'000, 'l')};
-        ASSERT_TRUE(TagLibHelper::setID3Info(path, QVariantMap{{"title", titles[0]}}));
+        ASSERT_TRUE(TagLibHelper::setID3Info(path, QVariantMap{{TagKey::kTitle, titles[0]}}));
         for (int i = 0; i < 60; ++i) {
             const pid_t child = ::fork();
             if (child == 0)
                 for (int turn = 0;; ++turn)
-                    TagLibHelper::setID3Info(path, QVariantMap{{"title", titles[turn % 2]}});
+                    TagLibHelper::setID3Info(path, QVariantMap{{TagKey::kTitle, titles[turn % 2]}});
             ::usleep(random() % 30'000); // the instant itself is what varies
             ::kill(child, SIGKILL);
             ::waitpid(child, nullptr, 0);
             const QVariantMap left = info(path);
-            EXPECT_TRUE(left["title"] == titles[0] || left["title"] == titles[1]);
+            EXPECT_TRUE(left[TagKey::kTitle] == titles[0] || left[TagKey::kTitle] == titles[1]);
             EXPECT_TRUE(i % 10 != 0 || decodeAudio(path).left == sound.left);
         }
-        ASSERT_TRUE(TagLibHelper::setID3Info(path, QVariantMap{{"title", titles[0]}}));
+        ASSERT_TRUE(TagLibHelper::setID3Info(path, QVariantMap{{TagKey::kTitle, titles[0]}}));
         EXPECT_EQ(filesInHome().filter("corvidia"), QStringList());
         EXPECT_TRUE(decodeAudio(path).left == sound.left);
     }
