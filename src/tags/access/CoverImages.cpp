@@ -25,10 +25,13 @@ void CoverCollector::add(const char *bytes, qsizetype size) {
 
 QByteArray jpegOf(const QImage &image) {
     QImage opaque = image;
+    // A painter counts in points, of which a picture for a fine screen holds several pixels.
+    opaque.setDevicePixelRatio(1);
     if (image.hasAlphaChannel()) {
+        const QImage clear = opaque;
         opaque = QImage(image.size(), QImage::Format_RGB32);
         opaque.fill(Qt::white);
-        QPainter(&opaque).drawImage(0, 0, image);
+        QPainter(&opaque).drawImage(0, 0, clear);
     }
     QByteArray bytes;
     QBuffer buffer(&bytes);

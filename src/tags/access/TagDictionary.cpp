@@ -1,5 +1,7 @@
 #include "tags/access/TagDictionary.h"
 
+#include <QFileInfo>
+
 namespace {
 QString textOr(const QString &text, const char *ifAbsent) { return text.isNull() ? QString(ifAbsent) : text; }
 } // namespace
@@ -8,7 +10,7 @@ QImage chosenCoverOf(const SongItem &song) {
     const QStringList &covers = song.coverImages();
     const int32_t index = song.coverImageIndex();
     QImage cover;
-    if (index >= 0 && index < covers.size())
+    if (index >= 0 && index < covers.size() && QFileInfo(covers[index]).isFile())
         cover.load(covers[index]);
     if (cover.isNull())
         cover.load(QStringLiteral(":/images/default_coverImage.png"));

@@ -275,6 +275,9 @@ TEST_F(Tags, FirstContactTakesTheCoverOfAnM4aThatIsGivenOne) {
 TEST_F(Tags, CoversOfAnMp3AreReplacedAsJpeg) {
     QImage halfClear(8, 8, QImage::Format_ARGB32);
     halfClear.fill(Qt::transparent);
+    for (int i = 0; i < 16; ++i)
+        halfClear.setPixel(4 + i % 4, 4 + i / 4, 0xff0000ff);
+    halfClear.setDevicePixelRatio(2);
     const std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"/>";
     const QString path = makeFile(
         "a.mp3", id3v2(picturesFrame(pngOf(picture(Qt::red))) + picturesFrame("no picture") + picturesFrame(svg)) +
@@ -286,7 +289,8 @@ TEST_F(Tags, CoversOfAnMp3AreReplacedAsJpeg) {
     const QVariantList covers = info(path)[TagKey::kCover].toList();
     ASSERT_EQ(covers.size(), 2);
     EXPECT_LT(qRed(covers[0].value<QImage>().pixel(3, 3)), 10);
-    EXPECT_EQ(qRed(covers[1].value<QImage>().pixel(3, 3)), 255);
+    EXPECT_GT(qRed(covers[1].value<QImage>().pixel(1, 1)), 240);
+    EXPECT_LT(qRed(covers[1].value<QImage>().pixel(6, 6)), 60);
     TagLib::MPEG::File file(QFile::encodeName(path).constData());
     EXPECT_TRUE(file.ID3v2Tag()->frameList("APIC").front()->render().find("\xff\xd8") > 0);
     expectWritten(path, {{TagKey::kCover, QVariantList()}, {TagKey::kYear, "0"}});
