@@ -1,5 +1,6 @@
 // The looks at atoms and at MPEG frames.
 #include "tags/access/TagGuard.h"
+#include "tags/audio/MpegAudioInfo.h"
 
 #include <algorithm>
 #include <cstring>
@@ -166,56 +167,12 @@ private:
     Mp4Look result_;
 };
 
-// Bytes of the MPEG audio frame with this header, 0 for none. A free-format frame does not tell its length.
-uint64_t frameLength(const uint8_t *h) {
-    const int version = h[1] >> 3 & 3, layer = 4 - (h[1] >> 1 & 3); // version 3 is MPEG 1, 2 is 2, 0 is 2.5
-    const int rate = h[2] >> 4, sampling = h[2] >> 2 & 3;
-    if (h[0] != 0xff || (h[1] & 0xe0) != 0xe0 || version == 1 || layer == 4 || rate == 0 || rate == 15 || sampling == 3)
-        return 0;
-    static constexpr uint64_t rates[5][16] = {
-        {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448}, // MPEG 1, layer 1
-        {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},    // layer 2
-        {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},     // layer 3
-        {0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256},    // MPEG 2, layer 1
-        {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},         // layers 2 and 3
-    };
-    static constexpr unsigned samplings[3] = {44100, 48000, 32000};
-    const bool isFirst = version == 3;
-    const uint64_t bits = rates[isFirst ? layer - 1 : layer == 1 ? 3 : 4][rate] * 1000;
-    const unsigned hertz = samplings[sampling] >> (isFirst ? 0 : version == 2 ? 1 : 2);
-    const unsigned padding = h[2] >> 1 & 1U;
-    if (layer == 1)
-        return (12 * bits / hertz + padding) * 4;
-    return (layer == 3 && !isFirst ? 72 : 144) * bits / hertz + padding;
-}
-
+// Bytes of the MPEG audio frame that starts at `position`, 0 for none.
 uint64_t frameAt(TagStream &stream, uint64_t position, uint64_t end) {
-    uint8_t header[4];
-    return position + 4 <= end && stream.readAt(position, header, 4) == 4 ? frameLength(header) : 0;
-}
-
-// Three headers in a row tell frames from chance; where the file ends sooner, it ends with a frame, or the first stands
-// where it must, `isInPlace`.
-bool areFramesAt(TagStream &stream, uint64_t position, uint64_t end, bool isInPlace) {
-    for (int i = 0; i < 3; ++i) {
-        const uint64_t length = frameAt(stream, position, end);
-        if (length == 0)
-            return false;
-        position += length;
-        if (position + 4 > end)
-            return position == end || isInPlace;
-    }
-    return true;
-}
-
-uint64_t behindLeadingTags(TagStream &stream, uint64_t size) {
-    uint64_t position = 0;
-    uint8_t h[10];
-    while (position < size && stream.readAt(position, h, 10) == 10 && std::memcmp(h, "ID3", 3) == 0) {
-        const uint64_t content = (h[6] & 0x7fU) << 21 | (h[7] & 0x7fU) << 14 | (h[8] & 0x7fU) << 7 | (h[9] & 0x7fU);
-        position += 10 + content + ((h[5] & 0x10) != 0 ? 10 : 0);
-    }
-    return position;
+    uint8_t bytes[4];
+    const auto header =
+        position + 4 <= end && stream.readAt(position, bytes, 4) == 4 ? mpegFrameHeader(bytes) : std::nullopt;
+    return header ? static_cast<uint64_t>(header->frameBytes) : 0;
 }
 
 uint64_t beforeTrailingTags(TagStream &stream, uint64_t size) {
@@ -240,15 +197,13 @@ MpegLook lookAtMpegFrames(TagStream &stream) {
     stream.readAt(0, first, sizeof first);
     if (std::memcmp(first + 4, "ftyp", 4) == 0 || std::memcmp(first, "RIFF", 4) == 0)
         return {};
-    const auto size = static_cast<uint64_t>(stream.length());
-    const uint64_t end = beforeTrailingTags(stream, size);
-    uint64_t position = behindLeadingTags(stream, size);
+    const uint64_t end = beforeTrailingTags(stream, static_cast<uint64_t>(stream.length()));
+    const ByteReader read = [&](uint64_t at, void *bytes, size_t size) { return stream.readAt(at, bytes, size); };
     // Padding or rubbish may stand before the first frame.
-    const uint64_t start = position, searchEnd = std::min(end, position + (1U << 17));
-    while (position < searchEnd && !areFramesAt(stream, position, end, position == start))
-        ++position;
-    if (position >= searchEnd)
+    const auto start = firstMpegFrame(read, behindLeadingTags(read), end);
+    if (!start)
         return {};
+    uint64_t position = *start;
     while (position < end) {
         const uint64_t length = frameAt(stream, position, end);
         if (length == 0)

@@ -17,6 +17,7 @@ constexpr int kRate = 44100;
 constexpr int kChannels = 2;
 constexpr int kFrameBytes = 4;
 constexpr int kHeaderBytes = 44;
+constexpr int kStepFrames = 65536; // resampled at a time
 constexpr qint64 kLargestFrames = (std::numeric_limits<uint32_t>::max() - kHeaderBytes) / kFrameBytes;
 
 QByteArray wavHeader(qint64 frames) {
@@ -61,7 +62,15 @@ public:
         for (size_t i = 0; i < planes.size(); ++i)
             planes[i] = frame.extended_data[i] + static_cast<ptrdiff_t>(skipped) * stride;
         expected_ += static_cast<double>(count) * kRate / frame.sample_rate;
-        return convert(planes.data(), count, limit_);
+        // In steps, since a few samples at a low rate make very many here.
+        const int step = static_cast<int>(std::max<int64_t>(1, int64_t{kStepFrames} * frame.sample_rate / kRate));
+        for (int done = 0; done < count && !isFull(); done += step) {
+            if (!convert(planes.data(), std::min(step, count - done), limit_))
+                return false;
+            for (const uint8_t *&plane : planes)
+                plane += static_cast<ptrdiff_t>(step) * stride;
+        }
+        return true;
     }
 
     /// What the resampler still holds. It gives a few frames more or less than the source's length; that is what

@@ -3,8 +3,11 @@
 #include "tags/audio/MpegAudioInfo.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -12,41 +15,70 @@ namespace {
 constexpr const char *kFormats = "aac,ac3,aiff,amr,ape,asf,au,caf,dsf,eac3,flac,matroska,mov,mp3,mpc,mpc8,ogg,tta,voc,"
                                  "w64,wav,wv";
 
-// Bytes in which an unknown format has to show itself; the default of a mebibyte is no short look.
-constexpr const char *kProbeBytes = "65536";
+// Bytes in which an unknown format has to show itself; the library's own mebibyte is no short look.
+constexpr size_t kProbeBytes = 65536;
 
-// Null where the first bytes name no format that this program meets every day.
-const AVInputFormat *formatOfFirstBytes(QFile &file) {
+struct FoundFormat {
+    const AVInputFormat *format = nullptr; ///< null for what holds no sound that this program knows
+    qint64 skipped = 0;                    ///< bytes before the sound that its demuxer need not search
+};
+
+bool isKnown(const AVInputFormat *format) {
+    const QStringList known = QString(kFormats).split(',');
+    const QStringList names = QString(format->name).split(',');
+    return std::any_of(names.begin(), names.end(), [&](const QString &name) { return known.contains(name); });
+}
+
+// What libavformat finds in the bytes behind the tags. It gets no name, which it would believe more than weak bytes.
+const AVInputFormat *probed(const ByteReader &read, uint64_t position, int &score) {
+    std::vector<uint8_t> bytes(kProbeBytes + AVPROBE_PADDING_SIZE);
+    AVProbeData data{.filename = "", .buf = bytes.data(), .buf_size = 0, .mime_type = nullptr};
+    data.buf_size = static_cast<int>(read(position, bytes.data(), kProbeBytes));
+    score = 0;
+    const AVInputFormat *format = av_probe_input_format3(&data, /*is_opened=*/1, &score);
+    return format && isKnown(format) ? format : nullptr;
+}
+
+FoundFormat formatOfContent(QFile &file) {
     static const AVInputFormat *const mp4 = av_find_input_format("mov");
     static const AVInputFormat *const mpeg = av_find_input_format("mp3");
     static const AVInputFormat *const wav = av_find_input_format("wav");
-    std::array<char, 12> bytes{};
-    const auto head = [&bytes] { return std::span(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()); };
-    if (file.read(bytes.data(), bytes.size()) < static_cast<qint64>(bytes.size()))
-        return nullptr;
+    const ByteReader read = readerOf(file);
+    std::array<uint8_t, 12> bytes{};
+    if (read(0, bytes.data(), bytes.size()) < bytes.size())
+        return {};
     if (std::memcmp(bytes.data() + 4, "ftyp", 4) == 0)
-        return mp4;
+        return {mp4};
     if (std::memcmp(bytes.data(), "RIFF", 4) == 0 && std::memcmp(bytes.data() + 8, "WAVE", 4) == 0)
-        return wav;
+        return {wav};
     // Other formats too stand behind ID3 tags, so the tag alone says nothing.
-    if (const qint64 tag = id3v2Bytes(head()); tag > 0)
-        if (!file.seek(tag) || file.read(bytes.data(), 4) < 4)
-            return nullptr;
-    return mpegFrameHeader(head()) ? mpeg : nullptr;
+    const uint64_t start = behindLeadingTags(read);
+    if (read(start, bytes.data(), bytes.size()) >= 4 && mpegFrameHeader(bytes))
+        return {mpeg};
+    int score = 0;
+    const AVInputFormat *format = probed(read, start, score);
+    if (format && format != mpeg && score > AVPROBE_SCORE_RETRY)
+        return {format};
+    // Frames behind rubbish; the demuxer gives up sooner.
+    const auto frame = firstMpegFrame(read, start, static_cast<uint64_t>(file.size()));
+    return frame ? FoundFormat{mpeg, static_cast<qint64>(*frame)} : FoundFormat{format};
 }
 
 } // namespace
 
 std::unique_ptr<AudioSource> AudioSource::open(const QString &path, bool isCutByEditList) {
     QFile file(path);
-    if (path.isEmpty() || !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    // Opening a pipe would wait for its other end.
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return nullptr;
-    const AVInputFormat *format = formatOfFirstBytes(file);
+    const auto [format, skipped] = formatOfContent(file);
+    if (!format)
+        return nullptr;
 
     AVDictionary *options = nullptr;
     av_dict_set(&options, "format_whitelist", kFormats, 0);
     av_dict_set(&options, "protocol_whitelist", "file", 0);
-    av_dict_set(&options, "formatprobesize", kProbeBytes, 0);
+    av_dict_set_int(&options, "skip_initial_bytes", skipped, 0);
     av_dict_set(&options, "advanced_editlist", isCutByEditList ? "1" : "0", 0);
     AVFormatContext *input = nullptr;
     const int code = avformat_open_input(&input, ("file:" + QFile::encodeName(path)).constData(), format, &options);

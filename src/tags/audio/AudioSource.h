@@ -13,8 +13,8 @@ class AudioSource {
 public:
     enum class Container { MPEG, MP4, Other };
 
-    /// Opens the file with the demuxer that its first bytes name, else with libavformat's guess among audio formats.
-    /// Playlists and network addresses are never followed. Null if there is no audio stream in it.
+    /// Opens a regular file with the demuxer that its content asks for, whatever its name. Playlists and network
+    /// addresses are never followed. Null if there is no audio stream in it.
     /// `isCutByEditList`: an M4A's edit list also says where the stream ends, in its own coarse clock, and not only
     /// where it begins.
     static std::unique_ptr<AudioSource> open(const QString &path, bool isCutByEditList = false);

@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr qint64 kSearchBytes = 65536;
+constexpr uint64_t kSearchBytes = 1U << 20;
+constexpr qint64 kFrameBytes = 4096; // more than any frame has
 constexpr int kId3v1Bytes = 128;
 constexpr int kDecoderDelay = 529; // frames that every layer III decoder is late
 
@@ -21,8 +22,8 @@ constexpr std::array<std::array<int, 15>, 5> kBitRates = {{
     {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},         // MPEG 2 layers II and III
 }};
 
-std::span<const uint8_t> spanOf(const QByteArray &bytes, qsizetype from = 0) {
-    return {reinterpret_cast<const uint8_t *>(bytes.constData()) + from, static_cast<size_t>(bytes.size() - from)};
+std::span<const uint8_t> spanOf(const QByteArray &bytes) {
+    return {reinterpret_cast<const uint8_t *>(bytes.constData()), static_cast<size_t>(bytes.size())};
 }
 
 struct InfoFrame {
@@ -67,32 +68,26 @@ std::optional<InfoFrame> infoFrame(std::span<const uint8_t> frame, const MpegFra
     return info;
 }
 
-// The place of the first frame that is followed by another of its kind, or by the end of `bytes`.
-qsizetype firstFrame(const QByteArray &bytes) {
-    for (qsizetype at = 0; at + 4 <= bytes.size(); ++at) {
-        const auto header = mpegFrameHeader(spanOf(bytes, at));
-        if (!header)
-            continue;
-        const qsizetype next = at + header->frameBytes;
-        if (next + 4 > bytes.size())
-            return at;
-        const auto following = mpegFrameHeader(spanOf(bytes, next));
-        if (following && following->layer == header->layer && following->sampleRate == header->sampleRate)
-            return at;
-    }
-    return -1;
+std::optional<MpegFrameHeader> headerAt(const ByteReader &read, uint64_t position, uint64_t end) {
+    std::array<uint8_t, 4> bytes{};
+    if (position + bytes.size() > end || read(position, bytes.data(), bytes.size()) < bytes.size())
+        return std::nullopt;
+    return mpegFrameHeader(bytes);
 }
 
-qint64 tagsBefore(QFile &file) {
-    qint64 start = 0;
-    while (file.seek(start)) {
-        const QByteArray head = file.read(10);
-        const qint64 tag = head.size() == 10 ? id3v2Bytes(spanOf(head)) : 0;
-        if (tag == 0)
-            break;
-        start += tag;
+// Three headers of a kind in a row tell frames from chance; where the sound ends sooner, it ends with a frame, or the
+// first stands where it must, `isInPlace`.
+bool areFramesAt(const ByteReader &read, uint64_t position, uint64_t end, bool isInPlace) {
+    const auto first = headerAt(read, position, end);
+    for (int i = 0; i < 3; ++i) {
+        const auto header = headerAt(read, position, end);
+        if (!header || header->layer != first->layer || header->sampleRate != first->sampleRate)
+            return false;
+        position += static_cast<uint64_t>(header->frameBytes);
+        if (position + 4 > end)
+            return position == end || isInPlace;
     }
-    return start;
+    return true;
 }
 
 } // namespace
@@ -131,25 +126,53 @@ qint64 id3v2Bytes(std::span<const uint8_t> bytes) {
     return body + (hasFooter ? 20 : 10);
 }
 
+ByteReader readerOf(QFile &file) {
+    return [&file](uint64_t position, void *bytes, size_t size) -> size_t {
+        if (!file.seek(static_cast<qint64>(position)))
+            return 0;
+        const qint64 got = file.read(static_cast<char *>(bytes), static_cast<qint64>(size));
+        return static_cast<size_t>(std::max<qint64>(got, 0));
+    };
+}
+
+uint64_t behindLeadingTags(const ByteReader &read) {
+    uint64_t position = 0;
+    std::array<uint8_t, 10> head{};
+    while (read(position, head.data(), head.size()) == head.size() && id3v2Bytes(head) > 0)
+        position += static_cast<uint64_t>(id3v2Bytes(head));
+    return position;
+}
+
+std::optional<uint64_t> firstMpegFrame(const ByteReader &read, uint64_t start, uint64_t end) {
+    std::array<uint8_t, 8192> bytes{};
+    const uint64_t searchEnd = std::min(end, start + kSearchBytes);
+    for (uint64_t position = start; position < searchEnd; position += bytes.size() - 3) {
+        const size_t got = read(position, bytes.data(), bytes.size());
+        for (size_t at = 0; at + 4 <= got; ++at)
+            if (mpegFrameHeader({bytes.data() + at, 4}) &&
+                areFramesAt(read, position + at, end, position + at == start))
+                return position + at;
+    }
+    return std::nullopt;
+}
+
 std::optional<MpegAudioInfo> mpegAudioInfo(const QString &path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
-    const qint64 tags = tagsBefore(file);
-    if (!file.seek(tags))
+    const qint64 endTag = std::max<qint64>(0, file.size() - kId3v1Bytes);
+    file.seek(endTag);
+    const qint64 end = file.read(3) == "TAG" ? endTag : file.size();
+    const ByteReader read = readerOf(file);
+    const auto start = firstMpegFrame(read, behindLeadingTags(read), static_cast<uint64_t>(end));
+    if (!start || !file.seek(static_cast<qint64>(*start)))
         return std::nullopt;
-    const QByteArray head = file.read(kSearchBytes);
-    const qsizetype first = firstFrame(head);
-    if (first < 0)
-        return std::nullopt;
-    const MpegFrameHeader header = *mpegFrameHeader(spanOf(head, first));
+    const QByteArray head = file.read(kFrameBytes);
+    const MpegFrameHeader header = *mpegFrameHeader(spanOf(head));
     MpegAudioInfo info{.layer = header.layer, .sampleRate = header.sampleRate, .bitRate = header.bitRate};
 
-    const qint64 start = tags + first;
-    file.seek(std::max<qint64>(start, file.size() - kId3v1Bytes));
-    const qint64 audioBytes = file.size() - start - (file.read(3) == "TAG" ? kId3v1Bytes : 0);
-
-    const auto counted = infoFrame(spanOf(head, first), header);
+    const qint64 audioBytes = end - static_cast<qint64>(*start);
+    const auto counted = infoFrame(spanOf(head), header);
     info.hasInfoFrame = counted.has_value();
     // A file that was cut short still has the Info frame of the whole one; then only its size tells the truth.
     if (!counted || static_cast<qint64>(counted->bytes) > audioBytes) {

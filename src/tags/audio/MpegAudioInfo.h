@@ -3,8 +3,10 @@
 // Threads: any.
 #pragma once
 
+#include <QFile>
 #include <QString>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -24,6 +26,16 @@ std::optional<MpegFrameHeader> mpegFrameHeader(std::span<const uint8_t> bytes);
 /// Length in bytes of the ID3v2 tag that `bytes`, ten at least, begin with; 0 if there is none.
 qint64 id3v2Bytes(std::span<const uint8_t> bytes);
 
+/// Gives up to `size` bytes from `position` of a file; the number given.
+using ByteReader = std::function<size_t(uint64_t position, void *bytes, size_t size)>;
+ByteReader readerOf(QFile &file);
+
+/// Where the ID3v2 tags at the start of a file end.
+uint64_t behindLeadingTags(const ByteReader &read);
+
+/// The place of the first frame, looked for in the mebibyte from `start`, the end of the tags. `end` of the sound.
+std::optional<uint64_t> firstMpegFrame(const ByteReader &read, uint64_t start, uint64_t end);
+
 struct MpegAudioInfo {
     int layer = 0;
     int sampleRate = 0;   ///< hertz
@@ -33,5 +45,5 @@ struct MpegAudioInfo {
     bool hasInfoFrame = false;
 };
 
-/// Reads at most the first 64 KiB behind the tags; nothing if there is no frame in them.
+/// Nothing if firstMpegFrame() finds none.
 std::optional<MpegAudioInfo> mpegAudioInfo(const QString &path);
