@@ -3,6 +3,7 @@
 #include "capture/CaptureDevice.h"
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
+#include "platform/files/InPlaceWrite.h"
 #include "platform/run/LocalizedString.h"
 #include "platform/run/Log.h"
 #include "platform/run/ProcessList.h"
@@ -33,6 +34,7 @@ bool CorvidiaAppDelegate::initialize() {
     }
     registerUserDefaults();
     createFolders();
+    mendInterruptedWrites();
     return true;
 }
 

@@ -1,67 +1,23 @@
 #include "platform/files/SafeFileChange.h"
 
+#include "platform/files/FileCopy.h"
+#include "platform/files/InPlaceWrite.h"
+
 #include <QFile>
 #include <QFileInfo>
-#include <array>
 #include <atomic>
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/fs.h>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <sys/file.h>
-#include <sys/ioctl.h>
 #include <sys/xattr.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    ~Descriptor() {
-        if (descriptor_ >= 0)
-            ::close(descriptor_);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    int get() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
-
-bool copyByHand(int source, int target) {
-    std::array<char, 1 << 16> bytes;
-    for (;;) {
-        const ssize_t got = ::read(source, bytes.data(), bytes.size());
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            return got == 0;
-        for (ssize_t done = 0; done < got;) {
-            const ssize_t written = ::write(target, bytes.data() + done, static_cast<size_t>(got - done));
-            if (written < 0 && errno != EINTR)
-                return false;
-            done += std::max<ssize_t>(written, 0);
-        }
-    }
-}
-
-// Shares the blocks where the file system can, else lets the kernel copy, else copies.
-bool copyContent(int source, int target) {
-    if (::ioctl(target, FICLONE, source) == 0)
-        return true;
-    for (;;) {
-        const ssize_t copied =
-            ::copy_file_range(source, /*pinoff=*/nullptr, target, /*poutoff=*/nullptr, size_t{1} << 30, 0);
-        if (copied < 0 && errno == EINTR)
-            continue;
-        if (copied > 0)
-            continue;
-        // At the end, and at once on file systems that don't know the call, what is left is read; usually nothing.
-        return copyByHand(source, target);
-    }
-}
-
 // The attributes that can't be set (a security label without the right to it) stay behind; the file system gives its
 // own to a new file.
 void copyAttributes(int source, int target) {
@@ -81,20 +37,45 @@ bool isSame(const struct stat &a, const struct stat &b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
            a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
+
+// What a killed process left is looked for once in each process, and its copies once in each folder; a process that was
+// forked off looks for itself.
+bool isFirstChangeIn(dev_t device, ino_t folder) {
+    static std::mutex mutex;
+    static std::set<std::tuple<pid_t, dev_t, ino_t>> folders;
+    const std::lock_guard guard(mutex);
+    return folders.emplace(::getpid(), device, folder).second;
+}
+
+bool isRightsError(int error) { return error == EACCES || error == EPERM || error == EROFS; }
 } // namespace
 
-SafeFileChange::SafeFileChange(const QString &path) {
-    const QString target = QFileInfo(path).canonicalFilePath();
-    if (target.isEmpty())
+SafeFileChange::SafeFileChange(const QString &path) : path_(QFile::encodeName(QFileInfo(path).canonicalFilePath())) {
+    if (isFirstChangeIn(0, 0))
+        mendInterruptedWrites();
+    if (openFolder() && openCopy())
         return;
-    const QFileInfo info(target);
-    name_ = QFile::encodeName(info.fileName());
-    folder_ = ::open(QFile::encodeName(info.path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder_ < 0 || ::faccessat(folder_, name_.constData(), W_OK, 0) != 0)
-        return;
-    removeLeftovers();
-    if (!openCopy())
-        discard();
+    error_ = errno;
+    discard();
+}
+
+bool SafeFileChange::openFolder() {
+    const qsizetype slash = path_.lastIndexOf('/');
+    if (slash < 0) {
+        errno = ENOENT;
+        return false;
+    }
+    name_ = path_.mid(slash + 1);
+    const QByteArray folder = path_.left(std::max<qsizetype>(slash, 1));
+    folder_ = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder_ < 0 && errno == EACCES)
+        folder_ = ::open(folder.constData(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    struct stat info {};
+    if (folder_ < 0 || ::faccessat(folder_, name_.constData(), W_OK, 0) != 0 || ::fstat(folder_, &info) != 0)
+        return false;
+    if (isFirstChangeIn(info.st_dev, info.st_ino))
+        removeLeftovers();
+    return true;
 }
 
 SafeFileChange::~SafeFileChange() {
@@ -108,20 +89,29 @@ SafeFileChange::~SafeFileChange() {
 bool SafeFileChange::openCopy() {
     // O_NONBLOCK: opening a pipe must not wait for its other end.
     const Descriptor source(::openat(folder_, name_.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (source.get() < 0 || ::fstat(source.get(), &before_) != 0 || !S_ISREG(before_.st_mode))
+    if (source.get() < 0 || ::fstat(source.get(), &before_) != 0)
         return false;
-
+    if (!S_ISREG(before_.st_mode)) {
+        errno = EINVAL;
+        return false;
+    }
     static std::atomic<unsigned> number = 0;
     const QByteArray name =
         copyPrefix() + QByteArray::number(::getpid()) + '-' + QByteArray::number(number++) + copySuffix();
     copy_ = ::openat(folder_, name.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (copy_ < 0 && isRightsError(errno)) {
+        copy_ = openNamelessFile();
+        return copy_ >= 0 && copyContent(source.get(), copy_);
+    }
     if (copy_ < 0)
         return false;
     copyName_ = name;
     struct stat own {};
     // A sweep may have taken the file between its making and its lock; it has no name then.
-    if (::flock(copy_, LOCK_EX | LOCK_NB) == 0 && (::fstat(copy_, &own) != 0 || own.st_nlink == 0))
+    if (::flock(copy_, LOCK_EX | LOCK_NB) == 0 && (::fstat(copy_, &own) != 0 || own.st_nlink == 0)) {
+        errno = EBUSY;
         return false;
+    }
     if (!copyContent(source.get(), copy_))
         return false;
     copyAttributes(source.get(), copy_);
@@ -141,18 +131,42 @@ void SafeFileChange::discard() {
 }
 
 bool SafeFileChange::commit() {
-    struct stat now {};
-    const timespec times[2] = {before_.st_atim, {0, UTIME_OMIT}};
-    const bool isDone = isOpen() && ::futimens(copy_, times) == 0 && ::fsync(copy_) == 0 &&
-                        ::fstatat(folder_, name_.constData(), &now, 0) == 0 && isSame(before_, now) &&
-                        ::renameat(folder_, copyName_.constData(), folder_, name_.constData()) == 0;
-    if (isDone) {
-        copyName_.clear();
-        // The new file is in place for every program; after a power cut the old one may be back, whole.
-        static_cast<void>(::fsync(folder_));
-    }
+    if (!isOpen())
+        return false;
+    const bool isDone = put();
+    error_ = isDone ? 0 : errno;
     discard();
     return isDone;
+}
+
+bool SafeFileChange::put() {
+    const Descriptor file(::openat(folder_, name_.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    struct stat now {};
+    if (file.get() < 0 || ::fstat(file.get(), &now) != 0)
+        return false;
+    if (!isSame(before_, now)) {
+        errno = EBUSY;
+        return false;
+    }
+    if (haveSameContent(file.get(), copy_))
+        return true;
+    if (copyName_.isEmpty())
+        return putInPlace();
+    const timespec times[2] = {before_.st_atim, {0, UTIME_OMIT}};
+    if (::futimens(copy_, times) != 0 || ::fsync(copy_) != 0)
+        return false;
+    // In a folder that lets nobody replace the files of others this one can only be written in place.
+    if (::renameat(folder_, copyName_.constData(), folder_, name_.constData()) != 0)
+        return isRightsError(errno) && putInPlace();
+    copyName_.clear();
+    // The new file is in place for every program; after a power cut the old one may be back, whole.
+    static_cast<void>(::fsync(folder_));
+    return true;
+}
+
+bool SafeFileChange::putInPlace() {
+    const Descriptor file(::openat(folder_, name_.constData(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    return file.get() >= 0 && writeInPlace(file.get(), path_, copy_);
 }
 
 void SafeFileChange::removeLeftovers() const {
