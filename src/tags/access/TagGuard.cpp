@@ -12,44 +12,59 @@
 namespace {
 constexpr unsigned kMaxFrames = 20'000;
 
-// What all compressed frames of a tag together may hold.
+// What all compressed frames of a tag together may take and hold.
 constexpr size_t kMaxInflated = 32U << 20;
 
 using TagLib::ByteVector;
 
 std::string_view viewOf(const ByteVector &bytes) { return {bytes.data(), bytes.size()}; }
 
-// Takes from `budget` what the zlib stream at the start of `bytes` holds, if one starts there; false when it holds
-// more.
+// Takes from `budget` what the zlib stream at the start of `bytes` holds and what it is read from, for empty blocks
+// hold nothing; false when that is more.
 bool inflatesWithin(std::string_view bytes, size_t &budget) {
     static thread_local std::vector<Bytef> out(1U << 16);
     z_stream stream{};
     if (inflateInit(&stream) != Z_OK)
         return false;
     stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(bytes.data())); // zlib reads only
-    stream.avail_in = static_cast<uInt>(bytes.size());
-    bool isWithin = true;
+    stream.avail_in = static_cast<uInt>(std::min(bytes.size(), budget));
     int result = Z_OK;
-    while (result == Z_OK && isWithin) {
+    while (result == Z_OK && stream.total_in + stream.total_out <= budget) {
         stream.next_out = out.data();
         stream.avail_out = static_cast<uInt>(out.size());
         result = inflate(&stream, Z_NO_FLUSH);
-        const size_t got = out.size() - stream.avail_out;
-        isWithin = got <= budget;
-        budget -= std::min(got, budget);
     }
+    const size_t spent = stream.total_in + stream.total_out;
     inflateEnd(&stream);
+    const bool isWithin = spent <= budget;
+    budget -= std::min(spent, budget);
     return isWithin;
 }
 
-// Every place where a zlib stream could start is tried, so that no trick with the frames' layout hides one.
-bool allInflateWithin(std::string_view bytes) {
+bool isZlibStart(std::string_view bytes) {
+    const auto method = static_cast<uint8_t>(bytes[0]), flags = static_cast<uint8_t>(bytes[1]);
+    return (method & 0x0f) == 8 && (method >> 4) <= 7 && (method * 256 + flags) % 31 == 0;
+}
+
+// Whether a frame of this version that calls itself compressed can start here.
+bool isCompressedFrame(std::string_view bytes, unsigned version) {
+    const auto isIdLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); };
+    return std::all_of(bytes.begin(), bytes.begin() + 4, isIdLetter) && (bytes[9] & (version == 4 ? 0x08 : 0x80)) != 0;
+}
+
+// Every place where a compressed frame could start is tried, so that no trick with the frames' layout hides one.
+// Between its header and its content stand its length and other small things.
+bool allInflateWithin(std::string_view bytes, unsigned version) {
+    constexpr size_t kHeader = 10, kLongestExtra = 6;
     size_t budget = kMaxInflated;
-    for (size_t at = 0; at + 2 < bytes.size(); ++at) {
-        const auto method = static_cast<uint8_t>(bytes[at]), flags = static_cast<uint8_t>(bytes[at + 1]);
-        const bool isStart = (method & 0x0f) == 8 && (method >> 4) <= 7 && (method * 256 + flags) % 31 == 0;
-        if (isStart && !inflatesWithin(bytes.substr(at), budget))
-            return false;
+    unsigned streams = 0;
+    for (size_t at = 0; at + kHeader + kLongestExtra + 2 <= bytes.size(); ++at) {
+        if (!isCompressedFrame(bytes.substr(at, kHeader), version))
+            continue;
+        for (size_t start = at + kHeader; start <= at + kHeader + kLongestExtra; ++start)
+            if (isZlibStart(bytes.substr(start)) &&
+                (++streams > kMaxFrames || !inflatesWithin(bytes.substr(start), budget)))
+                return false;
     }
     return true;
 }
@@ -100,7 +115,7 @@ bool FrameGuard::trustsTag(TagStream &stream) const {
     for (int decoded = 0; decoded < 4; ++decoded) {
         // Where compressed frames ended the reading, not all chapters were counted; then there must be one or none.
         const unsigned allowed = compressed_ > 0 ? std::min(chapters_, 1U) : chapters_;
-        if (!allInflateWithin(viewOf(tag)) || chapterStarts(viewOf(tag)) > allowed)
+        if (!allInflateWithin(viewOf(tag), static_cast<uint8_t>(start[3])) || chapterStarts(viewOf(tag)) > allowed)
             return false;
         tag = TagLib::ID3v2::SynchData::decode(tag);
     }
