@@ -207,8 +207,8 @@ MpegLook lookAtMpegFrames(TagStream &stream) {
     while (position < end) {
         const uint64_t length = frameAt(stream, position, end);
         if (length == 0)
-            return {true, false};
+            return {true, MpegLook::End::Rubbish};
         position += length;
     }
-    return {true, position == end};
+    return {true, position == end ? MpegLook::End::WholeFrame : MpegLook::End::TornFrame};
 }

@@ -78,7 +78,7 @@ bool isRegular(const QString &path) {
 bool GracenoteHelper::addMP3Marks(TagStream &stream) {
     OpenedMP3 opened(stream);
     // Frames tell that this is an MP3: a tag in front of another kind of file would spoil it.
-    if (!opened.file() || !opened.look().hasFrames)
+    if (!opened.file() || !opened.look().hasFrames || opened.losesOnSave())
         return false;
     TagLib::ID3v2::Tag *tag = opened.file()->ID3v2Tag(/*create=*/true);
     if (!tag)

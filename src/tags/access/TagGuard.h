@@ -28,10 +28,13 @@ Mp4Look lookAtMp4(TagStream &stream);
 
 /// What stands between the tags of an MP3 file.
 struct MpegLook {
+    enum class End {
+        WholeFrame, ///< only tags follow the last frame
+        Rubbish,    ///< zeros, lyrics or something else stand behind the last frame of a row
+        TornFrame   ///< a decoder takes what follows for the rest of the last frame
+    };
     bool hasFrames = false;
-    /// The last frame is whole, and only tags follow it. A decoder would take what is appended to a torn frame for the
-    /// rest of it.
-    bool endsWithWholeFrame = false;
+    End end = End::Rubbish;
 };
 MpegLook lookAtMpegFrames(TagStream &stream);
 

@@ -1,5 +1,7 @@
 #include "tags/access/TagLibFile.h"
 
+#include "tags/access/TagLosses.h"
+
 namespace {
 constexpr auto kStyle = TagLib::AudioProperties::Average;
 }
@@ -27,13 +29,23 @@ const MpegLook &OpenedMP3::look() {
     return *look_;
 }
 
+bool OpenedMP3::losesOnSave() { return ::losesOnSave(stream_, file_->hasID3v2Tag() ? file_->ID3v2Tag() : nullptr); }
+
 void OpenedMP3::save() {
     using TagLib::MPEG::File;
     // TagLib's own answer tells only of read-only files; what matters is asked of the stream.
-    if (look().endsWithWholeFrame)
+    const MpegLook::End end = look().end;
+    if (end == MpegLook::End::WholeFrame) {
         file_->save(File::AllTags);
-    else
-        file_->save(File::ID3v2, TagLib::File::StripNone, TagLib::ID3v2::v4, TagLib::File::DoNotDuplicate);
+        return;
+    }
+    int kinds = File::ID3v2;
+    // Written over itself, it moves nothing.
+    if (file_->hasID3v1Tag())
+        kinds |= File::ID3v1;
+    if (file_->hasAPETag() && end != MpegLook::End::TornFrame)
+        kinds |= File::APE;
+    file_->save(kinds, TagLib::File::StripNone, TagLib::ID3v2::v4, TagLib::File::DoNotDuplicate);
 }
 
 OpenedM4A::OpenedM4A(TagStream &stream, bool isForWriting) {

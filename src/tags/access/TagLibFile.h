@@ -22,9 +22,12 @@ public:
     /// What stands between the tags, looked at once.
     const MpegLook &look();
 
+    /// Whether save() would lose something that TagLib has not read. To be asked before a tag is changed.
+    bool losesOnSave();
+
     /// Saves every kind of tag, as TagLib does by itself, so that a file gets an ID3v1 tag beside its ID3v2 tag. Where
-    /// a torn frame ends the sound, the tags behind it are left as they are, for a decoder takes them for the rest of
-    /// that frame. The stream tells whether it failed.
+    /// something else than a whole frame ends the sound no kind of tag is added behind it; those that are there stay
+    /// true. The stream tells whether it failed.
     void save();
 
 private:
