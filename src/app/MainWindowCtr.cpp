@@ -4,6 +4,7 @@
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
 #include "platform/run/LocalizedString.h"
+#include "platform/run/Log.h"
 #include "platform/run/MainThread.h"
 #include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
@@ -18,6 +19,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMenu>
+#include <utility>
 
 namespace {
 UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
@@ -173,10 +175,26 @@ bool MainWindowCtr::showInstallDevice() {
 
 void MainWindowCtr::recordedSongItem(const std::shared_ptr<SongItem> &song, [[maybe_unused]] DeviceType forDeviceType) {
     if (song)
-        writeID3(*song);
+        tellOfTags(*song, writeID3(*song));
     if (mainExiting_ || !song)
         return;
     libraryCtr_->addNewRecordingSong(song);
+}
+
+void MainWindowCtr::tellOfTags(const SongItem &song, TagWriteOutcome outcome) {
+    if (outcome == TagWriteOutcome::Written)
+        return;
+    logLine(QStringLiteral("no tags in %1: outcome %2").arg(song.songPath()).arg(static_cast<int>(outcome)));
+    // A file in which no sound is found has nobody who would miss its tags.
+    if (outcome == TagWriteOutcome::OtherFormat || std::exchange(hasToldOfTags_, true))
+        return;
+    const QString reason = localizedString(outcome == TagWriteOutcome::DiskFull      ? "The disk is full."
+                                           : outcome == TagWriteOutcome::NotWritable ? "It may not be written."
+                                           : outcome == TagWriteOutcome::Refused     ? "Other tags in it would be lost."
+                                                                                     : "It could not be written.");
+    tellOnceShown(localizedString("A recording has no title in its file"),
+                  localizedString("%1 can't be given its tags. The recording itself is whole.\n\n%2")
+                      .arg(QFileInfo(song.songPath()).fileName(), reason));
 }
 
 void MainWindowCtr::recordingDidFail(const QString &path, const QString &reason) {

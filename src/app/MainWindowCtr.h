@@ -7,6 +7,7 @@
 #include "capture/RecordViewCtr.h"
 #include "library/LibraryCtr.h"
 #include "platform/desktop/SleepInhibitor.h"
+#include "tags/access/TagWriteOutcome.h"
 #include "views/window/MainWindowView.h"
 
 #include <QAction>
@@ -58,6 +59,7 @@ private:
     void loadLibrary();
     void fillMenu();
     bool hasCaptureDevice();
+    void tellOfTags(const SongItem &song, TagWriteOutcome outcome);
     void setNoRecordStatus();
     void changeControlsState(bool isRecording);
     bool showInstallDevice();
@@ -73,6 +75,7 @@ private:
     std::function<void()> terminate_ = [] {};
     bool isRecording_ = false;
     bool asksForDevice_ = false;
+    bool hasToldOfTags_ = false; // once in a run
     bool mainExiting_ = false;
     int recordTracksNum_ = 0;
 };

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <limits>
 #include <numeric>
 #include <taglib/attachedpictureframe.h>
@@ -148,17 +149,22 @@ std::optional<M4AItems> keptItems(TagStream &stream, const Mp4Look &look, const 
     return isWhole ? std::optional(std::move(kept)) : std::nullopt;
 }
 
-// Marks and tags in one; false where the file must be left as it was.
-bool writeM4A(int copy, const QVariantMap &info) {
+TagWriteOutcome outcomeOf(const TagStream &stream) {
+    return stream.hasFailed() ? tagWriteOutcomeOf(stream.error()) : TagWriteOutcome::Refused;
+}
+
+// Marks and tags in one; the copy is whole only when they are written.
+TagWriteOutcome writeM4ACopy(int copy, const QVariantMap &info) {
+    errno = 0;
     const std::optional<GracenoteHelper::M4AMarks> marks = GracenoteHelper::addM4AMarks(copy);
     if (!marks)
-        return false;
+        return tagWriteOutcomeOf(errno);
     TagStream stream(copy);
     std::optional<M4AItems> kept;
     {
         OpenedM4A opened(stream, /*isForWriting=*/true);
         if (!opened.file() || !(kept = keptItems(stream, opened.look(), *marks, info)))
-            return false;
+            return outcomeOf(stream);
         writeTexts(*opened.file()->tag(), info);
         if (info.contains(TagKey::kCover))
             writeCovers(*opened.file()->tag(), info[TagKey::kCover]);
@@ -168,31 +174,44 @@ bool writeM4A(int copy, const QVariantMap &info) {
     const Mp4Look look = lookAtMp4(stream);
     std::optional<M4AItems> items = readM4AItems(stream, look);
     if (stream.hasFailed() || !items)
-        return false;
+        return outcomeOf(stream);
     std::erase_if(*items, [&](const std::string &item) { return !isGiven(info, nameOfM4AItem(item)); });
     items->insert(items->end(), kept->begin(), kept->end());
-    return writeM4AItems(stream, look, *items);
+    return writeM4AItems(stream, look, *items) ? TagWriteOutcome::Written : outcomeOf(stream);
 }
 
-enum class Written {
-    No,        // the marks can't be written: the file is as it was
-    MarksOnly, // the file has got the marks
-    Yes,
-    Spoilt // the tags did not fit on the disk: the file is as it was
-};
-
-template <typename AddMarks, typename WriteTags>
-Written writeAtOnce(const QString &path, AddMarks addMarks, WriteTags writeTags) {
+TagWriteOutcome writeM4A(const QString &path, const std::optional<QVariantMap> &info) {
+    if (path.isNull() || !info)
+        return TagWriteOutcome::Failed;
     SafeFileChange change(path);
-    if (!change.isOpen() || !addMarks(change.descriptor()))
-        return Written::No;
-    TagStream stream(change.descriptor());
-    const bool hasTags = writeTags(stream);
-    if (stream.hasFailed())
-        return Written::Spoilt;
-    if (!change.commit())
-        return Written::No;
-    return hasTags ? Written::Yes : Written::MarksOnly;
+    if (!change.isOpen())
+        return tagWriteOutcomeOf(change.error());
+    const TagWriteOutcome outcome = writeM4ACopy(change.descriptor(), *info);
+    if (outcome != TagWriteOutcome::Written)
+        return outcome;
+    return change.commit() ? TagWriteOutcome::Written : tagWriteOutcomeOf(change.error());
+}
+
+// The marks stay where the tags find no room.
+TagWriteOutcome writeMP3(const QString &path, const std::optional<QVariantMap> &info) {
+    if (path.isNull() || !info)
+        return TagWriteOutcome::Failed;
+    std::optional<SafeFileChange> change(path);
+    if (!change->isOpen())
+        return tagWriteOutcomeOf(change->error());
+    TagStream marked(change->descriptor());
+    if (!GracenoteHelper::addMP3Marks(marked))
+        return outcomeOf(marked);
+    TagStream stream(change->descriptor());
+    const bool hasTags = writeMP3Tags(stream, *info);
+    if (stream.hasFailed()) {
+        change.reset();
+        GracenoteHelper::setMP3GracenoteInfo(path); // the marks alone may fit, and if not, nothing more can be done
+        return outcomeOf(stream);
+    }
+    if (!change->commit())
+        return tagWriteOutcomeOf(change->error());
+    return hasTags ? TagWriteOutcome::Written : TagWriteOutcome::Refused;
 }
 } // namespace
 
@@ -207,18 +226,22 @@ std::optional<QVariantMap> TagLibHelper::ID3Info(const QString &path) {
     }
 }
 
-bool TagLibHelper::setID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
+TagWriteOutcome TagLibHelper::writeID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
     logLine(QStringLiteral("------before setID3Info filePath = %1 | FileSize = %2")
                 .arg(path)
                 .arg(static_cast<int32_t>(AudioConverter::getFileSize(path))));
     switch (AudioFileHelper::AudioFileFormatID(path)) {
     case AudioFileHelper::kFormatMP3:
-        return setMP3ID3Info(path, ID3Info);
+        return writeMP3(path, ID3Info);
     case AudioFileHelper::kFormatAAC:
-        return setM4AID3Info(path, ID3Info);
+        return writeM4A(path, ID3Info);
     default:
-        return false;
+        return TagWriteOutcome::OtherFormat;
     }
+}
+
+bool TagLibHelper::setID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
+    return writeID3Info(path, ID3Info) == TagWriteOutcome::Written;
 }
 
 std::optional<QVariantMap> TagLibHelper::MP3ID3Info(const QString &path) {
@@ -256,25 +279,11 @@ std::optional<QVariantMap> TagLibHelper::M4AID3Info(const QString &path) {
 }
 
 bool TagLibHelper::setMP3ID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
-    if (path.isNull() || !ID3Info)
-        return false;
-    const Written written = writeAtOnce(
-        path,
-        [](int copy) {
-            TagStream stream(copy);
-            return GracenoteHelper::addMP3Marks(stream);
-        },
-        [&](TagStream &stream) { return writeMP3Tags(stream, *ID3Info); });
-    if (written == Written::Spoilt)
-        GracenoteHelper::setMP3GracenoteInfo(path); // the marks alone may fit, and if not, nothing more can be done
-    return written == Written::Yes;
+    return writeMP3(path, ID3Info) == TagWriteOutcome::Written;
 }
 
 bool TagLibHelper::setM4AID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
-    if (path.isNull() || !ID3Info)
-        return false;
-    SafeFileChange change(path);
-    return change.isOpen() && writeM4A(change.descriptor(), *ID3Info) && change.commit();
+    return writeM4A(path, ID3Info) == TagWriteOutcome::Written;
 }
 
 void TagLibHelper::setKeepsOtherTags(bool isKeeping) { keepsOtherTags.store(isKeeping, std::memory_order_relaxed); }

@@ -6,6 +6,8 @@
 // Threads: any. Of two writes to one file at the same time one answers no.
 #pragma once
 
+#include "tags/access/TagWriteOutcome.h"
+
 #include <QString>
 #include <QVariantMap>
 #include <optional>
@@ -21,6 +23,9 @@ public:
     /// write that marks it takes the old ones away. False for any other format, where the marks can't be written, and
     /// where the tags can't; in the last case an MP3 has got the marks, and an M4A is as it was.
     static bool setID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info);
+
+    /// setID3Info(), and why not.
+    [[nodiscard]] static TagWriteOutcome writeID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info);
 
     /// Whether the write that marks an M4A puts back the items that the marks replaced and `ID3Info` does not give:
     /// lyrics, numbers, the gapless data and whatever else there was. True at the start of the program; without it

@@ -97,7 +97,7 @@ void TagStream::writeBlock(const TagLib::ByteVector &data) {
     const long end = position_ + static_cast<long>(data.size());
     // Past the visible end stands what is hidden; whoever wants room there inserts.
     if (hiddenTail_ > 0 && end > length()) {
-        hasFailed_ = true;
+        error_ = EIO;
         return;
     }
     if (writeAt(position_, data.data(), data.size()))
@@ -129,12 +129,13 @@ void TagStream::truncate(long length) {
 bool TagStream::writeAt(long position, const char *bytes, size_t size) {
     windowSize_ = 0;
     size_t done = 0;
-    while (done < size && !hasFailed_ && !readOnly()) {
+    while (done < size && !hasFailed() && !readOnly()) {
         const ssize_t written =
             ::pwrite(descriptor_, bytes + done, size - done, static_cast<off_t>(position) + static_cast<off_t>(done));
         if (written < 0 && errno == EINTR)
             continue;
-        hasFailed_ = written <= 0;
+        if (written <= 0)
+            error_ = written < 0 ? errno : EIO;
         done += static_cast<size_t>(std::max<ssize_t>(written, 0));
     }
     return done == size;
@@ -153,7 +154,7 @@ bool TagStream::move(long from, long to) {
         if (readFully(descriptor_, static_cast<uint64_t>(from + offset), bytes.data(), static_cast<size_t>(step)) !=
                 static_cast<size_t>(step) ||
             !writeAt(to + offset, bytes.data(), static_cast<size_t>(step))) {
-            hasFailed_ = true;
+            error_ = hasFailed() ? error_ : EIO;
             return false;
         }
         done += step;
@@ -164,6 +165,6 @@ bool TagStream::move(long from, long to) {
 void TagStream::setSize(long size) {
     windowSize_ = 0;
     if (size < size_ && ::ftruncate(descriptor_, size) != 0)
-        hasFailed_ = true;
+        error_ = errno;
     size_ = size;
 }

@@ -28,7 +28,9 @@ public:
     TagStream &operator=(const TagStream &) = delete;
 
     /// A write failed, and the file may be half changed.
-    bool hasFailed() const { return hasFailed_; }
+    bool hasFailed() const { return error_ != 0; }
+    /// The errno of that write; 0 for none.
+    int error() const { return error_; }
     /// A read was refused, so that what TagLib made of the file can't be trusted.
     bool hasRefused() const { return hasRefused_; }
 
@@ -61,7 +63,7 @@ private:
 
     int descriptor_ = -1;
     bool ownsDescriptor_ = false;
-    bool hasFailed_ = false;
+    int error_ = 0;
     bool hasRefused_ = false;
     unsigned readsLeft_ = 2'000'000;
     long position_ = 0;

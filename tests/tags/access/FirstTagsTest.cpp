@@ -30,7 +30,7 @@ TEST(FirstTags, OfARecordingHaveDefaultsForWhatIsAbsentAndOneCover) {
     song.setSongID(DataBaseManager::defaultManager().insertSongItem(song));
 
     EXPECT_FALSE(tagDictionaryOf(song, /*isWithCover=*/false).contains(TagKey::kCover)) << "the file's pictures stay";
-    writeID3(song);
+    EXPECT_EQ(writeID3(song), TagWriteOutcome::Written);
     const auto info = TagLibHelper::ID3Info(song.songPath());
     ASSERT_TRUE(info);
     EXPECT_EQ((*info)[TagKey::kTitle], "Unknown Title");

@@ -169,7 +169,7 @@ TEST_F(Tags, ThatWouldBeLostAreLeftAlone) {
         SCOPED_TRACE(name);
         const QString path = makeFile("a.mp3", tag + bare);
         EXPECT_TRUE(TagLibHelper::ID3Info(path));
-        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{TagKey::kArtist, "A"}}));
+        EXPECT_EQ(TagLibHelper::writeID3Info(path, QVariantMap{{TagKey::kArtist, "A"}}), TagWriteOutcome::Refused);
         EXPECT_FALSE(TagLibHelper::setMP3GracenoteInfo(path));
         EXPECT_EQ(bytesOf(path), tag + bare);
     }
@@ -459,8 +459,10 @@ TEST_F(Tags, AReadOnlyFileAnswersNoAndAReadOnlyFolderDoesNotMatter) {
     if (child == 0) {
         const bool isOrdinary = ::geteuid() != 0 || ::setuid(65534) == 0;
         const QVariantMap tags{{TagKey::kTitle, "T"}};
-        ::_exit(isOrdinary && !TagLibHelper::setID3Info(alone, tags) && TagLibHelper::setID3Info(inFolder, tags) ? 0
-                                                                                                                 : 1);
+        ::_exit(isOrdinary && TagLibHelper::writeID3Info(alone, tags) == TagWriteOutcome::NotWritable &&
+                        TagLibHelper::setID3Info(inFolder, tags)
+                    ? 0
+                    : 1);
     }
     int status = -1;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
@@ -484,7 +486,8 @@ TEST_F(Tags, AFullDiskLeavesTheFileWhole) {
         const auto handler = std::signal(SIGXFSZ, SIG_IGN);
         const rlimit small{static_cast<rlim_t>(bytesOf(path).size()) + 4'000, old.rlim_max};
         ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-        EXPECT_FALSE(TagLibHelper::setID3Info(path, QVariantMap{{TagKey::kTitle, QString(50'000, 'x')}}));
+        EXPECT_EQ(TagLibHelper::writeID3Info(path, QVariantMap{{TagKey::kTitle, QString(50'000, 'x')}}),
+                  TagWriteOutcome::DiskFull);
         ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
         std::signal(SIGXFSZ, handler);
         EXPECT_EQ(decodeAudio(path).left, before.left);
