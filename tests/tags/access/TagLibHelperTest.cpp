@@ -104,7 +104,8 @@ TEST_F(Tags, OfEveryKindOfMp3AreReadAndWritten) {
     } const cases[] = {
         {"no tags", bare, ""},
         {"ID3v1", bare + v1, "Old"},
-        {"ID3v2.2", id3v2("TT2\0\0\4\0Old"s, 2) + bare, "Old"},
+        {"ID3v2.2, padded: TagLib 2 overlooks a short last frame",
+         id3v2("TT2\0\0\4\0Old"s + std::string(20, '\0'), 2) + bare, "Old"},
         {"ID3v2.3 with a foreign UFID and several TXXX", v3 + bare, "Old"},
         {"ID3v2.4", bytesOf(makeTone("v4.mp3", kMp3Texts + " -id3v2_version 4")), "Old"},
         {"an empty ID3v2 tag behind the first", v3 + id3v2(std::string(99, '\0')) + bare, "Old"},
