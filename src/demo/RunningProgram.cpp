@@ -2,6 +2,7 @@
 
 #include "demo/PrivateDesktop.h"
 
+#include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QElapsedTimer>
@@ -14,11 +15,13 @@ constexpr const char *kConnection = "running-program";
 constexpr int kPatienceMilliseconds = 20'000;
 } // namespace
 
-bool waitUntil(const std::function<bool()> &condition) {
+bool waitUntil(const std::function<bool()> &condition, int milliseconds) {
     QElapsedTimer timer;
-    for (timer.start(); !condition(); QThread::msleep(20))
-        if (timer.elapsed() > kPatienceMilliseconds)
+    for (timer.start(); !condition(); QThread::msleep(5)) {
+        if (timer.elapsed() > milliseconds)
             return false;
+        QCoreApplication::processEvents();
+    }
     return true;
 }
 

@@ -36,5 +36,5 @@ private:
     QProcess process_;
 };
 
-/// Looks until `condition` holds; false after twenty seconds.
-bool waitUntil(const std::function<bool()> &condition);
+/// Lets the event loop run and looks until `condition` holds; false after so long.
+bool waitUntil(const std::function<bool()> &condition, int milliseconds = 20'000);

@@ -1,9 +1,9 @@
 #include "capture/AudioRecord.h"
 
 #include "demo/DecodedAudio.h"
+#include "demo/RunningProgram.h"
 #include "platform/media/Av.h"
 #include "platform/run/Log.h"
-#include "platform/sound/Reblocker.h"
 #include "support/FakeInputUnit.h"
 
 #include <QCoreApplication>
@@ -80,7 +80,7 @@ protected:
         for (int i = 0; i < blocks; ++i) {
             feedBlock();
             engine.deliverReports();
-            EXPECT_TRUE(waitFor([this] { return engine.freeMP3Blocks() > 8; })); // with fewer the writer was woken
+            EXPECT_TRUE(waitUntil([this] { return engine.freeMP3Blocks() > 8; })); // with fewer the writer was woken
         }
     }
     void tone(int blocks) {
@@ -101,14 +101,6 @@ protected:
     }
     std::mt19937 random_{1};
     std::uniform_real_distribution<float> noise_{-0.5f, 0.5f};
-
-    static bool waitFor(const std::function<bool()> &condition, int milliseconds = 20'000) {
-        QElapsedTimer timer;
-        for (timer.start(); !condition(); QCoreApplication::processEvents())
-            if (timer.elapsed() > milliseconds)
-                return false;
-        return true;
-    }
 };
 
 QStringList synced; // files that were made to reach the disk
@@ -193,7 +185,7 @@ TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
         EXPECT_EQ(heard.finished, QStringList{path(name)});
         heard.finished.clear();
     }
-    EXPECT_TRUE(waitFor([&] { return heard.lostBlocks == 2; })); // a frame of the M4A
+    EXPECT_TRUE(waitUntil([&] { return heard.lostBlocks == 2; })); // a frame of the M4A
     EXPECT_TRUE(heard.failures.isEmpty());
 }
 
@@ -250,10 +242,10 @@ TEST_F(AudioRecordTest, RunsThroughItsLifeAsTheSessionDrivesIt) {
 TEST_F(AudioRecordTest, AnswersForFilesThatCannotBeMade) {
     EXPECT_FALSE(open("no folder/x.m4a", ExportType::M4A));
     EXPECT_FALSE(engine.isRecording());
-    ASSERT_TRUE(waitFor([&] { return heard.failures.size() == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return heard.failures.size() == 1; }));
     EXPECT_TRUE(open("no folder/x.mp3", ExportType::MP3));
     EXPECT_FALSE(engine.isRecording());
-    ASSERT_TRUE(waitFor([&] { return heard.failures.size() == 2; }));
+    ASSERT_TRUE(waitUntil([&] { return heard.failures.size() == 2; }));
     EXPECT_TRUE(open("x.wav", static_cast<ExportType>(5)));
     EXPECT_FALSE(engine.isRecording());
     engine.stopRecordAudioFile();
@@ -271,7 +263,7 @@ TEST_F(AudioRecordTest, LosesTheTwentyFirstBlockBehindAStalledWriterAndSaysSo) {
     do {
         device.tone();
         engine.deliverReports();
-    } while (waitFor([&] { return engine.freeMP3Blocks() == 20; }, /*milliseconds=*/2000));
+    } while (waitUntil([&] { return engine.freeMP3Blocks() == 20; }, /*milliseconds=*/2000));
     for (int i = 0; i < 19; ++i)
         device.tone();
     EXPECT_EQ(engine.freeMP3Blocks(), 0);
@@ -291,7 +283,7 @@ TEST_F(AudioRecordTest, LosesTheTwentyFirstBlockBehindAStalledWriterAndSaysSo) {
     drain.join();
     close(reader);
     EXPECT_EQ(log.filter("11 blocks of sound (0.13 s) were lost from").size(), 1);
-    EXPECT_TRUE(waitFor([&] { return heard.lostBlocks == 11; }));
+    EXPECT_TRUE(waitUntil([&] { return heard.lostBlocks == 11; }));
     EXPECT_EQ(heard.failures.size(), 1); // a pipe takes no info frame
 }
 
@@ -338,7 +330,7 @@ TEST_F(AudioRecordTest, KeepsWhatIsHeldAtAStopAndTellsWhatTheHoldCannotTake) {
         tone(after); // at twice the pace: as many again are still held
         engine.stopRecordAudioFile();
         EXPECT_EQ(decodeAudio(path(name)).frames(), (held - lost + after) * kBlockFrames);
-        EXPECT_TRUE(waitFor([&, lost = lost] { return heard.lostBlocks == lost; }));
+        EXPECT_TRUE(waitUntil([&, lost = lost] { return heard.lostBlocks == lost; }));
     }
 }
 
@@ -371,26 +363,26 @@ TEST_F(AudioRecordTest, LooksForReportsByItselfWhileTheUnitRunsAndOnceMoreBehind
     engine.configurePluginDiviceAuidoUnit();
     QCoreApplication::processEvents();
     device.tone(); // idle, it looks once a second; the first sound wakes it
-    EXPECT_TRUE(waitFor([&] { return heard.signalled.size() == 1; }, /*milliseconds=*/700));
+    EXPECT_TRUE(waitUntil([&] { return heard.signalled.size() == 1; }, /*milliseconds=*/700));
     engine.setAutoSplitTimeForMillisecond(300);
     ASSERT_TRUE(open("looks.m4a", ExportType::M4A));
     QElapsedTimer timer;
     timer.start();
     for (size_t looks = 1; looks <= 5; ++looks) {
         device.tone();
-        EXPECT_TRUE(waitFor([&] { return heard.signalled.size() > looks; }));
+        EXPECT_TRUE(waitUntil([&] { return heard.signalled.size() > looks; }));
     }
     EXPECT_LT(timer.elapsed(), 1000); // ten times a second
     for (int i = 0; i < 27; ++i)
         device.silence();
-    EXPECT_TRUE(waitFor([&] { return heard.silences.size() == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return heard.silences.size() == 1; }));
     device.tone();
-    EXPECT_TRUE(waitFor([&] { return heard.signalled.size() == 35; })); // one more at the split
+    EXPECT_TRUE(waitUntil([&] { return heard.signalled.size() == 35; })); // one more at the split
     device.tone();
     engine.stopRecordAudio();
-    EXPECT_TRUE(waitFor([&] { return heard.signalled.size() == 36; }));
+    EXPECT_TRUE(waitUntil([&] { return heard.signalled.size() == 36; }));
     device.tone(); // of a unit that does not run
-    EXPECT_FALSE(waitFor([&] { return heard.signalled.size() > 36; }, /*milliseconds=*/200));
+    EXPECT_FALSE(waitUntil([&] { return heard.signalled.size() > 36; }, /*milliseconds=*/200));
 }
 
 TEST_F(AudioRecordTest, KeepsAllSilenceWhenTheMainThreadNeverAnswersAndHoldsNoneThatNobodyCutsAt) {
@@ -415,9 +407,9 @@ TEST_F(AudioRecordTest, AGrowingM4aSurvivesTheDeathOfTheProgram) {
     tone(400); // 4.6 s
     const QString growing = path("growing.m4a");
     // What stands on the disk now is what a killed process would leave.
-    ASSERT_TRUE(waitFor([&] { return QFileInfo(growing).size() > 30'000; }));
+    ASSERT_TRUE(waitUntil([&] { return QFileInfo(growing).size() > 30'000; }));
     const QString left = path("left behind.m4a");
-    ASSERT_TRUE(waitFor([&] {
+    ASSERT_TRUE(waitUntil([&] {
         QFile::remove(left);
         return QFile::copy(growing, left) && decodeAudio(left).frames() >= 3u * kSampleRate;
     }));
@@ -442,7 +434,7 @@ TEST_F(AudioRecordTest, AFullDiskStopsTheFileIsToldOnceAndCostsNothingThatWasWri
         heard.failures.clear();
         heard.finished.clear();
         ASSERT_TRUE(open(name, type));
-        ASSERT_TRUE(waitFor([&] {
+        ASSERT_TRUE(waitUntil([&] {
             noise(10);
             return !heard.failures.isEmpty();
         }));
@@ -452,44 +444,4 @@ TEST_F(AudioRecordTest, AFullDiskStopsTheFileIsToldOnceAndCostsNothingThatWasWri
         EXPECT_EQ(heard.finished, QStringList{path(name)});
         EXPECT_GT(decodeAudio(path(name)).frames(), 1u * kSampleRate);
     }
-}
-
-TEST_F(AudioRecordTest, DecidesTheSameHoweverTheSoundIsCutIntoFragments) {
-    // 3 s: silence, sound that ends inside a block, a gap that splits, and sound again.
-    std::vector<float> stream(2 * 3 * kSampleRate);
-    for (size_t frame = 0; frame < stream.size() / 2; ++frame) {
-        const bool isSound = (frame > 10'000 && frame < 55'555) || frame > 77'777;
-        stream[2 * frame] = stream[2 * frame + 1] =
-            isSound ? 0.4f * static_cast<float>(std::sin(0.05 * static_cast<double>(frame % 9973))) : 0.0f;
-    }
-    engine.setAutoSplitTimeForMillisecond(300);
-    std::vector<std::vector<qint64>> decisions;
-    for (const size_t fragment : {1u, 3u, 7u, 512u, 997u}) {
-        heard = {};
-        ASSERT_TRUE(open("fragments.m4a", ExportType::M4A));
-        Reblocker reblocker;
-        for (size_t frame = 0; frame < stream.size() / 2;) {
-            size_t left = std::min(fragment, stream.size() / 2 - frame);
-            reblocker.beginChunk(Reblocker::framesToNanos(frame));
-            while (left > 0) {
-                const size_t taken = reblocker.take(stream.data() + 2 * frame, left);
-                frame += taken;
-                left -= taken;
-                if (reblocker.isFull()) {
-                    engine.AudioInputProc(reblocker.slice());
-                    engine.deliverReports();
-                }
-            }
-        }
-        engine.stopRecordAudioFile();
-        std::vector<qint64> decided{static_cast<qint64>(decodeAudio(path("fragments.m4a")).frames())};
-        for (const auto &signal : heard.signalled)
-            decided.insert(decided.end(), {signal.isNull, signal.inFile, signal.overall});
-        for (const float silence : heard.silences)
-            decided.push_back(static_cast<qint64>(silence * 1e6f));
-        decisions.push_back(decided);
-    }
-    EXPECT_EQ(heard.silences.size(), 1u);
-    for (const auto &decided : decisions)
-        EXPECT_EQ(decided, decisions.front());
 }

@@ -2,6 +2,7 @@
 // happens, not one sample of it may come out.
 #include "capture/CaptureDevice.h"
 #include "demo/PrivateSoundServer.h"
+#include "demo/RunningProgram.h"
 #include "platform/run/HostTime.h"
 #include "platform/run/Log.h"
 #include "platform/sound/PulseInputUnit.h"
@@ -161,17 +162,6 @@ protected:
         ASSERT_TRUE(unit_->initialize(getInPutAudioDeviceIDForName(kCaptureDeviceName)));
         ASSERT_EQ(unit_->start(), 0);
         ASSERT_TRUE(waitForBlocks());
-    }
-
-    template <class Condition>
-    bool waitUntil(Condition condition, qint64 milliseconds = 15'000) {
-        QElapsedTimer clock;
-        for (clock.start(); !condition(); QThread::msleep(5)) {
-            if (clock.elapsed() > milliseconds)
-                return false;
-            QCoreApplication::processEvents();
-        }
-        return true;
     }
 
     bool waitForBlocks() {

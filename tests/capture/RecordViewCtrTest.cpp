@@ -1,6 +1,7 @@
 #include "capture/RecordViewCtr.h"
 
 #include "demo/PrivateSoundServer.h"
+#include "demo/RunningProgram.h"
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
@@ -13,7 +14,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QTimer>
@@ -332,15 +332,10 @@ TEST_F(RecordViewCtrTest, TellsWhatItIsDoingBlockByBlock) {
 
 TEST_F(RecordViewCtrTest, LeavesAServerAloneThatAppearsBeforeAnybodyAgreedToTheDevice) {
     PrivateSoundServer server(PrivateSoundServer::Kind::PulseAudio, QDir::homePath());
-    const auto processEventsFor = [](qint64 milliseconds, auto isEnough) {
-        QElapsedTimer clock;
-        for (clock.start(); clock.elapsed() < milliseconds && !isEnough();)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    };
-    processEventsFor(100, [] { return false; });
+    waitUntil([] { return false; }, 100);
     ASSERT_TRUE(server.start()) << qPrintable(server.errorText());
-    processEventsFor(5000, [] { return SoundServer::defaultServer().sources().has_value(); });
-    processEventsFor(300, [] { return false; });
+    ASSERT_TRUE(waitUntil([] { return SoundServer::defaultServer().sources().has_value(); }));
+    waitUntil([] { return false; }, 300);
     const QByteArray modules = server.control({"list", "short", "modules"});
     EXPECT_FALSE(modules.isEmpty());
     EXPECT_FALSE(modules.contains("remap"));

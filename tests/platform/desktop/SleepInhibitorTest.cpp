@@ -1,14 +1,13 @@
 #include "platform/desktop/SleepInhibitor.h"
 
 #include "demo/PrivateDesktop.h"
+#include "demo/RunningProgram.h"
 #include "platform/run/Log.h"
 
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -49,14 +48,6 @@ public:
 private:
     int lock_[2]{};
 };
-
-bool waitUntil(const std::function<bool()> &condition) {
-    QElapsedTimer timer;
-    for (timer.start(); !condition(); QCoreApplication::processEvents(QEventLoop::AllEvents, 10))
-        if (timer.elapsed() > 10'000)
-            return false;
-    return true;
-}
 
 class SleepInhibitorTest : public testing::Test {
 protected:

@@ -69,30 +69,6 @@ TEST(MainWindowView, TabGoesFromRecordOverCutAndMenuToTheTracks) {
     EXPECT_EQ(tracks, window.recordingPage()->runTracksView());
 }
 
-TEST(MainWindowView, AsksBeforeItCloses) {
-    MainWindowView window;
-    bool mayClose = false;
-    window.setShouldClose([&] { return mayClose; });
-    window.show();
-    EXPECT_FALSE(window.close());
-    EXPECT_TRUE(window.isVisible());
-    mayClose = true;
-    EXPECT_TRUE(window.close());
-}
-
-TEST(RecordingPage, SaysWhatToDoUntilThereIsATrack) {
-    RecordingPage page(/*parent=*/nullptr);
-    EXPECT_FALSE(page.sentence().isEmpty());
-    page.setState(RecordingPageState::Recording);
-    EXPECT_TRUE(page.sentence().contains("Recording"));
-    const auto song = std::make_shared<SongItem>();
-    page.runTracksView()->addSongItemOnMainThread(song);
-    page.setState(RecordingPageState::Idle);
-    EXPECT_TRUE(page.sentence().isEmpty());
-    page.runTracksView()->removeSongItemOnMainThread(song);
-    EXPECT_FALSE(page.sentence().isEmpty());
-}
-
 TEST(RunTracksView, ShowsTheTracksOfThisRunNewestFirst) {
     RunTracksView view(/*parent=*/nullptr);
     const auto first = std::make_shared<SongItem>();
