@@ -44,7 +44,7 @@ public:
     bool isAllIn(const TagLib::ID3v2::FrameList &frames) const {
         size_t position = start_;
         for (const TagLib::ID3v2::Frame *frame : frames) {
-            if (!isIdAt(position) || losesText(position, frame->size()))
+            if (!isIdAt(position) || losesFlags(position) || losesText(position, frame->size()))
                 return false;
             position += frameHeader_ + frame->size();
         }
@@ -85,6 +85,13 @@ private:
                     return true;
             }
         return false;
+    }
+
+    // TagLib writes no flags, and takes the byte that names a group for content.
+    bool losesFlags(size_t position) const {
+        constexpr char kEncryptedOrGroupedV3 = 0x60, kEncryptedOrGroupedV4 = 0x44;
+        return frameHeader_ == 10 &&
+               (rest(position)[9] & (header_.majorVersion() == 4 ? kEncryptedOrGroupedV4 : kEncryptedOrGroupedV3)) != 0;
     }
 
     // Whether TagLib takes a text that is not empty for an empty one.
