@@ -102,6 +102,8 @@ bool FrameGuard::updateFrame(FrameHeaderAccess::Header *header) const {
     // As an unknown frame, a chapter keeps its bytes unread.
     if (isChapter && !isTrusting_)
         return false;
+    // TagLib would leave out, in any save, what asks to go when a program that does not know it changes the tag.
+    header->setTagAlterPreservation(false);
     return FrameFactory::updateFrame(header);
 }
 

@@ -96,7 +96,7 @@ TEST_F(Tags, OfEveryKindOfMp3AreReadAndWritten) {
     const std::string bare = bytesOf(makeTone("bare.mp3", "-id3v2_version 0 -write_xing 0"));
     const std::string v1 = "TAG"s + std::string("Old").append(27, '\0') + std::string(94, '\0') + '\x11' + "";
     const std::string v3 = id3v2(frame("TIT2", "\0Old"s) + frame("UFID", "http://example.org\0id"s) +
-                                 frame("TXXX", "\0other\0x"s) + frame("TXXX", "\0more\0y"s));
+                                 frame("TXXX", "\0other\0x"s, {"\x80\0", 2}) + frame("TXXX", "\0more\0y"s));
     struct {
         const char *name;
         std::string bytes;
