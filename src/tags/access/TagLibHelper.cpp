@@ -176,7 +176,10 @@ TagWriteOutcome writeM4ACopy(int copy, const QVariantMap &info) {
     if (stream.hasFailed() || !items)
         return outcomeOf(stream);
     std::erase_if(*items, [&](const std::string &item) { return !isGiven(info, nameOfM4AItem(item)); });
-    items->insert(items->end(), kept->begin(), kept->end());
+    // Some readers take gapless data that stands behind pictures for a picture's.
+    const auto pictures = std::stable_partition(items->begin(), items->end(),
+                                                [](const std::string &item) { return nameOfM4AItem(item) != "covr"; });
+    items->insert(pictures, kept->begin(), kept->end());
     return writeM4AItems(stream, look, *items) ? TagWriteOutcome::Written : outcomeOf(stream);
 }
 

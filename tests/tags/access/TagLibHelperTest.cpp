@@ -289,6 +289,10 @@ TEST_F(Tags, OfAnM4aThatAreNotGivenStayByteForByte) {
         EXPECT_EQ(bytesOf(path).find("gnre"), std::string::npos);
     }
     TagLibHelper::setKeepsOtherTags(true);
+    // New pictures don't hide the gapless data.
+    list = ownItem("gnid", "x") + items[5] + items[1];
+    expectWritten(makeFile("b.m4a", replaced(before, {"moov", "udta", "meta", "ilst"}, atomBytes("ilst", list))),
+                  {{TagKey::kCover, QVariantList{picture(Qt::red)}}});
 }
 
 TEST_F(Tags, FirstContactTakesTheCoverOfAnM4aThatIsGivenOne) {
