@@ -141,6 +141,13 @@ bool isTagAt(TagStream &stream, uint64_t position) {
     char id[3] = {};
     return stream.readAt(position, id, sizeof id) == sizeof id && std::string_view(id, sizeof id) == "ID3";
 }
+
+// Whether what begins with "ID3" is the header of a tag and not a word in a text.
+bool isHeaderAt(TagStream &stream, uint64_t position) {
+    uint8_t h[10] = {};
+    return stream.readAt(position, h, sizeof h) == sizeof h && h[3] >= 2 && h[3] <= 4 && h[4] != 0xff &&
+           std::all_of(h + 6, h + 10, [](uint8_t byte) { return byte < 0x80; });
+}
 } // namespace
 
 bool losesOnSave(TagStream &stream, const TagLib::ID3v2::Tag *tag) {
@@ -149,6 +156,8 @@ bool losesOnSave(TagStream &stream, const TagLib::ID3v2::Tag *tag) {
         return isTagAt(stream, 0); // one that TagLib does not understand
     while (position < kSearchBytes && !isTagAt(stream, position))
         ++position;
+    if (position > 0 && !isHeaderAt(stream, position))
+        return true; // TagLib takes the first such word for the tag, and would write over what follows it
     const RawTag first(stream, position);
     if (!first.isAllIn(tag->frameList()))
         return true;

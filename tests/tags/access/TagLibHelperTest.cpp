@@ -164,6 +164,7 @@ TEST_F(Tags, ThatWouldBeLostAreLeftAlone) {
         {"UTF-16 without a mark", id3v2(frame("TIT2", "\1O\0l\0d\0"s))},
         {"a comment so", id3v2(frame("COMM", "\1eng\xff\xfe\0\0O\0l\0d\0"s))},
         {"a second tag", id3v2(title) + id3v2(cover)},
+        {"a text about ID3 in front", "junk ID3 text " + id3v2(title)},
         {"a frame of a group", id3v2(frame("TIT2", "\x81\0Old"s, {"\0\x20", 2}))},
         {"an encrypted frame", id3v2(frame("TIT2", "\x81xyz", {"\0\4", 2}), 4)},
         {"an extended header", id3v2("\0\0\0\6\0\0\0\0\0\0"s + title + cover, 3, 0x40)},
