@@ -212,9 +212,7 @@ void RecordViewCtr::dropRecordedFile(const RecordedFile &file) {
 
 std::shared_ptr<SongItem> RecordViewCtr::keepRecordedFile(const RecordedFile &file, qint64 size,
                                                           const QVariantMap &info) {
-    DataBaseManager &library = DataBaseManager::defaultManager();
     auto song = std::make_shared<SongItem>();
-    song->setSongID(library.getMaxSongID() + 1);
     song->setTitle(QStringLiteral("Track%1").arg(file.number));
     song->setLength(static_cast<qint64>(info.value("LengthKey").toDouble()) * 1000);
     song->setSongPath(file.path);
@@ -225,9 +223,8 @@ std::shared_ptr<SongItem> RecordViewCtr::keepRecordedFile(const RecordedFile &fi
     song->setAddedDate(QDateTime::currentDateTime());
     song->setGetID3Status(
         static_cast<int32_t>(file.deviceType == DeviceType::Microphone ? ID3Status::NotFound : ID3Status::NotAsked));
-    // A track without a row of its own must not change that of another.
-    if (library.insertSongItem(*song) < 0)
-        song->setSongID(-1);
+    // What the library says: a track without a row of its own, -1, must not change that of another.
+    song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
     return song;
 }
 

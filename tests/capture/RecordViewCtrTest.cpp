@@ -8,6 +8,7 @@
 #include "platform/run/NotificationCenter.h"
 #include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
+#include "store/LibraryFile.h"
 #include "support/FakeInputUnit.h"
 #include "views/recording/RunTracksView.h"
 #include "views/window/ReadyStatusPanel.h"
@@ -17,7 +18,10 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QTimer>
+#include <csignal>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -116,6 +120,15 @@ private:
 } // namespace
 
 TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
+    // The library holds one, but was locked when the program started.
+    SongItem earlier;
+    DataBaseManager &library = DataBaseManager::defaultManager();
+    ASSERT_TRUE(library.insertSongItem(earlier) == 1 && library.closeDataBase());
+    sqlite3 *other = nullptr;
+    ASSERT_EQ(sqlite3_open(QFile::encodeName(defaultLibraryPath()).constData(), &other), SQLITE_OK);
+    sqlite3_exec(other, "PRAGMA journal_mode=DELETE; BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
+    ASSERT_TRUE(library.loadDataBase());
+    sqlite3_close(other);
     start();
     EXPECT_EQ(defaults.integerForKey("TrackID"), 2); // from nothing: the first is Track1
     EXPECT_EQ(status(), "Ready");
@@ -128,6 +141,7 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
 
     ASSERT_EQ(window.songs.size(), 1);
     const SongItem &song = *window.songs[0];
+    EXPECT_EQ(song.songID(), 2);
     EXPECT_EQ(song.title(), "Track1");
     EXPECT_EQ(song.songPath(), folder() + "/Track1_Unknown Artist.m4a");
     EXPECT_EQ(song.length(), 5000);
@@ -137,9 +151,9 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
     EXPECT_EQ(song.getID3Status(), 0);
     EXPECT_EQ(window.tracks, 1);
     EXPECT_EQ(page.runTracksView()->countOfSongItems(), 1);
-    const auto stored = DataBaseManager::defaultManager().getAllSongItems();
-    ASSERT_TRUE(stored && stored->size() == 1);
-    EXPECT_EQ(stored->front()->songPath(), song.songPath());
+    const auto stored = library.getAllSongItems();
+    ASSERT_TRUE(stored && stored->size() == 2);
+    EXPECT_EQ(stored->back()->songPath(), song.songPath());
     EXPECT_EQ(scene.moves.first(), "+mic");
     EXPECT_TRUE(scene.moves.contains("+notes"));
     EXPECT_EQ(scene.moves.mid(scene.moves.size() - 2), QStringList({"-notes", "-mic"}));
