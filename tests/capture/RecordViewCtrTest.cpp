@@ -362,6 +362,18 @@ TEST_F(RecordViewCtrTest, StopsAndTellsOnceWhenTheFileCannotBeWritten) {
     QCoreApplication::processEvents();
     EXPECT_EQ(window.failures.size(), 1);
     EXPECT_EQ(status(), "");
+    // A folder without room keeps nothing of the attempt.
+    ASSERT_TRUE(QFile::remove(folder()) && QDir().mkpath(folder()));
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit room{};
+    getrlimit(RLIMIT_FSIZE, &room);
+    const rlimit none{0, room.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &none);
+    start();
+    QCoreApplication::processEvents();
+    setrlimit(RLIMIT_FSIZE, &room);
+    EXPECT_EQ(window.failures.size(), 2);
+    EXPECT_EQ(files(), QStringList());
 }
 
 TEST_F(RecordViewCtrTest, SaysWhichFolderMayNotBeWritten) {

@@ -6,6 +6,8 @@
 #include "platform/run/Semaphore.h"
 #include "platform/run/SpscQueue.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -234,6 +236,9 @@ std::unique_ptr<ExtAudioFile> ExtAudioFile::createNew(const QString &path, int b
     auto writer = std::make_unique<Writer>();
     if (const int code = writer->open(path, bitRate); code < 0) {
         *error = avErrorText(code);
+        writer.reset();
+        if (QFileInfo(path).size() == 0)
+            QFile::remove(path); // made, and then there was no room for a header
         return nullptr;
     }
     writer->start();
