@@ -77,13 +77,14 @@ void MainWindowCtr::loadLibrary() {
             tellOnceShown(
                 localizedString("A new library was begun"),
                 localizedString("The old one can't be read. Nothing in it was changed, it is now:\n%1").arg(kept));
-    } else if (state == LibraryState::Locked || state == LibraryState::NotOpenable) {
+    }
+    const bool isLoaded = DataBaseManager::defaultManager().loadDataBase();
+    if (state == LibraryState::Locked || state == LibraryState::NotOpenable ||
+        (state == LibraryState::Missing && !isLoaded))
         tellOnceShown(localizedString("The library can't be opened"),
                       localizedString("%1 is in use by another program, may not be read, or stands on a full disk. New "
                                       "recordings are kept as files, but not listed, until it can be opened.")
                           .arg(path));
-    }
-    DataBaseManager::defaultManager().loadDataBase();
 }
 
 void MainWindowCtr::tellOnceShown(const QString &message, const QString &text) {

@@ -36,7 +36,7 @@ DataBaseManager::~DataBaseManager() { sqlite3_close(dataBase_); }
 bool DataBaseManager::loadDataBase(const QString &path) {
     strDefaultImagesDir_ = coverImageFolder();
     const QString library = path.isNull() ? defaultLibraryPath() : path;
-    if (!QFileInfo::exists(library)) {
+    if (isLibraryToBeMade(library)) {
         lastSongID_ = 0;
         lastRingtoneID_ = 0;
         if (!createDataBase(library))
@@ -59,8 +59,13 @@ bool DataBaseManager::createDataBase(const QString &path) {
         logLine("Create DB failed!");
         return false;
     }
-    if (sqlite3_exec(dataBase_, kCreateSongTable, nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(dataBase_, kCreateSongTable, nullptr, nullptr, nullptr) != SQLITE_OK) {
+        logLine("Create DB failed!");
+        // Half a library would be taken for a damaged one; whoever needs it next begins anew.
+        closeDataBase();
+        QFile::resize(path, 0);
         return false;
+    }
     sqlite3_exec(dataBase_, kIndexPaths, nullptr, nullptr, nullptr);
     return true;
 }

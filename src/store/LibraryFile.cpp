@@ -51,8 +51,13 @@ struct Closer {
 
 QString defaultLibraryPath() { return applicationSupportFolder() + "/Library.db"; }
 
+bool isLibraryToBeMade(const QString &path) {
+    const QFileInfo library(path);
+    return !library.exists() || (library.isFile() && library.size() == 0);
+}
+
 LibraryState libraryStateOf(const QString &path) {
-    if (!QFileInfo::exists(path))
+    if (isLibraryToBeMade(path))
         return LibraryState::Missing;
     sqlite3 *opened = nullptr;
     // Writable, so that what a crash left in the write-ahead log is taken in; SQLite falls back by itself.

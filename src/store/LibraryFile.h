@@ -13,13 +13,16 @@ inline constexpr int kLibraryBusyMilliseconds = 200;
 QString defaultLibraryPath();
 
 enum class LibraryState {
-    Missing,
+    Missing, ///< or empty
     Readable,
     NotADatabase, ///< not an SQLite file, or a damaged one
     OtherColumns, ///< an SQLite file whose table Song is missing or has other columns
     Locked,       ///< another program holds it; it may be readable later
     NotOpenable,  ///< it can't be opened now: no right to it, a full disk, an error of the disk, no memory
 };
+
+/// There is no file, or an empty one, as a full disk leaves it.
+bool isLibraryToBeMade(const QString &path);
 
 /// Reads the whole table once; changes nothing in it.
 LibraryState libraryStateOf(const QString &path);

@@ -209,12 +209,12 @@ TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
     EXPECT_EQ(manager_.getAllRingtoneItems()->at(0)->title(), ringtone.title());
 }
 
-/// While one lives, no file takes a byte.
+/// While one lives, no file takes more than so many bytes.
 class NoRoomOnDisk {
 public:
-    NoRoomOnDisk() : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    explicit NoRoomOnDisk(rlim_t bytes = 0) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
         getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit none{0, before_.rlim_max};
+        const rlimit none{bytes, before_.rlim_max};
         setrlimit(RLIMIT_FSIZE, &none);
     }
     ~NoRoomOnDisk() {
@@ -243,7 +243,6 @@ TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
     const QByteArray lacksOne = fewer.toUtf8();
     for (const auto &[name, state, sql, content, hasTable] : {
              BadLibrary{"not SQLite", LibraryState::NotADatabase, nullptr, QByteArray(5000, 'x'), false},
-             BadLibrary{"empty", LibraryState::OtherColumns, nullptr, "", false},
              BadLibrary{"another table", LibraryState::OtherColumns, "CREATE TABLE Other(a)", "", false},
              BadLibrary{"18 columns", LibraryState::OtherColumns, lacksOne.constData(), "", true},
          }) {
@@ -274,6 +273,11 @@ TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
 
 TEST_F(Library, ALockedOrUnopenableLibraryFailsSoonAndIsNotTouched) {
     SongItem first;
+    for (const rlim_t bytes : {0, 4096}) {
+        const NoRoomOnDisk noRoom(bytes);
+        EXPECT_EQ(manager_.insertSongItem(first), -1);
+        EXPECT_EQ(libraryStateOf(path_), LibraryState::Missing) << "half a library is none";
+    }
     ASSERT_EQ(manager_.insertSongItem(first), 1);
     EXPECT_EQ(libraryStateOf(path_), LibraryState::Readable);
     manager_.closeDataBase();
