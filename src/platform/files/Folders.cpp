@@ -9,10 +9,11 @@ QString ownFolderIn(const QString &folder) { return folder + '/' + kApplicationF
 } // namespace
 
 QString applicationSupportFolder() {
+    QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (QDir::isRelativePath(data)) // or the library would lie elsewhere with each start from another folder
+        data = QDir::homePath() + "/.local/share";
     const QString earlier = ownFolderIn(QDir::homePath() + "/Library/Application Support");
-    return QFileInfo::exists(earlier)
-               ? earlier
-               : ownFolderIn(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
+    return QFileInfo::exists(earlier) ? earlier : ownFolderIn(data);
 }
 
 QString coverImageFolder() { return applicationSupportFolder() + "/CoverImage"; }

@@ -26,6 +26,8 @@ TEST(Folders, FollowTheDesktopAndAnEarlierLibrary) {
         EXPECT_EQ(defaultMusicFolder(), home + music + "/Tessarine Corvidia");
     }
     EXPECT_EQ(applicationSupportFolder(), QDir::homePath() + "/.local/share/Tessarine Corvidia");
+    qputenv("XDG_DATA_HOME", "relative");
+    EXPECT_EQ(applicationSupportFolder(), QDir::homePath() + "/.local/share/Tessarine Corvidia");
     qputenv("XDG_DATA_HOME", "/data");
     EXPECT_EQ(applicationSupportFolder(), "/data/Tessarine Corvidia");
     const QString earlier = QDir::homePath() + "/Library/Application Support/Tessarine Corvidia";
