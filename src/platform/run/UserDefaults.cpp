@@ -65,14 +65,16 @@ bool UserDefaults::synchronize() {
     if (unsaved_.isEmpty())
         return true;
     QVariantMap values;
-    for (const QString &key : stored_.allKeys())
-        values[key] = stored_.value(key);
+    const QSettings own(stored_.fileName(), QSettings::IniFormat); // without what the system's files say
+    for (const QString &key : own.allKeys())
+        values[key] = own.value(key);
     for (auto value = unsaved_.cbegin(); value != unsaved_.cend(); ++value)
         if (value->isValid())
             values[value.key()] = *value;
         else
             values.remove(value.key());
-    if (!write(values)) {
+    // A file that can't be read, now or earlier, counts as empty here, and stays as it is.
+    if (stored_.status() == QSettings::AccessError || !write(values)) {
         logLine(stored_.fileName() + " could not be written; the settings of this run count until its end");
         if (const auto writeFailed = std::exchange(writeFailed_, nullptr))
             writeFailed(stored_.fileName());
@@ -87,7 +89,9 @@ bool UserDefaults::synchronize() {
 // its own, and only what can be read back from the disk replaces the old file.
 bool UserDefaults::write(const QVariantMap &values) const {
     const QFileInfo old(stored_.fileName());
-    const QString target = old.isSymLink() ? old.symLinkTarget() : old.filePath();
+    const QString target = !old.isSymLink() ? old.filePath()
+                           : old.exists()   ? old.canonicalFilePath() // also behind a link to a link
+                                            : old.symLinkTarget();
     const QString written = target + ".new";
     const QString readBack = target + ".read"; // QSettings remembers what it wrote under a name
     const auto discard = [&] {

@@ -5,9 +5,12 @@
 #include <QFile>
 #include <QScopeGuard>
 #include <QSettings>
+#include <array>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 TEST(UserDefaults, LaysWhatIsStoredOverWhatIsRegisteredAndReadsItsOwnFileBack) {
@@ -82,4 +85,37 @@ TEST(UserDefaults, KeepWhatStandsOnADiskWithoutRoom) {
     }
     EXPECT_EQ(told, 1);
     EXPECT_EQ(QDir(folder + "/Tessarine").entryList(QDir::Files), QStringList{"Corvidia.ini"});
+}
+
+TEST(UserDefaults, WriteIntoTheFileBehindAllLinksAndOverNothingThatCannotBeRead) {
+    const QString folder = QDir::homePath() + "/.config/Tessarine/";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const auto write = [&](const QString &path, const char *content) {
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(content) > 0;
+    };
+    const auto real = [&] {
+        QFile file(folder + "real.ini");
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    ASSERT_TRUE(write(folder + "real.ini", "[General]\nTrackID=7\n"));
+    ASSERT_TRUE(write(QDir::homePath() + "/.config/Tessarine.ini", "[General]\nOfAllPrograms=1\n"));
+    ASSERT_TRUE(QFile::link("real.ini", folder + "middle.ini") && QFile::link("middle.ini", folder + "Corvidia.ini"));
+    UserDefaults &defaults = UserDefaults::standardUserDefaults();
+    defaults.setInteger(5, "RateLaunchTimes");
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_EQ(defaults.integerForKey("OfAllPrograms"), 1);
+    const QByteArray written = real();
+    EXPECT_EQ(written, "[General]\nRateLaunchTimes=5\nTrackID=7\n");
+
+    __user_cap_header_struct version{_LINUX_CAPABILITY_VERSION_3, 0};
+    const std::array<__user_cap_data_struct, 2> none{};
+    ASSERT_EQ(syscall(SYS_capset, &version, none.data()), 0) << "root, too, heeds the mode of a file now";
+    ASSERT_TRUE(QFile::resize(folder + "real.ini", written.size() + 1) &&
+                QFile::setPermissions(folder + "real.ini", {}));
+    defaults.setInteger(6, "RateLaunchTimes");
+    EXPECT_FALSE(defaults.synchronize());
+    ASSERT_TRUE(QFile::setPermissions(folder + "real.ini", QFile::ReadOwner | QFile::WriteOwner));
+    EXPECT_FALSE(defaults.synchronize()) << "what it holds is not known";
+    EXPECT_TRUE(real().startsWith(written));
 }
