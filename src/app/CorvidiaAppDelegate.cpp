@@ -83,7 +83,8 @@ void CorvidiaAppDelegate::createFolders() {
             return;
         }
         // What the user's mask leaves of the widest rights, and never the right of others to write.
-        QFile::setPermissions(covers, QFile::permissions(covers) & ~(QFile::WriteGroup | QFile::WriteOther));
+        for (const QString &folder : {covers, applicationSupportFolder()})
+            QFile::setPermissions(folder, QFile::permissions(folder) & ~(QFile::WriteGroup | QFile::WriteOther));
     }
     defaults().setInteger(defaults().integerForKey("RateLaunchTimes") + 1, "RateLaunchTimes");
 }

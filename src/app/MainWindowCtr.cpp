@@ -22,6 +22,8 @@
 #include <utility>
 
 namespace {
+constexpr double kTellSeconds = 0.3; // so long other news of the same cause are waited for
+
 UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
 
 void tell(const QString &message, const QString &text) { runPanel({message, text, {localizedString("OK")}, {}}); }
@@ -88,7 +90,15 @@ void MainWindowCtr::loadLibrary() {
 }
 
 void MainWindowCtr::tellOnceShown(const QString &message, const QString &text) {
-    performAfterDelay(/*seconds=*/0, this, [message, text] { tell(message, text); });
+    pendingTexts_ << text;
+    if (pendingTexts_.size() > 1)
+        return;
+    // One cause, a full disk for one, may have several things told of it: they share a dialog.
+    performAfterDelay(kTellSeconds, this, [this, message] {
+        QStringList texts = std::exchange(pendingTexts_, {});
+        texts.removeDuplicates();
+        tell(message, texts.join("\n\n"));
+    });
 }
 
 // Recording
@@ -201,21 +211,21 @@ void MainWindowCtr::tellOfTags(const SongItem &song, TagWriteOutcome outcome) {
 void MainWindowCtr::recordingDidFail(const QString &path, const QString &reason) {
     if (isRecording_)
         setNoRecordStatus();
-    tell(localizedString("The recording was stopped"),
-         localizedString("%1 can't be written: %2\n\nWhat was recorded before is kept.")
-             .arg(QFileInfo(path).fileName(), reason));
+    tellOnceShown(localizedString("The recording was stopped"),
+                  localizedString("%1 can't be written: %2\n\nWhat was recorded before is kept.")
+                      .arg(QFileInfo(path).fileName(), reason));
 }
 
 void MainWindowCtr::recordedFileDidFail(const QString &path, const QString &reason) {
-    tell(localizedString("A recording could not be finished"),
-         localizedString("%1 can't be written: %2\n\nWhat was recorded before is kept.")
-             .arg(QFileInfo(path).fileName(), reason));
+    tellOnceShown(localizedString("A recording could not be finished"),
+                  localizedString("%1 can't be written: %2\n\nWhat was recorded before is kept.")
+                      .arg(QFileInfo(path).fileName(), reason));
 }
 
 void MainWindowCtr::recordingDidLoseSound(const QString &path, float seconds) {
-    tell(localizedString("Sound is missing in a recording"),
-         localizedString("%1 lacks %2 seconds of sound. The log says why, and tells of any more that is lost.")
-             .arg(QFileInfo(path).fileName(), QString::number(static_cast<double>(seconds), 'f', 1)));
+    tellOnceShown(localizedString("Sound is missing in a recording"),
+                  localizedString("%1 lacks %2 seconds of sound. The log says why, and tells of any more that is lost.")
+                      .arg(QFileInfo(path).fileName(), QString::number(static_cast<double>(seconds), 'f', 1)));
 }
 
 // The window

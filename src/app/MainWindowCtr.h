@@ -34,7 +34,8 @@ public:
     void listenAudio() { recordViewCtr_->listenAudio(); }
     /// Shows the window, in front of all others.
     void showWindow();
-    /// Tells the user in a dialog, in a turn of its own, so that the window stands behind it at the start.
+    /// Tells the user in a dialog, a moment later, so that the window stands behind it at the start. What else is told
+    /// until then stands in the same dialog.
     void tellOnceShown(const QString &message, const QString &text);
     /// Ends recording and closes the library. The end of the process follows.
     void mainWindowWillClose();
@@ -73,6 +74,7 @@ private:
     QAction cutMenuItem_;
     QAction quitMenuItem_;
     std::function<void()> terminate_ = [] {};
+    QStringList pendingTexts_; // of tellOnceShown()
     bool isRecording_ = false;
     bool asksForDevice_ = false;
     bool hasToldOfTags_ = false; // once in a run

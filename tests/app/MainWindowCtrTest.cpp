@@ -2,6 +2,7 @@
 
 #include "capture/CaptureDevice.h"
 #include "demo/PrivateSoundServer.h"
+#include "demo/RunningProgram.h"
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
@@ -28,6 +29,7 @@ protected:
         setLogSink([](const QString &) {});
         setPanelAnswerer([this](const Panel &panel) {
             asked << panel.message;
+            texts << panel.text;
             if (meanwhile)
                 meanwhile(panel);
             return PanelAnswer{answers.isEmpty() ? 0 : answers.takeFirst(), false};
@@ -50,7 +52,7 @@ protected:
     QString recordButton() { return window().window().recordingBtn()->accessibleName(); }
     bool canCut() { return window().window().cutBtn()->isEnabled(); }
 
-    QStringList asked;
+    QStringList asked, texts;
     QList<int> answers;
     std::function<void(const Panel &)> meanwhile; ///< happens while a question stands
     FakeInputUnits units;
@@ -136,7 +138,13 @@ TEST_F(MainWindow, SetsALibraryAsideThatItCannotRead) {
     library.close();
     qputenv("PULSE_SERVER", "unix:/nowhere");
     launch();
-    EXPECT_EQ(asked, QStringList{"A new library was begun"});
+    EXPECT_TRUE(waitUntil([this] { return asked == QStringList{"A new library was begun"}; }));
+    window().recordedFileDidFail("/a.m4a", "full"); // three news of one cause
+    window().recordingDidFail("/b.m4a", "full");
+    window().recordingDidFail("/b.m4a", "full");
+    EXPECT_TRUE(waitUntil([this] { return asked.size() > 1; }));
+    EXPECT_FALSE(waitUntil([this] { return asked.size() > 2; }, 500));
+    EXPECT_EQ(texts.last().count("can't be written"), 2);
     const QRect screen = window().window().screen()->availableGeometry();
     EXPECT_LT((window().window().frameGeometry().center() - screen.center()).manhattanLength(), 6);
     EXPECT_EQ(libraryStateOf(defaultLibraryPath()), LibraryState::Readable);
