@@ -2,6 +2,7 @@
 
 #include "platform/files/Folders.h"
 #include "platform/files/InPlaceWrite.h"
+#include "support/MadeAudio.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,15 +17,8 @@
 
 namespace {
 QByteArray at(const char *name) { return QFile::encodeName(QDir::homePath() + '/') + name; }
-QByteArray read(const char *name) {
-    QFile file(at(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-void write(const char *name, const QByteArray &content) {
-    QFile file(at(name));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
+QByteArray read(const char *name) { return QByteArray::fromStdString(bytesOf(inHome(name))); }
+void write(const char *name, const char *content) { makeFile(name, content); }
 QStringList files(const char *folder = "") {
     return QDir(QFile::decodeName(at(folder))).entryList(QDir::Files | QDir::Hidden);
 }

@@ -1,5 +1,7 @@
 #include "platform/run/UserDefaults.h"
 
+#include "support/MadeAudio.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -12,6 +14,10 @@
 #include <sys/mount.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+namespace {
+QByteArray contentOf(const QString &path) { return QByteArray::fromStdString(bytesOf(path)); }
+} // namespace
 
 TEST(UserDefaults, LaysWhatIsStoredOverWhatIsRegisteredAndReadsItsOwnFileBack) {
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
@@ -57,10 +63,7 @@ TEST(UserDefaults, KeepWhatStandsOnADiskWithoutRoom) {
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
     int told = 0;
     defaults.setWriteFailed([&](const QString &) { ++told; });
-    const auto onDisk = [&] {
-        QFile file(folder + "/Tessarine/Corvidia.ini");
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    };
+    const auto onDisk = [&] { return contentOf(folder + "/Tessarine/Corvidia.ini"); };
     for (int freePages = 0; freePages <= 10; ++freePages) {
         SCOPED_TRACE(freePages);
         defaults.setObject(QString(100, 'k'), "MusicsOutputLocation");
@@ -90,16 +93,9 @@ TEST(UserDefaults, KeepWhatStandsOnADiskWithoutRoom) {
 TEST(UserDefaults, WriteIntoTheFileBehindAllLinksAndOverNothingThatCannotBeRead) {
     const QString folder = QDir::homePath() + "/.config/Tessarine/";
     ASSERT_TRUE(QDir().mkpath(folder));
-    const auto write = [&](const QString &path, const char *content) {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(content) > 0;
-    };
-    const auto real = [&] {
-        QFile file(folder + "real.ini");
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    };
-    ASSERT_TRUE(write(folder + "real.ini", "[General]\nTrackID=7\n"));
-    ASSERT_TRUE(write(QDir::homePath() + "/.config/Tessarine.ini", "[General]\nOfAllPrograms=1\n"));
+    const auto real = [&] { return contentOf(folder + "real.ini"); };
+    makeFile(".config/Tessarine/real.ini", "[General]\nTrackID=7\n");
+    makeFile(".config/Tessarine.ini", "[General]\nOfAllPrograms=1\n");
     ASSERT_TRUE(QFile::link("real.ini", folder + "middle.ini") && QFile::link("middle.ini", folder + "Corvidia.ini"));
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
     defaults.setInteger(5, "RateLaunchTimes");

@@ -1,3 +1,4 @@
+#include "support/MadeAudio.h"
 #include "tags/audio/AudioConverter.h"
 #include "tags/audio/AudioFileHelper.h"
 
@@ -22,8 +23,6 @@ protected:
     AudioFiles() { AudioConverter::Initialize({}); }
     ~AudioFiles() override { AudioConverter::Uninitialize(); }
 
-    static QString at(const QString &name) { return QDir::homePath() + "/" + name; }
-
     // A tone of `frames` frames, encoded as `arguments` say.
     static QString tone(const QString &name, int frames, const QString &arguments = {}, int rate = 44100) {
         const QString source =
@@ -31,19 +30,13 @@ protected:
                 .arg(rate)
                 .arg(frames);
         const QStringList command = QStringList{"-v", "error", "-y", "-f", "lavfi", "-i", source} +
-                                    arguments.split(' ', Qt::SkipEmptyParts) + QStringList{at(name)};
+                                    arguments.split(' ', Qt::SkipEmptyParts) + QStringList{inHome(name)};
         EXPECT_EQ(QProcess::execute("ffmpeg", command), 0) << qPrintable(command.join(' '));
-        return at(name);
+        return inHome(name);
     }
-    static QByteArray read(const QString &path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    static QByteArray read(const QString &path) { return QByteArray::fromStdString(bytesOf(path)); }
     static QString write(const QString &name, const QByteArray &content) {
-        QFile file(at(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        return at(name);
+        return makeFile(name, content.toStdString());
     }
     // Frames of a stereo WAV file with a header of 44 bytes, -1 if it is none or nothing sounds in it.
     static qint64 wavFrames(const QString &path) {
@@ -73,9 +66,9 @@ TEST_F(AudioFiles, LyingCountsGetNoMemory) {
     getrusage(RUSAGE_SELF, &before);
     // How much of the sound is found is the library's affair.
     AudioConverter::getAudioFileInfo(write("lying.m4a", bytes));
-    AudioFileHelper::AudioFileFormatID(at("lying.m4a"));
+    AudioFileHelper::AudioFileFormatID(inHome("lying.m4a"));
     bytes = read(tone("a.wav", 44100)).replace(24, 4, QByteArray("\1\0\0\0", 4)); // one sample a second
-    EXPECT_EQ(AudioConverter::convertAudioToWav(write("slow.wav", bytes), at("cut.wav"), /*forEndTime=*/30), 1);
+    EXPECT_EQ(AudioConverter::convertAudioToWav(write("slow.wav", bytes), inHome("cut.wav"), /*forEndTime=*/30), 1);
     getrusage(RUSAGE_SELF, &after);
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 192 * 1024); // KiB
     EXPECT_EQ(av_malloc(1UL << 30), nullptr);
@@ -94,16 +87,16 @@ TEST_F(AudioFiles, TheFormatIsWhatDecodesAndNotTheName) {
     QByteArray tag("ID3\x03\0\0\0\0\x02\0", 10); // a tag of 256 bytes
     tag += QByteArray(256, '\0');
     const QByteArray words("just some words\n");
-    ASSERT_EQ(::mkfifo(QFile::encodeName(at("pipe.mp3")).constData(), 0600), 0);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(inHome("pipe.mp3")).constData(), 0600), 0);
     for (const auto &[name, path, code] : {
              FormatCase{"MP3", mp3, 0x2e6d7033},
-             FormatCase{"M4A", at("a.m4a"), 0x61616320},
+             FormatCase{"M4A", inHome("a.m4a"), 0x61616320},
              FormatCase{"fragmented M4A", tone("f.m4a", 44100, "-movflags empty_moov+frag_keyframe"), 0x61616320},
              FormatCase{"M4A called mp3", write("is_m4a.mp3", m4a), 0x61616320},
              FormatCase{"MP3 behind two tags called m4a", write("tags.m4a", tag + tag + bytes), 0x2e6d7033},
              FormatCase{"MP3 behind words", write("words.m4a", words.repeated(60'000) + bytes), 0x2e6d7033},
              FormatCase{"a tag and no frame called m4a", write("tag.m4a", tag), 0},
-             FormatCase{"a pipe", at("pipe.mp3"), 0},
+             FormatCase{"a pipe", inHome("pipe.mp3"), 0},
              FormatCase{"layer II", tone("a.mp2", 44100, "-f mp2"), 0x2e6d7032},
              FormatCase{"bare AAC", tone("a.aac", 44100), 0x61647473},
              FormatCase{"MP3 in MP4 takes no ID3 tag", tone("mp3.mp4", 44100, "-c:a mp3"), 0x6d703320},
@@ -115,14 +108,14 @@ TEST_F(AudioFiles, TheFormatIsWhatDecodesAndNotTheName) {
                         write("head.mp3", bytes.left(500) + QByteArray(9000, '\0')), 0},
              FormatCase{"M4A without its end", write("cut.m4a", m4a.left(m4a.size() / 2)), 0},
              FormatCase{"empty", write("empty.mp3", ""), 0},
-             FormatCase{"missing", at("missing.mp3"), 0},
+             FormatCase{"missing", inHome("missing.mp3"), 0},
              FormatCase{"a folder", QDir::homePath(), 0},
          }) {
         SCOPED_TRACE(name);
         EXPECT_EQ(AudioFileHelper::AudioFileFormatID(path), code);
         EXPECT_EQ(AudioFileHelper::isValidFile(path), code != 0);
     }
-    EXPECT_NEAR(AudioFileHelper::fileDuration(at("words.m4a")), 1, 1e-6);
+    EXPECT_NEAR(AudioFileHelper::fileDuration(inHome("words.m4a")), 1, 1e-6);
 }
 
 struct LengthCase {
@@ -159,12 +152,12 @@ TEST_F(AudioFiles, LengthsAreExactToTheSampleAndSoAreCuts) {
         EXPECT_GT(info["BitrateKey"].toInt(), 16'000);
         EXPECT_LT(info["BitrateKey"].toInt(), 200'000);
 
-        EXPECT_EQ(AudioConverter::convertAudioToWav(path, at("all.wav"), /*forEndTime=*/30), 1);
-        EXPECT_EQ(wavFrames(at("all.wav")), std::llround(seconds * 44100));
-        EXPECT_EQ(AudioConverter::convertAudioToWav(path, at("cut.wav"), /*forEndTime=*/0.5), 1);
-        EXPECT_EQ(wavFrames(at("cut.wav")), 22'050);
+        EXPECT_EQ(AudioConverter::convertAudioToWav(path, inHome("all.wav"), /*forEndTime=*/30), 1);
+        EXPECT_EQ(wavFrames(inHome("all.wav")), std::llround(seconds * 44100));
+        EXPECT_EQ(AudioConverter::convertAudioToWav(path, inHome("cut.wav"), /*forEndTime=*/0.5), 1);
+        EXPECT_EQ(wavFrames(inHome("cut.wav")), 22'050);
     }
-    EXPECT_EQ(AudioConverter::getAudioFileInfo(at("cbr.mp3"))->value("BitrateKey").toInt(), 128'000);
+    EXPECT_EQ(AudioConverter::getAudioFileInfo(inHome("cbr.mp3"))->value("BitrateKey").toInt(), 128'000);
 }
 
 TEST_F(AudioFiles, OddFilesGiveNoInformationOrAnEstimate) {
@@ -175,21 +168,21 @@ TEST_F(AudioFiles, OddFilesGiveNoInformationOrAnEstimate) {
     EXPECT_EQ(AudioConverter::getAudioFileInfo(write("he.m4a", doubled)), QVariantMap());
     EXPECT_EQ(AudioConverter::getAudioFileInfo(tone("a.wav", 44100)), QVariantMap());
     EXPECT_FALSE(AudioConverter::getAudioFileInfo(write("text.mp3", "words")));
-    EXPECT_FALSE(AudioConverter::getAudioFileInfo(at("missing.mp3")));
+    EXPECT_FALSE(AudioConverter::getAudioFileInfo(inHome("missing.mp3")));
     EXPECT_FALSE(AudioConverter::getAudioFileInfo({}));
-    EXPECT_NEAR(AudioFileHelper::fileDuration(at("a.wav")), 1, 1e-6);
-    EXPECT_EQ(AudioFileHelper::fileDuration(at("text.mp3")), 0);
+    EXPECT_NEAR(AudioFileHelper::fileDuration(inHome("a.wav")), 1, 1e-6);
+    EXPECT_EQ(AudioFileHelper::fileDuration(inHome("text.mp3")), 0);
 
     const QByteArray whole = read(tone("whole.mp3", 441'000, "-b:a 128k"));
     const QString half = write("half.mp3", whole.left(whole.size() / 2));
     EXPECT_NEAR(AudioFileHelper::fileDuration(half), 5, 0.1) << "its header still tells 10 seconds";
-    EXPECT_EQ(AudioConverter::convertAudioToWav(half, at("half.wav"), /*forEndTime=*/30), 1);
-    EXPECT_NEAR(wavFrames(at("half.wav")) / 44100.0, 5, 0.1);
+    EXPECT_EQ(AudioConverter::convertAudioToWav(half, inHome("half.wav"), /*forEndTime=*/30), 1);
+    EXPECT_NEAR(wavFrames(inHome("half.wav")) / 44100.0, 5, 0.1);
 
     EXPECT_EQ(AudioConverter::getFileSize(half), whole.size() / 2);
-    EXPECT_EQ(AudioConverter::getFileSize(at("missing")), 0);
+    EXPECT_EQ(AudioConverter::getFileSize(inHome("missing")), 0);
     tone("tagged.mp3", 4410, "-metadata title=Tone -metadata date=1999");
-    const auto texts = AudioConverter::getAudioFileID3Info(at("tagged.mp3"));
+    const auto texts = AudioConverter::getAudioFileID3Info(inHome("tagged.mp3"));
     EXPECT_EQ(texts->value("title"), "Tone");
     EXPECT_EQ(texts->value("year"), "1999");
 }
@@ -197,9 +190,9 @@ TEST_F(AudioFiles, OddFilesGiveNoInformationOrAnEstimate) {
 TEST_F(AudioFiles, AFailedCutLeavesNoFileAndNoOlderOne) {
     const QString source = tone("a.mp3", 441'000);
     const QString target = write("old.wav", "of another track");
-    EXPECT_EQ(AudioConverter::convertAudioToWav(at("missing.mp3"), target, /*forEndTime=*/30), 0);
+    EXPECT_EQ(AudioConverter::convertAudioToWav(inHome("missing.mp3"), target, /*forEndTime=*/30), 0);
     EXPECT_FALSE(QFile::exists(target));
-    EXPECT_EQ(AudioConverter::convertAudioToWav(source, at("no/folder/a.wav"), /*forEndTime=*/30), 1);
+    EXPECT_EQ(AudioConverter::convertAudioToWav(source, inHome("no/folder/a.wav"), /*forEndTime=*/30), 1);
 
     // A full disk: no file may grow beyond 100,000 bytes.
     rlimit before{};
@@ -218,13 +211,13 @@ TEST_F(AudioFiles, SeveralThreadsCutAtOnce) {
     threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&, i] {
-            AudioConverter::convertAudioToWav(source, at(QString("%1.wav").arg(i)), /*forEndTime=*/1);
+            AudioConverter::convertAudioToWav(source, inHome(QString("%1.wav").arg(i)), /*forEndTime=*/1);
             AudioFileHelper::AudioFileFormatID(source);
         });
     for (std::thread &thread : threads)
         thread.join();
     for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(wavFrames(at(QString("%1.wav").arg(i))), 44100);
+        EXPECT_EQ(wavFrames(inHome(QString("%1.wav").arg(i))), 44100);
 }
 
 } // namespace

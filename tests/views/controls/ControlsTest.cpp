@@ -1,9 +1,7 @@
 // The toolbar's controls as keyboard and mouse meet them.
 #include "views/controls/SketchButton.h"
-#include "views/recording/RecordingPage.h"
 #include "views/recording/RunTracksView.h"
 #include "views/window/MainWindowView.h"
-#include "views/window/ReadyStatusPanel.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -41,32 +39,6 @@ TEST(SketchButton, ShowsItsStateAndIsPressedByTheKeyboard) {
     button.setImages(recorderStopImages(), "Stop");
     EXPECT_EQ(button.shownImage(), "Recorder_Stop_On"); // it has no drawing for being disabled
     EXPECT_EQ(button.accessibleName(), "Stop");
-}
-
-TEST(ReadyStatusPanel, BlinksOnlyWhileItShakesAndIsSeen) {
-    QWidget window;
-    ReadyStatusPanel clock(&window);
-    clock.setShakeEffect(/*isShaking=*/true);
-    EXPECT_FALSE(clock.isBlinking());
-    window.show();
-    EXPECT_TRUE(clock.isBlinking());
-    window.hide();
-    EXPECT_FALSE(clock.isBlinking());
-    window.show();
-    clock.setShakeEffect(/*isShaking=*/false);
-    EXPECT_FALSE(clock.isBlinking());
-}
-
-TEST(MainWindowView, TabGoesFromRecordOverCutAndMenuToTheTracks) {
-    MainWindowView window;
-    QWidget *menuButton = window.cutBtn()->nextInFocusChain();
-    while (!(menuButton->focusPolicy() & Qt::TabFocus))
-        menuButton = menuButton->nextInFocusChain();
-    EXPECT_EQ(menuButton->accessibleName(), "Menu");
-    QWidget *tracks = menuButton->nextInFocusChain();
-    while (!(tracks->focusPolicy() & Qt::TabFocus))
-        tracks = tracks->nextInFocusChain();
-    EXPECT_EQ(tracks, window.recordingPage()->runTracksView());
 }
 
 TEST(RunTracksView, ShowsTheTracksOfThisRunNewestFirst) {
