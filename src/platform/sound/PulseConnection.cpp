@@ -2,7 +2,45 @@
 
 #include "platform/run/Log.h"
 
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 #include <utility>
+
+namespace {
+
+/// Looks between two tries in full: a try costs half a millisecond even where nobody answers, most of it for the memory
+/// that a context gets at once, a look a hundredth of that.
+constexpr int kLooks = 3;
+
+/// The loop thread of a capture stream is an audio thread: nothing here allocates.
+bool isListenedTo(const char *folder, const char *name = "") {
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    const int length = std::snprintf(address.sun_path, sizeof(address.sun_path), "%s%s", folder, name);
+    if (length < 0 || static_cast<size_t>(length) >= sizeof(address.sun_path))
+        return true; // not to be told from here
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const bool isThere = socket < 0 ||
+                         ::connect(socket, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0 ||
+                         (errno != ENOENT && errno != ENOTDIR && errno != ECONNREFUSED);
+    if (socket >= 0)
+        ::close(socket);
+    return isThere;
+}
+
+/// Whether the server of this user's session may listen at its default place.
+bool isSessionListenedTo() {
+    if (const char *folder = std::getenv("PULSE_RUNTIME_PATH"))
+        return isListenedTo(folder, "/native");
+    const char *folder = std::getenv("XDG_RUNTIME_DIR");
+    return folder && isListenedTo(folder, "/pulse/native");
+}
+
+} // namespace
 
 PulseConnection::Timer::Timer(PulseConnection &connection, std::function<void()> fired)
     : api_(pa_threaded_mainloop_get_api(connection.loop_)),
@@ -33,7 +71,7 @@ void PulseConnection::Timer::clear() noexcept {
 PulseConnection::PulseConnection(const char *threadName, PulseConnectionClient &client)
     : client_(client), loop_(pa_threaded_mainloop_new()) {
     pa_threaded_mainloop_set_name(loop_, threadName);
-    retry_ = std::make_unique<Timer>(*this, [this] { connect(); });
+    retry_ = std::make_unique<Timer>(*this, [this] { retry(); });
     pa_threaded_mainloop_start(loop_);
 }
 
@@ -47,8 +85,28 @@ PulseConnection::~PulseConnection() {
     pa_threaded_mainloop_free(loop_);
 }
 
+void PulseConnection::retry() {
+    if (looks_ == kLooks || mayAnswer())
+        return connect();
+    ++looks_;
+    retry_->fireIn(kSoundRetry);
+}
+
+/// Whether somebody may listen where the last context found nobody.
+bool PulseConnection::mayAnswer() const {
+    const char *tried = context_ ? pa_context_get_server(context_) : nullptr;
+    if (!tried)
+        return true;
+    constexpr const char *kLocal = "unix:";
+    if (std::strncmp(tried, kLocal, std::strlen(kLocal)) == 0)
+        tried += std::strlen(kLocal);
+    // A server elsewhere answers a try only.
+    return *tried != '/' || isListenedTo(tried) || isSessionListenedTo();
+}
+
 void PulseConnection::connect() {
     disconnect();
+    looks_ = 0;
     context_ = pa_context_new(pa_threaded_mainloop_get_api(loop_), "Corvidia");
     pa_context_set_state_callback(
         context_, [](pa_context *, void *user) { static_cast<PulseConnection *>(user)->stateChanged(); }, this);

@@ -24,7 +24,8 @@ protected:
     ~PulseConnectionClient() = default;
 };
 
-/// Tries again every 250 ms while there is no server. Never starts a server.
+/// Tries again every 250 ms while there is no server: looks whether anybody listens where the last try found nobody,
+/// and once a second tries in full, since the address may be another by then. Never starts a server.
 class PulseConnection {
 public:
     /// Holds the loop thread off. Not to be taken on the loop thread.
@@ -82,6 +83,8 @@ public:
 
 private:
     void connect();
+    void retry();
+    bool mayAnswer() const;
     void disconnect() noexcept;
     void stateChanged();
     void noteLost();
@@ -93,6 +96,7 @@ private:
     bool hung_ = false;     // did not answer in time, and has not answered since
     bool wasReady_ = false; // the client was told that the server answers, and not yet that it is gone
     std::unique_ptr<Timer> retry_;
+    int looks_ = 0; // since the last try in full
 };
 
 /// The pause between two tries to reach a server or a source that is not there.
