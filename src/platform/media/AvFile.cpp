@@ -42,9 +42,10 @@ void AvOutputDeleter::operator()(AVFormatContext *output) const {
     avformat_free_context(output);
 }
 
-int openAvInput(AvInput &input, const QString &path, const AVInputFormat *format) {
+int openAvInput(AvInput &input, const QString &path, const AVInputFormat *format, AvDictionary *options) {
     AVFormatContext *context = nullptr;
-    const int error = avformat_open_input(&context, fileUrl(path).constData(), format, nullptr);
+    const int error =
+        avformat_open_input(&context, fileUrl(path).constData(), format, options ? &options->dictionary : nullptr);
     input.reset(context); // null on failure
     return error;
 }

@@ -22,7 +22,8 @@ struct AvDictionary {
 
 /// Opens `path` for reading, as a file and never as an address, with `format` or by libavformat's guess.
 /// 0 or FFmpeg's error.
-int openAvInput(AvInput &input, const QString &path, const AVInputFormat *format = nullptr);
+int openAvInput(AvInput &input, const QString &path, const AVInputFormat *format = nullptr,
+                AvDictionary *options = nullptr);
 
 /// Creates an M4A file at `path` that names no program in its tags. 0 or FFmpeg's error.
 int openAvOutput(AvOutput &output, const QString &path);

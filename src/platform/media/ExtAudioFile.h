@@ -16,9 +16,10 @@ class ExtAudioFile {
 public:
     /// How a file ended.
     struct Outcome {
-        int64_t lostBlocks =
-            0;         ///< that found the queue full, because the disk stood still, or were refused to be encoded
-        QString error; ///< the system's text of the first failure, null when there was none
+        /// Those that found the queue full, because the disk stood still, or were refused to be encoded.
+        int64_t lostBlocks = 0;
+        /// The system's text of the first failure, null when there was none.
+        QString error;
     };
 
     /// Creates the file at `path`, over any older file, for `bitRate` bits per second. Null on failure, `error` then

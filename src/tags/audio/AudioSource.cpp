@@ -1,5 +1,6 @@
 #include "tags/audio/AudioSource.h"
 
+#include "platform/media/AvFile.h"
 #include "tags/audio/MpegAudioInfo.h"
 
 #include <QFile>
@@ -75,19 +76,16 @@ std::unique_ptr<AudioSource> AudioSource::open(const QString &path, bool isCutBy
     if (!format)
         return nullptr;
 
-    AVDictionary *options = nullptr;
-    av_dict_set(&options, "format_whitelist", kFormats, 0);
-    av_dict_set(&options, "protocol_whitelist", "file", 0);
-    av_dict_set_int(&options, "skip_initial_bytes", skipped, 0);
-    av_dict_set(&options, "advanced_editlist", isCutByEditList ? "1" : "0", 0);
-    AVFormatContext *input = nullptr;
-    const int code = avformat_open_input(&input, ("file:" + QFile::encodeName(path)).constData(), format, &options);
-    av_dict_free(&options);
-    if (code < 0)
+    AvDictionary options;
+    av_dict_set(&options.dictionary, "format_whitelist", kFormats, 0);
+    av_dict_set(&options.dictionary, "protocol_whitelist", "file", 0);
+    av_dict_set_int(&options.dictionary, "skip_initial_bytes", skipped, 0);
+    av_dict_set(&options.dictionary, "advanced_editlist", isCutByEditList ? "1" : "0", 0);
+    std::unique_ptr<AudioSource> source(new AudioSource);
+    if (openAvInput(source->input_, path, format, &options) < 0)
         return nullptr;
 
-    std::unique_ptr<AudioSource> source(new AudioSource);
-    source->input_.reset(input);
+    AVFormatContext *input = source->input();
     if (std::strcmp(input->iformat->name, "mp3") == 0)
         source->container_ = Container::MPEG;
     else if (std::strncmp(input->iformat->name, "mov,", 4) == 0)
