@@ -398,6 +398,8 @@ void AudioRecord::recordAudioIsNullForRecordThread() {
     if (!delegate_)
         return;
     delegate_->recordingTimeForAudioIsNull(seconds);
+    if (!delegate_)
+        return; // it has just taken itself back
     // Ten times the factor of the running signal: the value is only compared with the interval and always passes it.
     delegate_->nullAudioSignal(/*isNull=*/true, static_cast<qint64>(seconds * 10000.0f), /*forNullCount=*/0);
 }
