@@ -195,7 +195,8 @@ void MainWindowCtr::recordedSongItem(const std::shared_ptr<SongItem> &song, [[ma
 void MainWindowCtr::tellOfTags(const SongItem &song, TagWriteOutcome outcome) {
     if (outcome == TagWriteOutcome::Written)
         return;
-    logLine(QStringLiteral("no tags in %1: outcome %2").arg(song.songPath()).arg(static_cast<int>(outcome)));
+    logLine(
+        QStringLiteral("no tags in %1: outcome %2").arg(song.songPath(), QString::number(static_cast<int>(outcome))));
     // A file in which no sound is found has nobody who would miss its tags.
     if (outcome == TagWriteOutcome::OtherFormat || std::exchange(hasToldOfTags_, true))
         return;

@@ -231,8 +231,7 @@ std::optional<QVariantMap> TagLibHelper::ID3Info(const QString &path) {
 
 TagWriteOutcome TagLibHelper::writeID3Info(const QString &path, const std::optional<QVariantMap> &ID3Info) {
     logLine(QStringLiteral("------before setID3Info filePath = %1 | FileSize = %2")
-                .arg(path)
-                .arg(static_cast<int32_t>(AudioConverter::getFileSize(path))));
+                .arg(path, QString::number(static_cast<int32_t>(AudioConverter::getFileSize(path)))));
     switch (AudioFileHelper::AudioFileFormatID(path)) {
     case AudioFileHelper::kFormatMP3:
         return writeMP3(path, ID3Info);
