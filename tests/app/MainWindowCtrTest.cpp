@@ -5,10 +5,13 @@
 #include "demo/RunningProgram.h"
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
+#include "platform/media/Av.h"
 #include "platform/run/Log.h"
 #include "platform/run/UserDefaults.h"
 #include "store/LibraryFile.h"
 #include "support/FakeInputUnit.h"
+#include "support/MadeAudio.h"
+#include "support/NoRoomOnDisk.h"
 #include "views/controls/SketchButton.h"
 #include "views/window/StatusLine.h"
 
@@ -25,6 +28,7 @@
 namespace {
 class MainWindow : public testing::Test {
 protected:
+    MainWindow() { qputenv("PULSE_SERVER", "unix:/nowhere"); }
     void SetUp() override {
         setLogSink([](const QString &) {});
         setPanelAnswerer([this](const Panel &panel) {
@@ -70,17 +74,8 @@ protected:
 };
 } // namespace
 
-TEST_F(MainWindow, StartsWithTheRegisteredDefaultsAndFolders) {
+TEST_F(MainWindow, MakesItsFoldersAndCountsItsLaunches) {
     const UserDefaults &defaults = UserDefaults::standardUserDefaults();
-    EXPECT_EQ(defaults.integerForKey("DefaultExportFileType"), 0);
-    EXPECT_EQ(defaults.integerForKey("DefaultERecordQualityType"), 3);
-    EXPECT_EQ(defaults.integerForKey("AutoSplitTimeInterval"), 300);
-    EXPECT_EQ(defaults.integerForKey("AutoFilterTimeInterval"), 5);
-    EXPECT_EQ(defaults.integerForKey("SUScheduledCheckInterval"), 86400);
-    EXPECT_TRUE(defaults.boolForKey("AutoSplitMusic") && defaults.boolForKey("AutoFilterMusic"));
-    EXPECT_TRUE(defaults.boolForKey("KeepOtherTags"));
-    EXPECT_FALSE(defaults.contains("HadGoToRate"));
-    EXPECT_EQ(defaults.integerForKey("DefualtRecordDeviceKey"), 1);
     EXPECT_EQ(defaults.integerForKey("RateLaunchTimes"), 1);
     EXPECT_TRUE(QFile::exists(defaultMusicFolder()));
     EXPECT_TRUE(QFile::exists(coverImageFolder()));
@@ -96,7 +91,6 @@ TEST_F(MainWindow, StartsWithTheRegisteredDefaultsAndFolders) {
 }
 
 TEST_F(MainWindow, OffersTheCaptureDeviceAndGoesBackToRestWhenItIsDeclined) {
-    qputenv("PULSE_SERVER", "unix:/nowhere");
     launch();
     answers = {1};
     window().recorder();
@@ -108,6 +102,8 @@ TEST_F(MainWindow, OffersTheCaptureDeviceAndGoesBackToRestWhenItIsDeclined) {
     window().recorder();
     EXPECT_EQ(asked, QStringList({"Install Recording Extra", "Install failed!"}));
     EXPECT_FALSE(window().isRecording());
+    window().mainWindowWillClose();
+    EXPECT_EQ(av_log_get_level(), AV_LOG_INFO); // as libav begins
 }
 
 TEST_F(MainWindow, StaysPressedAfterAFolderThatMayNotBeWritten) {
@@ -116,14 +112,13 @@ TEST_F(MainWindow, StaysPressedAfterAFolderThatMayNotBeWritten) {
     ASSERT_TRUE(QDir().mkpath(folder));
     ASSERT_EQ(chmod(QFile::encodeName(folder).constData(), 0555), 0);
     UserDefaults::standardUserDefaults().setObject(folder, "MusicsOutputLocation");
-    qputenv("PULSE_SERVER", "unix:/nowhere");
     launch();
     if (getuid() == 0) { // who may write everywhere
         ASSERT_EQ(setreuid(65534, 0), 0);
     }
     window().recorder();
-    ASSERT_EQ(asked.size(), 1);
-    EXPECT_TRUE(asked.first().contains(folder));
+    EXPECT_EQ(asked,
+              QStringList{"You do not have the privilege to save files here, please select another one.\n " + folder});
     EXPECT_TRUE(window().isRecording());
     EXPECT_FALSE(canCut());
     window().recorder(); // takes the way of a stop
@@ -132,11 +127,8 @@ TEST_F(MainWindow, StaysPressedAfterAFolderThatMayNotBeWritten) {
 }
 
 TEST_F(MainWindow, SetsALibraryAsideThatItCannotRead) {
-    QFile library(defaultLibraryPath());
-    ASSERT_TRUE(library.open(QIODevice::WriteOnly));
-    library.write("these are not the bytes of a database, but somebody may want them back");
-    library.close();
-    qputenv("PULSE_SERVER", "unix:/nowhere");
+    const std::string bytes = "these are not the bytes of a database, but somebody may want them back";
+    makeFile(defaultLibraryPath(), bytes);
     launch();
     EXPECT_TRUE(waitUntil([this] { return asked == QStringList{"A new library was begun"}; }));
     window().recordedFileDidFail("/a.m4a", "full"); // three news of one cause
@@ -150,9 +142,42 @@ TEST_F(MainWindow, SetsALibraryAsideThatItCannotRead) {
     EXPECT_EQ(libraryStateOf(defaultLibraryPath()), LibraryState::Readable);
     const QStringList kept = QDir(applicationSupportFolder()).entryList({"Library (unreadable*.db"});
     ASSERT_EQ(kept.size(), 1);
-    QFile old(applicationSupportFolder() + '/' + kept.first());
-    ASSERT_TRUE(old.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(old.readAll().endsWith("want them back"));
+    EXPECT_EQ(bytesOf(applicationSupportFolder() + '/' + kept.first()), bytes);
+}
+
+TEST_F(MainWindow, TellsOfALibraryOnAFullDiskAndBeginsItWhenThereIsRoom) {
+    makeFile(defaultLibraryPath(), ""); // as a full disk leaves it
+    {
+        const NoRoomOnDisk noRoom;
+        launch();
+    }
+    EXPECT_TRUE(waitUntil([this] { return asked == QStringList{"The library can't be opened"}; }));
+    delegate.reset();
+    launch();
+    EXPECT_FALSE(waitUntil([this] { return asked.size() > 1; }, 500));
+    EXPECT_EQ(libraryStateOf(defaultLibraryPath()), LibraryState::Readable);
+}
+
+TEST_F(MainWindow, TellsOnceInARunWhyATitleIsMissing) {
+    const auto song = std::make_shared<SongItem>();
+    song->setSongPath(makeTone("a %1.mp3", "-b:a 256k", /*seconds=*/5));
+    const std::string group("ID3\3\0\0\0\0\0\xfTIT2\0\0\0\5\0\x20\x81\0Old", 25); // would be lost
+    for (const char *reason : {"The disk is full.", "Other tags in it would be lost."}) {
+        launch();
+        asked.clear();
+        const auto record = [&] {
+            const NoRoomOnDisk noRoom(100'000);
+            window().recordedSongItem(song, DeviceType::SystemAudio);
+        };
+        record();
+        EXPECT_TRUE(waitUntil([this] { return asked == QStringList{"A recording has no title in its file"}; }));
+        EXPECT_EQ(texts.last(),
+                  QString("a %1.mp3 can't be given its tags. The recording itself is whole.\n\n") + reason);
+        record();
+        EXPECT_FALSE(waitUntil([this] { return asked.size() > 1; }, 500));
+        makeFile("a %1.mp3", group + bytesOf(song->songPath()).substr(0, 50'000));
+        delegate.reset();
+    }
 }
 
 TEST_F(MainWindowWithSound, BeginsNothingBehindAQuestionThatItDidNotAnswer) {

@@ -5,6 +5,7 @@
 #include "platform/media/Av.h"
 #include "platform/run/Log.h"
 #include "support/FakeInputUnit.h"
+#include "support/NoRoomOnDisk.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -12,10 +13,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <csignal>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <random>
-#include <sys/resource.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -104,15 +106,10 @@ protected:
 };
 
 QStringList synced; // files that were made to reach the disk
-} // namespace
+std::atomic<bool> failsNextFileClose = false;
+void *latePage = nullptr;
+std::atomic<bool> isPageAwaited = false, isPageThere = false;
 
-// In place of the system's, for the whole program.
-extern "C" int fsync(int file) {
-    synced << QFile::symLinkTarget(QString("/proc/self/fd/%1").arg(file)).section('/', -1);
-    return 0;
-}
-
-namespace {
 std::array<float, kBlockFrames> quietAndLoud(int quiet, float quietValue = 0) {
     std::array<float, kBlockFrames> block{};
     for (int i = 0; i < static_cast<int>(kBlockFrames); ++i)
@@ -120,6 +117,20 @@ std::array<float, kBlockFrames> quietAndLoud(int quiet, float quietValue = 0) {
     return block;
 }
 } // namespace
+
+// In place of the system's, for the whole program.
+extern "C" int fsync(int file) {
+    synced << QFile::symLinkTarget(QString("/proc/self/fd/%1").arg(file)).section('/', -1);
+    return 0;
+}
+extern "C" int fclose(FILE *file) {
+    static const auto next = reinterpret_cast<int (*)(FILE *)>(dlsym(RTLD_NEXT, "fclose"));
+    const int result = next(file);
+    if (!failsNextFileClose.exchange(false))
+        return result;
+    errno = EDQUOT; // as a file server answers that tells of its room only now
+    return EOF;
+}
 
 TEST(SilentBlock, NeedsSevenTenthsOfItsSamplesStrictlyBelowTheThreshold) {
     EXPECT_FALSE(AudioRecord::isNULLAudioData(nullptr));
@@ -162,6 +173,12 @@ TEST_F(AudioRecordTest, SplitsAtTheFirstSilentBlockPastTheInterval) {
         EXPECT_EQ(heard.silences.size(), 2u);
         engine.stopRecordAudioFile();
     }
+    // Who hears of a split may take itself back.
+    heard.onSilence = [this] { engine.setDelegate(nullptr); };
+    ASSERT_TRUE(open("last.mp3", ExportType::MP3));
+    tone(3);
+    silence(1);
+    EXPECT_EQ(heard.silences.size(), 3u);
 }
 
 TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
@@ -187,6 +204,10 @@ TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
     }
     EXPECT_TRUE(waitUntil([&] { return heard.lostBlocks == 2; })); // a frame of the M4A
     EXPECT_TRUE(heard.failures.isEmpty());
+    ASSERT_TRUE(open("refused at last.mp3", ExportType::MP3));
+    failsNextFileClose = true;
+    engine.stopRecordAudioFile();
+    EXPECT_TRUE(waitUntil([&] { return heard.failures == QStringList{path("refused at last.mp3")}; }));
 }
 
 TEST_F(AudioRecordTest, WritesNeitherSilenceOnTheLeftNorAFailedRenderNorASliceOfAnotherSize) {
@@ -359,6 +380,28 @@ TEST_F(AudioRecordTest, CutsByHandBetweenThreadsLoseNothing) {
     EXPECT_EQ(frames, 400u * kBlockFrames);
 }
 
+TEST_F(AudioRecordTest, ACutByHandWaitsForTheBlockInFlight) {
+    // Whoever reads the samples waits until their page is there.
+    latePage = mmap(nullptr, sizeof(SoundBlock), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    signal(SIGSEGV, [](int) {
+        isPageAwaited = true;
+        usleep(50'000); // in which a cut that does not wait is through
+        isPageThere = true;
+        mprotect(latePage, sizeof(SoundBlock), PROT_READ);
+    });
+    ASSERT_TRUE(open("late.m4a", ExportType::M4A));
+    tone(10);
+    std::thread audio([&] {
+        const auto *samples = static_cast<const float *>(latePage);
+        engine.AudioInputProc({/*hostTime=*/2'000'000'000, kBlockFrames, samples, samples, /*status=*/0});
+    });
+    EXPECT_TRUE(waitUntil([] { return isPageAwaited.load(); }));
+    engine.stopRecordAudioFile();
+    EXPECT_TRUE(isPageThere);
+    audio.join();
+    EXPECT_EQ(decodeAudio(path("late.m4a")).frames(), 11u * kBlockFrames);
+}
+
 TEST_F(AudioRecordTest, LooksForReportsByItselfWhileTheUnitRunsAndOnceMoreBehindIt) {
     engine.configurePluginDiviceAuidoUnit();
     QCoreApplication::processEvents();
@@ -425,10 +468,7 @@ TEST_F(AudioRecordTest, AGrowingM4aSurvivesTheDeathOfTheProgram) {
 }
 
 TEST_F(AudioRecordTest, AFullDiskStopsTheFileIsToldOnceAndCostsNothingThatWasWritten) {
-    // A limit on the size of files stands for the end of the disk.
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{100'000, 100'000};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const NoRoomOnDisk noRoom(100'000);
     for (const auto &[name, type] : {std::pair{"full.mp3", ExportType::MP3}, std::pair{"full.m4a", ExportType::M4A}}) {
         SCOPED_TRACE(name);
         heard.failures.clear();

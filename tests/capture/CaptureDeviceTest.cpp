@@ -7,6 +7,7 @@
 #include "platform/run/Log.h"
 #include "platform/sound/PulseInputUnit.h"
 #include "platform/sound/SoundServer.h"
+#include "support/MadeAudio.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -216,9 +217,7 @@ TEST_P(CaptureDevice, InstallsOnceAndLeavesNoTrace) {
     startServer();
     const QString script = folder_.filePath("server/config/pulse/default.pa");
     ASSERT_TRUE(QDir().mkpath(folder_.filePath("server/config/pulse")));
-    QFile file(script);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write("load-module module-of-mine") > 0);
-    file.close();
+    makeFile(script, "load-module module-of-mine");
     const auto before = filesBelow(folder_.filePath("server/config"));
 
     EXPECT_FALSE(isInstallAudioDeviceWithClassName(kCaptureDeviceClass));

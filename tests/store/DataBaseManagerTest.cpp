@@ -3,14 +3,14 @@
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
 #include "store/LibraryFile.h"
+#include "support/MadeAudio.h"
+#include "support/NoRoomOnDisk.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTimeZone>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <sys/resource.h>
 #include <thread>
 
 namespace {
@@ -58,16 +58,6 @@ protected:
         setLogSink({});
     }
 
-    static QString write(const QString &path, const QByteArray &content) {
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        return path;
-    }
-    static QByteArray read(const QString &path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
-    }
     static QString cover(const char *name) { return coverImageFolder() + '/' + name; }
     QList<std::shared_ptr<SongItem>> reload() {
         EXPECT_TRUE(manager_.closeDataBase());
@@ -118,7 +108,7 @@ TEST_F(Library, ReadsALibraryMadeElsewhere) {
     other.run("INSERT INTO Song VALUES(41,'T',NULL,'A','G',61000,1e300,1,'1999','2011-03-04 05:06:07 +0100',"
               "'/a.mp3',320000,48000,'MP3 audio','gone_0.png,,there.png',1,1,0,5)");
     other.run("INSERT INTO Song(SongID,AddDate,FilePath,CoverImageIndex) VALUES(40,'','',-5)");
-    write(cover("there.png"), "png");
+    makeFile(cover("there.png"), "png");
     const auto songs = reload();
     ASSERT_EQ(songs.size(), 2);
     EXPECT_EQ(songs[1]->coverImageIndex(), -1) << "no covers, so none is chosen";
@@ -136,15 +126,14 @@ TEST_F(Library, CoversFollowTheirTrack) {
     Connection(path_).run(QString(kSongTable) +
                           ";INSERT INTO Song(SongID,AddDate,FilePath,CoverImages) VALUES(6,'','','')");
     SongItem song;
-    song.setCoverImages({write(QDir::homePath() + "/a", "A"), write(QDir::homePath() + "/b", "B"), "/nowhere.png",
-                         write(QDir::homePath() + "/c", "C")});
+    song.setCoverImages({makeFile("a", "A"), makeFile("b", "B"), "/nowhere.png", makeFile("c", "C")});
     song.setCoverImageIndex(3);
     song.setIsHasLocalCover(/*isHasLocalCover=*/true);
-    write(cover("7_0.png"), "of a track that is gone");
+    makeFile(cover("7_0.png"), "of a track that is gone");
     ASSERT_EQ(manager_.insertSongItem(song), 7);
     EXPECT_EQ(song.coverImages(), (QStringList{cover("7_0.png"), cover("7_1.png"), "/nowhere.png", cover("7_3.png")}));
     EXPECT_FALSE(QFile::exists(QDir::homePath() + "/a"));
-    EXPECT_EQ(read(cover("7_0.png")) + read(cover("7_1.png")) + read(cover("7_3.png")), "ABC");
+    EXPECT_EQ(bytesOf(cover("7_0.png")) + bytesOf(cover("7_1.png")) + bytesOf(cover("7_3.png")), "ABC");
     EXPECT_TRUE(log_.contains("removeItemAtPath " + cover("7_0.png") + " isSuccessed 1"));
     EXPECT_EQ(log_.last(), "mstrCoverImages 7_0.png,7_1.png,(null),7_3.png");
 
@@ -156,7 +145,7 @@ TEST_F(Library, CoversFollowTheirTrack) {
     loaded->setTitle("New");
     EXPECT_TRUE(manager_.updateSongItem(*loaded));
     EXPECT_EQ(loaded->coverImages(), (QStringList{cover("7_0.png"), cover("7_3.png")})) << "renamed by position";
-    EXPECT_EQ(read(cover("7_0.png")) + read(cover("7_1.png")), "BB") << "an update copies";
+    EXPECT_EQ(bytesOf(cover("7_0.png")) + bytesOf(cover("7_1.png")), "BB") << "an update copies";
     EXPECT_EQ(Connection(path_).run("SELECT Title, CoverImages FROM Song WHERE SongID = 7"), "New|7_0.png,7_3.png");
 
     EXPECT_TRUE(manager_.deleteSongItem(*loaded));
@@ -182,7 +171,7 @@ TEST_F(Library, ARefusedInsertGivesItsNumberBackAndKeepsTheCover) {
     ASSERT_TRUE(manager_.loadDataBase());
     Connection other(path_);
     SongItem song;
-    song.setCoverImages({write(QDir::homePath() + "/a", "A")});
+    song.setCoverImages({makeFile("a", "A")});
     other.run("BEGIN IMMEDIATE");
     EXPECT_EQ(manager_.insertSongItem(song), -1);
     EXPECT_TRUE(log_.last().startsWith("insertSongItem: sqlite3_step failed: 5"));
@@ -191,7 +180,7 @@ TEST_F(Library, ARefusedInsertGivesItsNumberBackAndKeepsTheCover) {
     EXPECT_FALSE(manager_.deleteSongItem(song));
     other.run("COMMIT");
     EXPECT_EQ(manager_.insertSongItem(song), 1);
-    EXPECT_EQ(read(cover("1_0.png")), "A");
+    EXPECT_EQ(bytesOf(cover("1_0.png")), "A");
 }
 
 TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
@@ -209,32 +198,12 @@ TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
     EXPECT_EQ(manager_.getAllRingtoneItems()->at(0)->title(), ringtone.title());
 }
 
-/// While one lives, no file takes more than so many bytes.
-class NoRoomOnDisk {
-public:
-    explicit NoRoomOnDisk(rlim_t bytes = 0) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit none{bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &none);
-    }
-    ~NoRoomOnDisk() {
-        setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
-    NoRoomOnDisk(const NoRoomOnDisk &) = delete;
-    NoRoomOnDisk &operator=(const NoRoomOnDisk &) = delete;
-
-private:
-    void (*handler_)(int);
-    rlimit before_{};
-};
-
 struct BadLibrary {
     const char *name;
     LibraryState state;
-    const char *sql;    // makes the file, or
-    QByteArray content; // is the file
-    bool hasTable;      // reading gives a list
+    const char *sql;     // makes the file, or
+    std::string content; // is the file
+    bool hasTable;       // reading gives a list
 };
 
 TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
@@ -242,7 +211,7 @@ TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
     fewer.replace(",GetID3Status int", "");
     const QByteArray lacksOne = fewer.toUtf8();
     for (const auto &[name, state, sql, content, hasTable] : {
-             BadLibrary{"not SQLite", LibraryState::NotADatabase, nullptr, QByteArray(5000, 'x'), false},
+             BadLibrary{"not SQLite", LibraryState::NotADatabase, nullptr, std::string(5000, 'x'), false},
              BadLibrary{"another table", LibraryState::OtherColumns, "CREATE TABLE Other(a)", "", false},
              BadLibrary{"18 columns", LibraryState::OtherColumns, lacksOne.constData(), "", true},
          }) {
@@ -250,7 +219,7 @@ TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
         if (sql)
             Connection(path_).run(sql);
         else
-            write(path_, content);
+            makeFile(path_, content);
         EXPECT_EQ(libraryStateOf(path_), state);
         log_.clear();
         EXPECT_TRUE(manager_.loadDataBase()) << "an opened file is not examined";
@@ -260,11 +229,11 @@ TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
         SongItem song;
         EXPECT_EQ(manager_.insertSongItem(song), -1);
         manager_.closeDataBase();
-        EXPECT_TRUE(content.isEmpty() || read(path_) == content) << "overwritten";
+        EXPECT_TRUE(content.empty() || bytesOf(path_) == content) << "overwritten";
 
-        const QByteArray kept = read(path_);
+        const std::string kept = bytesOf(path_);
         const QString aside = setAsideLibrary(path_, QDateTime(QDate(2026, 11, 21), QTime(14, 3, 22)));
-        EXPECT_EQ(read(aside), kept) << "never over an earlier one";
+        EXPECT_EQ(bytesOf(aside), kept) << "never over an earlier one";
         EXPECT_EQ(libraryStateOf(path_), LibraryState::Missing);
     }
     EXPECT_TRUE(QFile::exists(applicationSupportFolder() + "/Library (unreadable 2026-11-21 14.03.22).db"));

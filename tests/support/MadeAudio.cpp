@@ -5,7 +5,7 @@
 #include <QProcess>
 #include <gtest/gtest.h>
 
-QString inHome(const QString &name) { return QDir::homePath() + '/' + name; }
+QString inHome(const QString &name) { return QDir::home().filePath(name); }
 
 QString makeTone(const QString &name, const QString &arguments, double seconds) {
     const QString source =

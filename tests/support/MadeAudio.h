@@ -4,6 +4,7 @@
 #include <QString>
 #include <string>
 
+/// A name within the home folder; a whole path stays as it is.
 QString inHome(const QString &name);
 /// A stereo tone of `seconds`, encoded by the ffmpeg command as the name's ending and `arguments` say; its path.
 QString makeTone(const QString &name, const QString &arguments = {}, double seconds = 1);

@@ -1,5 +1,7 @@
 #include "platform/files/Folders.h"
 
+#include "support/MadeAudio.h"
+
 #include <QDir>
 #include <QFile>
 #include <gtest/gtest.h>
@@ -19,10 +21,7 @@ TEST(Folders, FollowTheDesktopAndAnEarlierLibrary) {
     const QString home = QDir(QDir::homePath()).canonicalPath();
     for (const auto &[named, music] : {std::pair("$HOME/Musik", "/Musik"), std::pair("$HOME/", "/Music")}) {
         QDir().mkpath(home + "/.config");
-        QFile folders(home + "/.config/user-dirs.dirs");
-        ASSERT_TRUE(folders.open(QIODevice::WriteOnly));
-        folders.write(QByteArray("XDG_MUSIC_DIR=\"") + named + "\"\n");
-        folders.close();
+        makeFile(".config/user-dirs.dirs", std::string("XDG_MUSIC_DIR=\"") + named + "\"\n");
         EXPECT_EQ(defaultMusicFolder(), home + music + "/Tessarine Corvidia");
     }
     EXPECT_EQ(applicationSupportFolder(), QDir::homePath() + "/.local/share/Tessarine Corvidia");

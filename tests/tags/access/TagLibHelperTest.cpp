@@ -4,6 +4,7 @@
 #include "platform/run/Log.h"
 #include "support/MadeAudio.h"
 #include "support/Mp4Bytes.h"
+#include "support/NoRoomOnDisk.h"
 #include "tags/access/GracenoteHelper.h"
 #include "tags/access/TagDictionary.h"
 
@@ -14,7 +15,6 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <random>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <taglib/apetag.h>
@@ -297,9 +297,9 @@ TEST_F(Tags, OfAnM4aThatAreNotGivenStayByteForByte) {
 }
 
 TEST_F(Tags, FirstContactTakesTheCoverOfAnM4aThatIsGivenOne) {
-    const QString path = makeTone("a.m4a", "-f lavfi -i color=red:size=16x16:duration=0.04 -map 0 -map 1 -c:v mjpeg "
-                                           "-disposition:v attached_pic " +
-                                               kMp3Texts);
+    const QString path = makeTone("a %2.m4a", "-f lavfi -i color=red:size=16x16:duration=0.04 -map 0 -map 1 -c:v mjpeg "
+                                              "-disposition:v attached_pic " +
+                                                  kMp3Texts);
     EXPECT_EQ(info(path)[TagKey::kCover].toList().size(), 1);
     // The marks take the place of the old cover, and without one no new one comes.
     expectWritten(path, {{TagKey::kTitle, "New"}, {TagKey::kCover, QVariantList{picture(Qt::red)}}});
@@ -486,18 +486,11 @@ TEST_F(Tags, AReadOnlyFileAnswersNoAndAReadOnlyFolderDoesNotMatter) {
 TEST_F(Tags, AFullDiskLeavesTheFileWhole) {
     for (const QString &path : {makeTone("a.mp3"), makeTone("a.m4a")}) {
         const DecodedAudio before = decodeAudio(path);
-        const rlimit old = [] {
-            rlimit limit{};
-            getrlimit(RLIMIT_FSIZE, &limit);
-            return limit;
-        }();
-        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit small{static_cast<rlim_t>(bytesOf(path).size()) + 4'000, old.rlim_max};
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-        EXPECT_EQ(TagLibHelper::writeID3Info(path, QVariantMap{{TagKey::kTitle, QString(50'000, 'x')}}),
-                  TagWriteOutcome::DiskFull);
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
-        std::signal(SIGXFSZ, handler);
+        {
+            const NoRoomOnDisk noRoom(bytesOf(path).size() + 4'000);
+            EXPECT_EQ(TagLibHelper::writeID3Info(path, QVariantMap{{TagKey::kTitle, QString(50'000, 'x')}}),
+                      TagWriteOutcome::DiskFull);
+        }
         EXPECT_EQ(decodeAudio(path).left, before.left);
         EXPECT_EQ(bytesOf(path).find("27F4F0E7D40DCC877E46B6CF935B5ED4") != std::string::npos, path.endsWith("mp3"));
     }

@@ -1,4 +1,5 @@
 #include "support/MadeAudio.h"
+#include "support/NoRoomOnDisk.h"
 #include "tags/audio/AudioConverter.h"
 #include "tags/audio/AudioFileHelper.h"
 
@@ -8,9 +9,7 @@ extern "C" {
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QtEndian>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -25,14 +24,8 @@ protected:
 
     // A tone of `frames` frames, encoded as `arguments` say.
     static QString tone(const QString &name, int frames, const QString &arguments = {}, int rate = 44100) {
-        const QString source =
-            QStringLiteral("sine=440:sample_rate=%1,aformat=channel_layouts=stereo,atrim=end_sample=%2")
-                .arg(rate)
-                .arg(frames);
-        const QStringList command = QStringList{"-v", "error", "-y", "-f", "lavfi", "-i", source} +
-                                    arguments.split(' ', Qt::SkipEmptyParts) + QStringList{inHome(name)};
-        EXPECT_EQ(QProcess::execute("ffmpeg", command), 0) << qPrintable(command.join(' '));
-        return inHome(name);
+        const QString cut = QStringLiteral("-af aresample=%1,atrim=end_sample=%2 ").arg(rate).arg(frames);
+        return makeTone(name, cut + arguments, /*seconds=*/1 + 1.0 * frames / rate);
     }
     static QByteArray read(const QString &path) { return QByteArray::fromStdString(bytesOf(path)); }
     static QString write(const QString &name, const QByteArray &content) {
@@ -194,14 +187,8 @@ TEST_F(AudioFiles, AFailedCutLeavesNoFileAndNoOlderOne) {
     EXPECT_FALSE(QFile::exists(target));
     EXPECT_EQ(AudioConverter::convertAudioToWav(source, inHome("no/folder/a.wav"), /*forEndTime=*/30), 1);
 
-    // A full disk: no file may grow beyond 100,000 bytes.
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit small = {.rlim_cur = 100'000, .rlim_max = before.rlim_max};
-    std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
+    const NoRoomOnDisk noRoom(100'000);
     EXPECT_EQ(AudioConverter::convertAudioToWav(source, target, /*forEndTime=*/30), 1);
-    setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(QDir(QDir::homePath()).entryList({"*wav*"}), QStringList()) << "no temporary file either";
 }
 
