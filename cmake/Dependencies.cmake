@@ -16,6 +16,7 @@ endfunction()
 
 corvidia_require(FFMPEG libavformat libavcodec libswresample libavutil)
 corvidia_require(PULSE libpulse)
+corvidia_require(MPV mpv)
 corvidia_require(SQLITE sqlite3)
 corvidia_require(TAGLIB taglib)
 corvidia_require(ZLIB zlib)
@@ -28,3 +29,8 @@ endif()
 add_library(Lame::Lame INTERFACE IMPORTED)
 set_target_properties(Lame::Lame PROPERTIES INTERFACE_INCLUDE_DIRECTORIES ${LAME_INCLUDE_DIR}
                                             INTERFACE_LINK_LIBRARIES ${LAME_LIBRARY})
+
+find_program(LRELEASE NAMES lrelease HINTS ${QT6_INSTALL_PREFIX}/${QT6_INSTALL_BINS} /usr/lib/qt6/bin)
+if(NOT LRELEASE)
+    message(FATAL_ERROR "Qt's lrelease is needed: ${INSTALL_HINT}")
+endif()

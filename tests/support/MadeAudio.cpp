@@ -8,8 +8,12 @@
 QString inHome(const QString &name) { return QDir::home().filePath(name); }
 
 QString makeTone(const QString &name, const QString &arguments, double seconds) {
-    const QString source =
-        QStringLiteral("sine=440:sample_rate=44100:duration=%1,aformat=channel_layouts=stereo").arg(seconds);
+    return makeSound(
+        name, QStringLiteral("sine=440:sample_rate=44100:duration=%1,aformat=channel_layouts=stereo").arg(seconds),
+        arguments);
+}
+
+QString makeSound(const QString &name, const QString &source, const QString &arguments) {
     const QStringList command = QStringList{"-v", "error", "-y", "-f", "lavfi", "-i", source} +
                                 arguments.split(' ', Qt::SkipEmptyParts) + QStringList{inHome(name)};
     EXPECT_EQ(QProcess::execute("ffmpeg", command), 0) << qPrintable(command.join(' '));

@@ -8,6 +8,8 @@
 QString inHome(const QString &name);
 /// A stereo tone of `seconds`, encoded by the ffmpeg command as the name's ending and `arguments` say; its path.
 QString makeTone(const QString &name, const QString &arguments = {}, double seconds = 1);
+/// The same of `source`, as ffmpeg's filters describe one.
+QString makeSound(const QString &name, const QString &source, const QString &arguments = {});
 std::string bytesOf(const QString &path);
 QString makeFile(const QString &name, const std::string &bytes);
 /// Whether ffprobe reads the file without a complaint, and `title`, if any, as its title.
