@@ -1,0 +1,143 @@
+// The Trash as the desktop's programs share it: a folder with "files" and, for each of them, a note in "info" that says
+// where it stood. Qt's own moveToTrash() looks for ever for a free name where a name is long, and takes folders too.
+#include "platform/desktop/FileManager.h"
+
+#include "platform/run/LocalizedString.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kLongestName = 200; // bytes; with a number and ".trashinfo" it stays below 255
+constexpr int kMostTries = 10'000;
+
+struct Trash {
+    QByteArray folder;
+    QByteArray top; ///< what the notes' paths start from; empty for the user's own Trash, whose paths are absolute
+};
+
+std::optional<struct stat> statusOf(const QByteArray &path) {
+    struct stat status {};
+    return lstat(path.constData(), &status) == 0 ? std::optional(status) : std::nullopt;
+}
+
+/// A folder of this user alone, made where it is missing; a link to one is none.
+bool isOwnFolder(const QByteArray &path) {
+    mkdir(path.constData(), 0700);
+    const auto status = statusOf(path);
+    return status && S_ISDIR(status->st_mode) && status->st_uid == geteuid();
+}
+
+bool isReady(const QByteArray &trash) {
+    return isOwnFolder(trash) && isOwnFolder(trash + "/files") && isOwnFolder(trash + "/info");
+}
+
+QByteArray folderOf(const QByteArray &path) { return path.left(std::max<qsizetype>(path.lastIndexOf('/'), 1)); }
+
+/// The Trash of the file system that `path` stands on.
+std::optional<Trash> trashFor(const QByteArray &path) {
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    QDir().mkpath(data);
+    QByteArray top = folderOf(path);
+    const auto device = statusOf(top);
+    const auto home = statusOf(QFile::encodeName(QFileInfo(data).canonicalFilePath()));
+    if (!device)
+        return std::nullopt;
+    if (home && home->st_dev == device->st_dev) {
+        const QByteArray own = QFile::encodeName(data) + "/Trash";
+        return isReady(own) ? std::optional(Trash{own, {}}) : std::nullopt;
+    }
+    for (QByteArray above = folderOf(top); above != top; above = folderOf(top)) {
+        const auto status = statusOf(above);
+        if (!status || status->st_dev != device->st_dev)
+            break;
+        top = above;
+    }
+    const QByteArray user = QByteArray::number(geteuid());
+    const auto shared = statusOf(top + "/.Trash");
+    if (shared && S_ISDIR(shared->st_mode) && (shared->st_mode & S_ISVTX) && isReady(top + "/.Trash/" + user))
+        return Trash{top + "/.Trash/" + user, top};
+    if (isReady(top + "/.Trash-" + user))
+        return Trash{top + "/.Trash-" + user, top};
+    return std::nullopt;
+}
+
+/// The note's bytes. Whatever a name holds, it stays in its line.
+QByteArray noteFor(const Trash &trash, const QByteArray &path) {
+    const QByteArray shown = trash.top.isEmpty() ? path : path.mid(trash.top.size() + (trash.top == "/" ? 0 : 1));
+    return "[Trash Info]\nPath=" + shown.toPercentEncoding("/") +
+           "\nDeletionDate=" + QDateTime::currentDateTime().toString("yyyy-MM-ddThh:mm:ss").toLatin1() + '\n';
+}
+
+/// 0, or what went wrong. EEXIST means that `name` is taken.
+int moveUnder(const QByteArray &name, const Trash &trash, const QByteArray &path) {
+    const QByteArray notePath = trash.folder + "/info/" + name + ".trashinfo";
+    const int descriptor = open(notePath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (descriptor < 0)
+        return errno;
+    const QByteArray note = noteFor(trash, path);
+    int failure = write(descriptor, note.constData(), static_cast<size_t>(note.size())) == note.size() ? 0 : EIO;
+    if (close(descriptor) != 0)
+        failure = errno;
+    const QByteArray target = trash.folder + "/files/" + name;
+    // The note reserves the name; what stands there without one came from a program that was cut short.
+    if (failure == 0 && statusOf(target))
+        failure = EEXIST;
+    if (failure == 0 && rename(path.constData(), target.constData()) != 0)
+        failure = errno;
+    if (failure != 0)
+        unlink(notePath.constData());
+    return failure;
+}
+
+/// A name that leaves room for a number, cut between two characters. The note has the whole one.
+QByteArray shortened(const QByteArray &name) {
+    qsizetype size = std::min<qsizetype>(name.size(), kLongestName);
+    while (size > 0 && size < name.size() && (name.at(size) & 0xc0) == 0x80)
+        --size;
+    return name.left(size > 0 ? size : kLongestName);
+}
+
+int moveInto(const Trash &trash, const QByteArray &path) {
+    const QByteArray base = shortened(path.mid(path.lastIndexOf('/') + 1));
+    int failure = EEXIST;
+    for (int i = 1; failure == EEXIST && i <= kMostTries; ++i)
+        failure = moveUnder(i == 1 ? base : base + '.' + QByteArray::number(i), trash, path);
+    return failure;
+}
+
+int throwAway(const QString &path) {
+    if (path.isEmpty() || path.contains(QChar::Null))
+        return ENOENT;
+    // The folder's real place tells the file system; the file itself may be a link, which goes and not what it names.
+    const QFileInfo file(path);
+    const QString folder = QFileInfo(file.absolutePath()).canonicalFilePath();
+    const QByteArray whole = QFile::encodeName(QDir(folder).filePath(file.fileName()));
+    const auto status = folder.isEmpty() ? std::nullopt : statusOf(whole);
+    if (!status)
+        return ENOENT;
+    // A library from elsewhere may name anything: a folder with all that is in it is no track.
+    if (S_ISDIR(status->st_mode))
+        return EISDIR;
+    const auto trash = trashFor(whole);
+    return trash ? moveInto(*trash, whole) : EXDEV;
+}
+
+} // namespace
+
+bool moveToTrash(const QString &path, QString *error) {
+    const int failure = throwAway(path);
+    if (failure != 0 && error)
+        *error =
+            failure == EXDEV ? localizedString("There is no Trash where the file stands.") : qt_error_string(failure);
+    return failure == 0;
+}
