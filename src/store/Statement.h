@@ -11,11 +11,17 @@
 class Statement {
 public:
     /// Prepares `sql`; the statement tests false if that failed, as it does without a connection.
-    Statement(sqlite3 *connection, const char *sql) {
+    /// Holds the connection's lock while it lives: each look at a column takes it, which costs next to nothing for who
+    /// has it already, and values may be looked at without taking it.
+    Statement(sqlite3 *connection, const char *sql) : lock_(connection ? sqlite3_db_mutex(connection) : nullptr) {
+        sqlite3_mutex_enter(lock_);
         if (connection)
             sqlite3_prepare_v2(connection, sql, -1, &handle_, nullptr);
     }
-    ~Statement() { sqlite3_finalize(handle_); }
+    ~Statement() {
+        sqlite3_finalize(handle_);
+        sqlite3_mutex_leave(lock_);
+    }
     Statement(const Statement &) = delete;
     Statement &operator=(const Statement &) = delete;
 
@@ -49,12 +55,14 @@ public:
 
     /// The column's UTF-8 bytes, valid until the next step; null data for NULL.
     QByteArrayView bytes(int column) const {
-        const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(handle_, column));
-        return {text, text ? sqlite3_column_bytes(handle_, column) : 0};
+        sqlite3_value *const value = sqlite3_column_value(handle_, column);
+        const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(value));
+        return {text, text ? sqlite3_value_bytes(value) : 0};
     }
     QString text(int column) const { return QString::fromUtf8(bytes(column)); }
 
 private:
+    sqlite3_mutex *lock_; // null, which is no lock, without a connection
     sqlite3_stmt *handle_ = nullptr;
     int bound_ = 0;
 };
