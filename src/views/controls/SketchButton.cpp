@@ -38,14 +38,14 @@ void SketchButton::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF outline = QRectF(rect()).adjusted(1, 1, -1, -1);
-    const qreal radius = isBareSign() ? 8 : outline.height() / 2;
+    const qreal radius = isBareSign() ? 8 : frameRadius_ < 0 ? outline.height() / 2 : frameRadius_;
     if (isBareSign() && isEnabled() && (isDown() || underMouse())) {
         painter.setPen(sketchPen(lookColour(isDown() ? LookColour::Ink : LookColour::Line)));
         painter.setBrush(lookColour(isDown() ? LookColour::Paper : LookColour::Sheet));
         painter.drawPath(sketchedRect(outline.adjusted(2, 2, -2, -2), radius));
     }
     painter.drawPixmap(kFocusMargin, kFocusMargin, imageNamed(shownImage(), imageSize_, devicePixelRatioF()));
-    if (isFocusShown_) {
+    if (keyboardFocus_.isShown()) {
         painter.setPen(sketchPen(lookColour(LookColour::Teal)));
         painter.setBrush(Qt::NoBrush);
         painter.drawPath(sketchedRect(outline, radius));
@@ -61,21 +61,17 @@ void SketchButton::keyPressEvent(QKeyEvent *event) {
 }
 
 void SketchButton::focusInEvent(QFocusEvent *event) {
-    // A window that becomes active again gives back the focus as it was.
-    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
-        isFocusShown_ = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason ||
-                        event->reason() == Qt::ShortcutFocusReason;
+    keyboardFocus_.focusIn(*event);
     QAbstractButton::focusInEvent(event);
 }
 
 void SketchButton::focusOutEvent(QFocusEvent *event) {
-    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
-        isFocusShown_ = false;
+    keyboardFocus_.focusOut(*event);
     QAbstractButton::focusOutEvent(event);
 }
 
 void SketchButton::mousePressEvent(QMouseEvent *event) {
-    isFocusShown_ = false;
+    keyboardFocus_.mousePressed();
     QAbstractButton::mousePressEvent(event);
 }
 

@@ -3,6 +3,8 @@
 // Threads: main.
 #pragma once
 
+#include "views/controls/KeyboardFocus.h"
+
 #include <QAbstractButton>
 
 /// The names of a button's drawings. One that is missing is shown as `rest`; where `rest` is a bare sign, a frame of
@@ -27,6 +29,9 @@ public:
     /// Other drawings and another name, for a button that does something else now.
     void setImages(const SketchImages &images, const QString &title);
 
+    /// For a drawing with corners: those of the focus line.
+    void setFrameRadius(qreal radius) { frameRadius_ = radius; }
+
     /// The name of the drawing shown now.
     QString shownImage() const;
 
@@ -46,5 +51,6 @@ private:
 
     SketchImages images_;
     QSize imageSize_;
-    bool isFocusShown_ = false; // the focus came by the keyboard
+    qreal frameRadius_ = -1; // of the focus line; below 0 it is drawn as an oval
+    KeyboardFocus keyboardFocus_;
 };

@@ -2,50 +2,17 @@
 
 #include "platform/desktop/ImageNamed.h"
 #include "views/controls/Look.h"
-#include "views/controls/Sketch.h"
+#include "views/controls/SketchedPushButton.h"
 
 #include <QCheckBox>
 #include <QDialog>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPainter>
-#include <QPushButton>
-#include <QStyle>
 
 namespace {
 
 constexpr int kTextWidth = 340;
 constexpr QSize kIconSize(48, 48);
-
-/// A push button with a sketched frame. The default one has the teal frame and the heavier letters.
-class SketchedPushButton : public QPushButton {
-public:
-    SketchedPushButton(const QString &title, bool isDefault, QWidget *parent) : QPushButton(title, parent) {
-        setDefault(isDefault);
-        setFont(lookFont(kListPixels, isDefault ? QFont::DemiBold : QFont::Normal));
-        setAttribute(Qt::WA_Hover);
-    }
-
-    QSize sizeHint() const override { return {qMax(84, fontMetrics().horizontalAdvance(text()) + 36), 34}; }
-
-protected:
-    void paintEvent(QPaintEvent *) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        const QRectF frame = QRectF(rect()).adjusted(4, 4, -4, -4);
-        const LookColour fill = isDown() ? LookColour::Paper2 : LookColour::Sheet;
-        painter.setPen(sketchPen(lookColour(isDefault() ? LookColour::Teal : LookColour::Ink), underMouse() ? 2 : 1.4));
-        painter.setBrush(lookColour(fill));
-        painter.drawPath(sketchedRect(frame, 8));
-        if (hasFocus()) {
-            painter.setPen(sketchPen(lookColour(LookColour::Teal), 1.4));
-            painter.setBrush(Qt::NoBrush);
-            painter.drawPath(sketchedRect(QRectF(rect()).adjusted(0.7, 0.7, -0.7, -0.7), 10));
-        }
-        painter.setPen(lookColour(LookColour::Ink));
-        painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
-    }
-};
 
 // A path has no blanks to break a line at.
 QString breakable(QString text) { return text.replace(QLatin1Char('/'), QStringLiteral("/\u200b")); }

@@ -2,12 +2,12 @@
 
 #include "platform/desktop/ImageNamed.h"
 #include "platform/run/LocalizedString.h"
+#include "views/controls/CustomizeScroller.h"
 #include "views/controls/Look.h"
 #include "views/controls/Sketch.h"
 
 #include <QKeyEvent>
 #include <QPainter>
-#include <QScrollBar>
 #include <QStyledItemDelegate>
 
 namespace {
@@ -81,14 +81,13 @@ RunTracksView::RunTracksView(QWidget *parent) : QListView(parent), model_(new Ru
     setFrameShape(QFrame::NoFrame);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setHorizontalScrollBar(new CustomizeScroller(Qt::Horizontal, this));
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setViewportMargins(kSideMargin - (kCellWidth - kCardSize.width()) / 2, 1, 0, 0);
     setTabKeyNavigation(false); // Tab leaves the list
     setAccessibleName(localizedString("Recorded tracks"));
     connect(this, &QListView::doubleClicked, this,
             [this](const QModelIndex &index) { emit itemActivated(model_->songItem(index)); });
-    connect(&Look::shared(), &Look::changed, this, &RunTracksView::dressScrollBar);
-    dressScrollBar();
 }
 
 void RunTracksView::addSongItemOnMainThread(std::shared_ptr<SongItem> song) {
@@ -119,14 +118,4 @@ void RunTracksView::focusInEvent(QFocusEvent *event) {
     QListView::focusInEvent(event);
     if (selectionModel()->selectedIndexes().isEmpty() && model_->rowCount() > 0)
         setCurrentIndex(currentIndex().isValid() ? currentIndex() : model_->index(0));
-}
-
-// A style sheet copies its colours, so each appearance needs one of its own.
-void RunTracksView::dressScrollBar() {
-    horizontalScrollBar()->setStyleSheet(
-        QStringLiteral("QScrollBar { height: 8px; background: transparent; margin: 0; }"
-                       "QScrollBar::handle { background: %1; border-radius: 3px; min-width: 40px; margin: 1px 0; }"
-                       "QScrollBar::add-line, QScrollBar::sub-line { width: 0; }"
-                       "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }")
-            .arg(lookColour(LookColour::Line).name()));
 }

@@ -28,7 +28,5 @@ protected:
     void focusInEvent(QFocusEvent *event) override;
 
 private:
-    void dressScrollBar();
-
     RunTracksModel *model_;
 };

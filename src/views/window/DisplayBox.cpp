@@ -2,6 +2,7 @@
 
 #include "platform/desktop/ImageNamed.h"
 #include "views/controls/Look.h"
+#include "views/window/PlayPanel.h"
 #include "views/window/ReadyStatusPanel.h"
 
 #include <QEvent>
@@ -21,7 +22,8 @@ DisplayBox::DisplayBox(QWidget *parent)
       recordSpectrum_(new QWidget(this)),
       lblRecordStatus_(new QLabel(recordSpectrum_)),
       lblRecordTime_(new ReadyStatusPanel(recordSpectrum_)),
-      spectrumHost_(new QWidget(recordSpectrum_)) {
+      spectrumHost_(new QWidget(recordSpectrum_)),
+      playPanel_(new PlayPanel(this)) {
     setFixedSize(kSize);
     recordSpectrum_->setGeometry(rect());
     lblRecordStatus_->setGeometry(kStatusPlace);
@@ -30,6 +32,15 @@ DisplayBox::DisplayBox(QWidget *parent)
     lblRecordTime_->setGeometry(kClockPlace);
     spectrumHost_->setGeometry(kSpectrumPlace);
     dressStatus();
+    recordSpectrum_->hide();
+    playPanel_->setGeometry(rect());
+    playPanel_->hide();
+}
+
+void DisplayBox::showPlayPanel(bool isShown) {
+    setBackgroundImage(QStringLiteral("BoxBackground"));
+    playPanel_->setVisible(isShown);
+    recordSpectrum_->setVisible(!isShown);
 }
 
 void DisplayBox::setBackgroundImage(const QString &name) {

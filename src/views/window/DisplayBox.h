@@ -1,10 +1,11 @@
-// The sketched box in the toolbar that shows what happens: a status, a clock, the spectrum.
+// The sketched box in the toolbar that shows what happens: a recording with status, clock and spectrum, or what plays.
 //
 // Threads: main.
 #pragma once
 
 #include <QWidget>
 
+class PlayPanel;
 class QLabel;
 class ReadyStatusPanel;
 
@@ -21,6 +22,10 @@ public:
     /// The status in words. Black stands for the colour of text. Cheap when nothing changes.
     void setStatus(const QString &status, StatusColour colour);
     QString status() const;
+
+    /// Frames the box and shows what plays, or what a recording shows; from the start it shows neither.
+    void showPlayPanel(bool isShown);
+    PlayPanel *playPanel() const { return playPanel_; }
 
     /// What a recording shows in the box: status, clock and spectrum. It can be hidden or taken out as one.
     QWidget *recordSpectrum() const { return recordSpectrum_; }
@@ -41,4 +46,5 @@ private:
     QLabel *lblRecordStatus_;
     ReadyStatusPanel *lblRecordTime_;
     QWidget *spectrumHost_;
+    PlayPanel *playPanel_;
 };

@@ -5,11 +5,24 @@
 
 #include <QPainter>
 
+namespace {
+
+constexpr int kMargin = 16;
+constexpr qsizetype kLongest = 1000; // characters: more than the widest window shows
+
+} // namespace
+
 StatusLine::StatusLine(QWidget *parent) : QLabel(parent) {
     setTextFormat(Qt::PlainText);
     setFixedHeight(kHeight);
     // The text may be longer than the window is wide.
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+}
+
+void StatusLine::setEnds(int left, int right) {
+    leftEnd_ = left;
+    rightEnd_ = right;
+    update();
 }
 
 void StatusLine::paintEvent(QPaintEvent *) {
@@ -20,6 +33,10 @@ void StatusLine::paintEvent(QPaintEvent *) {
     const QFont font = lookFont(kSecondLinePixels);
     painter.setFont(font);
     painter.setPen(lookColour(LookColour::Soft));
-    const QRect area = rect().adjusted(16, 1, -16, 0);
-    painter.drawText(area, Qt::AlignCenter, QFontMetrics(font).elidedText(text(), Qt::ElideRight, area.width()));
+    const QRect area = rect().adjusted(leftEnd_ + kMargin, 1, -rightEnd_ - kMargin, 0);
+    const QString shown = QFontMetrics(font).elidedText(text().left(kLongest), Qt::ElideRight, area.width());
+    const int textWidth = QFontMetrics(font).horizontalAdvance(shown);
+    // In the middle of the bar, or as near to it as the buttons let it.
+    const int left = qMax(area.left(), qMin((width() - textWidth) / 2, area.right() + 1 - textWidth));
+    painter.drawText(QRect(left, area.top(), textWidth + 1, area.height()), Qt::AlignVCenter | Qt::AlignLeft, shown);
 }

@@ -1,0 +1,10 @@
+// Texts of strangers, made fit for one line of a drawing.
+//
+// Threads: any.
+#pragma once
+
+#include <QString>
+
+/// The beginning of `text`, some hundred characters at most, as one line: line breaks, NULs and what turns the
+/// direction of writing become blanks, so that no title reaches into what stands beside it.
+QString oneLine(const QString &text);
