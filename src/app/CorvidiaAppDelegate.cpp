@@ -6,6 +6,8 @@
 #include "platform/files/InPlaceWrite.h"
 #include "platform/run/LocalizedString.h"
 #include "platform/run/Log.h"
+#include "platform/run/MainThread.h"
+#include "platform/run/NotificationCenter.h"
 #include "platform/run/ProcessList.h"
 #include "platform/run/UserDefaults.h"
 #include "tags/access/TagLibHelper.h"
@@ -90,8 +92,10 @@ void CorvidiaAppDelegate::createFolders() {
 }
 
 CorvidiaAppDelegate::CorvidiaAppDelegate(const InputUnitFactory &makeInputUnit)
-    : mainWindow_(makeInputUnit), sessionBus_(new SessionBus(this, *this)) {
+    : mainWindow_(makeInputUnit), presence_(mainWindow_), sessionBus_(new SessionBus(this, *this)) {
     mainWindow_.setTerminate([this] { terminate(); });
+    mainWindow_.setHasTray([this] { return presence_.hasTray(); });
+    mainWindow_.mainMenu().onChoice(MenuItem::InstallDevice, [this] { installAudioDevice(); });
     defaults().setWriteFailed([this](const QString &file) {
         mainWindow_.tellOnceShown(localizedString("The settings can't be saved"),
                                   localizedString("%1 can't be written. What you set counts until the program ends, "
@@ -107,6 +111,31 @@ void CorvidiaAppDelegate::applicationDidFinishLaunching() {
     mainWindow_.window().center();
     mainWindow_.showWindow();
     sessionBus_->connectToBus();
+    // The window first, the rows as they come.
+    performAfterDelay(/*seconds=*/0, this, [this] {
+        mainWindow_.loadTracks();
+        presence_.start();
+    });
+}
+
+void CorvidiaAppDelegate::installAudioDevice() {
+    if (!isInstallAudioDeviceWithClassName(kCaptureDeviceClass)) {
+        if (mainWindow_.showInstallDevice())
+            mainWindow_.listenAudio();
+        return;
+    }
+    const Panel question{localizedString("Uninstall Recording Extra"),
+                         recordingExtraText(),
+                         {localizedString("Uninstall"), localizedString("Cancel")},
+                         {}};
+    // A recording may have been started over the bus while the question stood.
+    if (runPanel(question).button != 0 || mainWindow_.isRecording() || mainWindow_.mainExiting())
+        return;
+    const bool isGone = unInstallAudioDevice(kCaptureDriverName);
+    runPanel(
+        {localizedString(isGone ? "Uninstall successed!" : "Uninstall failed!"), " ", {localizedString("OK")}, {}});
+    if (isGone)
+        NotificationCenter::defaultCenter().postNotification("PluginUninstallNotification");
 }
 
 void CorvidiaAppDelegate::activateAction(const QString &name) {

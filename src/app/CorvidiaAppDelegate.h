@@ -3,6 +3,7 @@
 // Threads: main.
 #pragma once
 
+#include "app/DesktopPresence.h"
 #include "app/MainWindowCtr.h"
 #include "app/SessionBus.h"
 
@@ -34,6 +35,9 @@ public:
     /// Brings a hidden or miniaturised window to the front.
     void applicationShouldHandleReopen();
 
+    /// Installs the capture device or takes it away, as the user wants it.
+    void installAudioDevice();
+
     void activate() override { applicationShouldHandleReopen(); }
     void activateAction(const QString &name) override;
 
@@ -47,5 +51,6 @@ private:
     bool isMustTerminate_ = false;
     bool hasTerminated_ = false;
     MainWindowCtr mainWindow_;
+    DesktopPresence presence_;
     SessionBus *sessionBus_; // child of this object, as an adaptor has to be
 };

@@ -11,58 +11,156 @@
 #include "store/LibraryFile.h"
 #include "tags/access/FirstTags.h"
 #include "tags/audio/AudioConverter.h"
+#include "views/controls/SearchField.h"
 #include "views/controls/SketchButton.h"
+#include "views/controls/TextButton.h"
 #include "views/recording/RecordingPage.h"
+#include "views/recording/RunTracksView.h"
 #include "views/window/DisplayBox.h"
+#include "views/window/LibraryPage.h"
+#include "views/window/PlayPanel.h"
 #include "views/window/StatusLine.h"
+#include "views/window/TabButton.h"
 
+#include <QApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QMenu>
+#include <QLineEdit>
 #include <utility>
 
 namespace {
 constexpr double kTellSeconds = 0.3; // so long other news of the same cause are waited for
+constexpr const char *kHasToldOfHiding = "HasToldOfHiding";
 
 UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
 
 void tell(const QString &message, const QString &text) { runPanel({message, text, {localizedString("OK")}, {}}); }
 } // namespace
 
+QString recordingExtraText() {
+    return localizedString("This Extra is necessary for recording losslessly. It is absolutely safety, and you can "
+                           "uninstall it in the menu if you want.");
+}
+
 MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
-    : sleepInhibitor_(localizedString("Music is being recorded")) {
+    : libraryPage_(new LibraryPage(&window_)), sleepInhibitor_(localizedString("Music is being recorded")) {
+    window_.addPage(*libraryPage_);
     loadLibrary();
     recordViewCtr_ = std::make_unique<RecordViewCtr>(makeInputUnit, *window_.recordingPage(), *window_.displayBox());
     recordViewCtr_->setDelegate(this);
-    libraryCtr_ = std::make_unique<LibraryCtr>(*this);
+    libraryCtr_ = std::make_unique<LibraryCtr>(
+        *this, LibraryViews{*libraryPage_,
+                            *window_.playBtn(),
+                            *window_.displayBox()->playPanel(),
+                            *window_.searchField(),
+                            {window_.filteradsBtn(), window_.showFinderBtn(), window_.addToItunesBtn()}});
+    window_.soundSlider()->setDelegate(this);
+    setVolume(libraryCtr_->playCtr().volume());
     window_.setWindowTitle(kApplicationFolderName);
     recordViewCtr_->getRecordingSpectrumView()->hide();
     window_.setShouldClose([this] { return windowShouldClose(); });
     connect(window_.recordingBtn(), &SketchButton::clicked, this, &MainWindowCtr::recorder);
     connect(window_.cutBtn(), &SketchButton::clicked, this, &MainWindowCtr::recorderCut);
-    fillMenu();
-    window_.showPage(*window_.recordingPage());
+    connect(window_.recorderBtn(), &TabButton::clicked, this, [this] { changeView(MainTab::Recording); });
+    connect(window_.libraryBtn(), &TabButton::clicked, this, [this] { changeView(MainTab::Library); });
+    connect(window_.minVolumeBtn(), &SketchButton::clicked, this, [this] { setVolume(0); });
+    connect(window_.maxVolumeBtn(), &SketchButton::clicked, this, [this] { setVolume(1); });
+    connect(window_.recordingPage()->runTracksView(), &RunTracksView::itemActivated, this,
+            [this](const auto &song) { findNewRecordItem(song, /*isPlay=*/true); });
+    mainMenu_ = std::make_unique<MainMenu>(*this, *window_.menu(), window_);
+    connectMenu();
+    showTab();
     changeControlsState(isRecording_);
 }
 
 MainWindowCtr::~MainWindowCtr() { recordViewCtr_->setDelegate(nullptr); }
 
-void MainWindowCtr::fillMenu() {
-    recorderMenuItem_.setShortcut(QKeySequence("Ctrl+R"));
-    cutMenuItem_.setText(localizedString("Cut to another recording"));
-    cutMenuItem_.setShortcut(QKeySequence("Ctrl+K"));
-    quitMenuItem_.setText(localizedString("Quit"));
-    quitMenuItem_.setShortcut(QKeySequence::Quit);
-    connect(&recorderMenuItem_, &QAction::triggered, this, &MainWindowCtr::recorder);
-    connect(&cutMenuItem_, &QAction::triggered, this, &MainWindowCtr::recorderCut);
-    connect(&quitMenuItem_, &QAction::triggered, this, [this] { terminate_(); });
-    QMenu &menu = *window_.menu();
-    menu.addAction(&recorderMenuItem_);
-    menu.addAction(&cutMenuItem_);
-    menu.addSeparator();
-    menu.addAction(&quitMenuItem_);
-    // An action answers its shortcut only in a window that holds it.
-    window_.addActions({&recorderMenuItem_, &cutMenuItem_, &quitMenuItem_});
+// Menu
+
+void MainWindowCtr::connectMenu() {
+    using enum MenuItem;
+    ListViewCtr &list = libraryCtr_->listViewCtr();
+    PlayCtr &player = libraryCtr_->playCtr();
+    const auto onLibrary = [this](std::function<void()> work) {
+        return [this, work = std::move(work)] {
+            if (!isDisplayRecordView())
+                work();
+        };
+    };
+    mainMenu_->onChoice(Record, [this] { recorder(); });
+    mainMenu_->onChoice(Cut, [this] { recorderCut(); });
+    mainMenu_->onChoice(Play, [&player] { player.play(); });
+    mainMenu_->onChoice(Next, [&player] { player.playNext(); });
+    mainMenu_->onChoice(Previous, [&player] { player.playPrevious(); });
+    mainMenu_->onChoice(ShowPlayed, [this, &player] {
+        if (!player.playItem())
+            return;
+        changeView(MainTab::Library);
+        libraryCtr_->showPlayedItem();
+    });
+    mainMenu_->onChoice(SelectAll, onLibrary([&list] { list.selectAll(); }));
+    mainMenu_->onChoice(Find, [this] { focusSearchField(); });
+    mainMenu_->onChoice(ShowFile, onLibrary([&list] { list.showInFinder(); }));
+    mainMenu_->onChoice(Delete, onLibrary([this] { libraryCtr_->deleteItems(); }));
+    mainMenu_->onChoice(ShowRecording, [this] { changeView(MainTab::Recording); });
+    mainMenu_->onChoice(ShowLibrary, [this] { changeView(MainTab::Library); });
+    mainMenu_->onChoice(About, [this] { showAbout(); });
+    mainMenu_->onChoice(Quit, [this] { quit(); });
+    mainMenu_->onChoice(ShowWindow, [this] { showWindow(); });
+}
+
+bool MainWindowCtr::validateMenuItem(MenuItem item, const QString &title) {
+    if (QApplication::activeModalWidget())
+        return false;
+    const PlayCtr &player = libraryCtr_->playCtr();
+    switch (item) {
+    case MenuItem::Cut:
+        return isRecording_;
+    case MenuItem::InstallDevice:
+        return !isRecording_;
+    case MenuItem::Next:
+        return !isRecording_ && player.hasNext();
+    case MenuItem::Previous:
+        return !isRecording_ && player.hasPrevious();
+    case MenuItem::ShowPlayed:
+        return player.playItem() != nullptr;
+    case MenuItem::SelectAll:
+    case MenuItem::ShowFile:
+        return !isDisplayRecordView() && libraryCtr_->getSelectedItem();
+    case MenuItem::Play:
+    case MenuItem::Delete:
+        return libraryCtr_->pageControls().validateMenuItem(title);
+    default:
+        return true;
+    }
+}
+
+QString MainWindowCtr::titleOfMenuItem(MenuItem item, const QString &title) {
+    switch (item) {
+    case MenuItem::Record:
+        return localizedString(isRecording_ ? "Stop Recording" : "Start Recording");
+    case MenuItem::Play:
+        return libraryCtr_->pageControls().changePlayMenuItem(title);
+    case MenuItem::InstallDevice:
+        return localizedString(isInstallAudioDeviceWithClassName(kCaptureDeviceClass) ? "Uninstall Recording Extra..."
+                                                                                      : "Install Recording Extra...");
+    default:
+        return title;
+    }
+}
+
+void MainWindowCtr::focusSearchField() {
+    changeView(MainTab::Library);
+    window_.searchField()->setFocus(Qt::ShortcutFocusReason);
+    window_.searchField()->selectAll();
+}
+
+void MainWindowCtr::showAbout() {
+    runPanel({mainMenu_->action(MenuItem::About).text(),
+              localizedString("Version %1\n\nRecords what this computer plays, and keeps it as a library of tracks.")
+                  .arg(QApplication::applicationVersion()),
+              {localizedString("OK")},
+              {}});
 }
 
 void MainWindowCtr::loadLibrary() {
@@ -89,6 +187,11 @@ void MainWindowCtr::loadLibrary() {
                           .arg(path));
 }
 
+void MainWindowCtr::loadTracks() {
+    if (auto songs = DataBaseManager::defaultManager().getAllSongItems())
+        libraryCtr_->setAllSongs(std::move(*songs));
+}
+
 void MainWindowCtr::tellOnceShown(const QString &message, const QString &text) {
     pendingTexts_ << text;
     if (pendingTexts_.size() > 1)
@@ -107,6 +210,8 @@ void MainWindowCtr::recorder() {
     // While a question stands, calls over the bus and a signal to end come through.
     if (asksForDevice_ || mainExiting_)
         return;
+    if (libraryCtr_->playCtr().playItem())
+        libraryCtr_->playCtr().stopPlay();
     isRecording_ = !isRecording_;
     if (!isRecording_) {
         recordViewCtr_->stopRecordingFile();
@@ -156,19 +261,23 @@ void MainWindowCtr::setNoRecordStatus() {
 }
 
 void MainWindowCtr::changeControlsState(bool isRecording) {
+    PlayCtr &player = libraryCtr_->playCtr();
     window_.cutBtn()->setEnabled(isRecording);
-    cutMenuItem_.setEnabled(isRecording);
     window_.recordingBtn()->setImages(isRecording ? recorderStopImages() : recorderImages(),
                                       localizedString(isRecording ? "Stop" : "Record"));
-    recorderMenuItem_.setText(localizedString(isRecording ? "Stop Recording" : "Start Recording"));
+    if (isRecording && player.isPlaying())
+        player.play();
+    window_.soundSlider()->setIsEnable(!isRecording);
+    window_.minVolumeBtn()->setEnabled(!isRecording);
+    window_.maxVolumeBtn()->setEnabled(!isRecording);
+    mainMenu_->updateTitles();
     sleepInhibitor_.setActive(isRecording);
+    player.changePlayStatus();
 }
 
 bool MainWindowCtr::showInstallDevice() {
     const Panel offer{localizedString("Install Recording Extra"),
-                      localizedString("This Extra is necessary for recording losslessly. It is "
-                                      "absolutely safety, and "
-                                      "you can uninstall it in the menu if you want."),
+                      recordingExtraText(),
                       {localizedString("Install"), localizedString("Cancel")},
                       {}};
     if (runPanel(offer).button != 0)
@@ -231,9 +340,48 @@ void MainWindowCtr::recordingDidLoseSound(const QString &path, float seconds) {
 
 // The window
 
+void MainWindowCtr::changeView(MainTab tab) {
+    if (tab == selectedView_)
+        return;
+    selectedView_ = tab;
+    showTab();
+}
+
+void MainWindowCtr::showTab() {
+    const bool isLibrary = selectedView_ == MainTab::Library;
+    window_.setBelowHided(!isLibrary);
+    window_.searchField()->setVisible(isLibrary);
+    if (isLibrary)
+        window_.showPage(*libraryPage_);
+    else
+        window_.showPage(*window_.recordingPage());
+    window_.setButtonImage2(static_cast<int>(selectedView_));
+    libraryCtr_->pageDidChange();
+}
+
+void MainWindowCtr::findNewRecordItem(const SongPtr &song, bool isPlay) {
+    changeView(MainTab::Library);
+    libraryCtr_->showNewRecordItem(song, isPlay);
+}
+
+// What plays goes on being shown while nothing records.
 void MainWindowCtr::showRecordView() {
-    window_.displayBox()->setBackgroundImage("BoxBackground");
-    recordViewCtr_->getRecordingSpectrumView()->show();
+    if (!libraryCtr_->playCtr().isPlaying() || isRecording_)
+        showPlayView(/*isSpectrum=*/true);
+}
+
+void MainWindowCtr::showPlayView(bool isSpectrum) {
+    DisplayBox &box = *window_.displayBox();
+    box.setBackgroundImage("BoxBackground");
+    box.showPlayPanel(!isSpectrum && !isRecording_);
+    recordViewCtr_->getRecordingSpectrumView()->setVisible(isSpectrum);
+}
+
+void MainWindowCtr::volumeDidChanged(float volume) { libraryCtr_->playCtr().setVolume(volume); }
+
+void MainWindowCtr::setVolume(float volume) {
+    window_.soundSlider()->setVolume(volume);
+    volumeDidChanged(volume);
 }
 
 void MainWindowCtr::displayStatus(const QString &status) { window_.lblStatus()->setStatus(status); }
@@ -246,12 +394,20 @@ void MainWindowCtr::showWindow() {
 }
 
 bool MainWindowCtr::windowShouldClose() {
+    if (!hasTray_() && !defaults().boolForKey(kHasToldOfHiding)) {
+        defaults().setBool(true, kHasToldOfHiding);
+        tell(localizedString("The program goes on in the background"),
+             localizedString("What is being recorded is recorded on. Start the program again to see its window; to end "
+                             "it, choose Quit in its menu, or press Ctrl+Q."));
+    }
     window_.hide();
     return false;
 }
 
 void MainWindowCtr::mainWindowWillClose() {
     mainExiting_ = true;
+    if (libraryCtr_->playCtr().playItem())
+        libraryCtr_->playCtr().stopPlay();
     recordViewCtr_->stopRecordingFile();
     isRecording_ = false;
     changeControlsState(isRecording_);

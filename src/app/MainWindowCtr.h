@@ -1,24 +1,36 @@
-// Owns the one main window and drives what the user sees in it: starts and stops recording, and receives the recorded
-// tracks.
+// Owns the one main window and is the hub of what happens in it: starts and stops recording, receives the recorded
+// tracks, switches between the pages, and connects the session, the library, menus and controls.
 //
 // Threads: main.
 #pragma once
 
+#include "app/MainMenu.h"
 #include "capture/RecordViewCtr.h"
 #include "library/LibraryCtr.h"
 #include "platform/desktop/SleepInhibitor.h"
 #include "tags/access/TagWriteOutcome.h"
+#include "views/controls/SoundSlider.h"
 #include "views/window/MainWindowView.h"
 
-#include <QAction>
 #include <QObject>
 #include <functional>
 #include <memory>
 
-class MainWindowCtr final : public QObject, public RecordViewCtrDelegate, public LibraryCtrDelegate {
+/// What the Recording Extra is, for the questions about it.
+QString recordingExtraText();
+
+enum class MainTab { Recording = 0, Library = 1 };
+
+class LibraryPage;
+
+class MainWindowCtr final : public QObject,
+                            public RecordViewCtrDelegate,
+                            public LibraryCtrDelegate,
+                            public MainMenuDelegate,
+                            public SoundSliderDelegate {
     Q_OBJECT
 public:
-    /// Opens the library, then builds the recording session and the library's lists.
+    /// Opens the library, then builds the recording session and the library page.
     explicit MainWindowCtr(const InputUnitFactory &makeInputUnit);
     ~MainWindowCtr() override;
 
@@ -28,9 +40,19 @@ public:
     void recorderCut();
     /// The Record button's state. It stays true, and nothing records, after an attempt to record into a folder that may
     /// not be written: the next press then takes the way of a stop.
-    bool isRecording() const { return isRecording_; }
+    bool isRecording() const override { return isRecording_; }
+    bool isDisplayRecordView() const override { return selectedView_ == MainTab::Recording; }
+
+    /// Switches the page; nothing if it is shown already.
+    void changeView(MainTab tab);
+    /// Goes to a track that was recorded in this run.
+    void findNewRecordItem(const SongPtr &song, bool isPlay);
+    /// From 0 to 1, for what is played.
+    void setVolume(float volume);
 
     void displayStatus(const QString &status) override;
+    /// Offers to install the capture device, and tells the outcome. True once it is installed.
+    bool showInstallDevice();
     void listenAudio() { recordViewCtr_->listenAudio(); }
     /// Shows the window, in front of all others.
     void showWindow();
@@ -41,8 +63,13 @@ public:
     void mainWindowWillClose();
     bool mainExiting() const { return mainExiting_; }
 
-    /// What the Quit item of the menu does.
+    /// Reads the tracks of the library. After the window is shown, so that it need not wait for them.
+    void loadTracks();
+    /// What quitting does, asked for by the menu or the bus.
     void setTerminate(std::function<void()> terminate) { terminate_ = std::move(terminate); }
+    void quit() { terminate_(); }
+    /// Whether something beside the window shows that the program runs.
+    void setHasTray(std::function<bool()> hasTray) { hasTray_ = std::move(hasTray); }
 
     void recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType forDeviceType) override;
     void showRecordView() override;
@@ -51,33 +78,52 @@ public:
     void recordingDidFail(const QString &path, const QString &reason) override;
     void recordedFileDidFail(const QString &path, const QString &reason) override;
     void recordingDidLoseSound(const QString &path, float seconds) override;
+    void showPlayView(bool isSpectrum) override;
+    void didPlaySong() override { ++musicPlayNum_; }
+    void playbackDidChange() override { emit playbackDidChanged(); }
+    void playbackDidSeek() override { emit playbackDidSeeked(); }
+    /// Tracks played in this run.
+    int musicPlayNum() const { return musicPlayNum_; }
 
+    MainMenu &mainMenu() { return *mainMenu_; }
     MainWindowView &window() { return window_; }
     RecordViewCtr &recordViewCtr() { return *recordViewCtr_; }
     LibraryCtr &libraryCtr() { return *libraryCtr_; }
 
+signals:
+    /// Something of what plays may be different now.
+    void playbackDidChanged();
+    void playbackDidSeeked();
+
 private:
     void loadLibrary();
-    void fillMenu();
+    void connectMenu();
+    bool validateMenuItem(MenuItem item, const QString &title) override;
+    QString titleOfMenuItem(MenuItem item, const QString &title) override;
+    void volumeDidChanged(float volume) override;
+    void focusSearchField();
+    void showAbout();
     bool hasCaptureDevice();
     void tellOfTags(const SongItem &song, TagWriteOutcome outcome);
     void setNoRecordStatus();
     void changeControlsState(bool isRecording);
-    bool showInstallDevice();
+    void showTab();
     bool windowShouldClose();
 
     MainWindowView window_;
+    LibraryPage *libraryPage_; // child of the window
     std::unique_ptr<RecordViewCtr> recordViewCtr_;
     std::unique_ptr<LibraryCtr> libraryCtr_;
     SleepInhibitor sleepInhibitor_;
-    QAction recorderMenuItem_;
-    QAction cutMenuItem_;
-    QAction quitMenuItem_;
+    std::unique_ptr<MainMenu> mainMenu_;
     std::function<void()> terminate_ = [] {};
+    std::function<bool()> hasTray_ = [] { return false; };
     QStringList pendingTexts_; // of tellOnceShown()
+    MainTab selectedView_ = MainTab::Recording;
     bool isRecording_ = false;
     bool asksForDevice_ = false;
     bool hasToldOfTags_ = false; // once in a run
     bool mainExiting_ = false;
     int recordTracksNum_ = 0;
+    int musicPlayNum_ = 0;
 };

@@ -13,6 +13,7 @@
 #include "store/TimeAndSizeText.h"
 #include "tags/audio/AudioConverter.h"
 #include "views/recording/RunTracksView.h"
+#include "views/window/DockContentView.h"
 #include "views/window/ReadyStatusPanel.h"
 
 #include <QDir>
@@ -194,7 +195,7 @@ void RecordViewCtr::finishRecordedFile(const RecordedFile &file) {
     const std::shared_ptr<SongItem> song = keepRecordedFile(file, size, info);
     view_.runTracksView()->addSongItemOnMainThread(song);
     sendRecordedSongItem(song, file.deviceType);
-    ++songItemCount_;
+    DockContentView::shared().setRecordedMusicCount(++songItemCount_);
     if (delegate_)
         delegate_->setRecordTracksNum(delegate_->recordTracksNum() + 1);
 }
@@ -302,6 +303,7 @@ void RecordViewCtr::recordingFileDidLoseSound(const QString &path, float seconds
 }
 
 void RecordViewCtr::changedRecordingStatus(RecordingStatus status) {
+    DockContentView::shared().setRecordStatus(static_cast<int>(status));
     ReadyStatusPanel &time = *recordSpectrum_.lblRecordTime();
     switch (status) {
     case RecordingStatus::Idle:
@@ -342,13 +344,12 @@ void RecordViewCtr::NotifyID3Change(const std::any &object) {
 }
 
 void RecordViewCtr::NotifyDeleteSongItems(const std::any &object) {
-    const auto *songs = std::any_cast<QList<std::shared_ptr<SongItem>>>(&object);
-    if (!songs)
-        return;
-    for (const auto &song : *songs) {
-        view_.runTracksView()->removeSongItemOnMainThread(song);
-        --songItemCount_;
-    }
+    if (const auto *songs = std::any_cast<QList<std::shared_ptr<SongItem>>>(&object))
+        for (const auto &song : *songs) {
+            view_.runTracksView()->removeSongItemOnMainThread(song);
+            --songItemCount_;
+        }
+    DockContentView::shared().setRecordedMusicCount(songItemCount_);
 }
 
 void RecordViewCtr::listenAudio() {

@@ -1,36 +1,148 @@
-// The lists of tracks, and what is told of them in the status line.
+// The library page: which list is shown, how a track enters it and leaves it.
+//
+// The page has a class for each of its subjects: PlayCtr (playback), SearchCtr (search field, status line),
+// PageControls (menus and badges), ToolKitCtr (the page of tools). This one stands in their middle: it owns them, the
+// lists (TrackLists), and the table and tree that show them.
 //
 // Threads: main.
 #pragma once
 
-#include "store/SongItem.h"
+#include "library/PageControls.h"
+#include "library/PlayCtr.h"
+#include "library/SearchCtr.h"
+#include "library/ToolKitCtr.h"
+#include "library/TrackLists.h"
+#include "views/library/CategoryViewCtr.h"
+#include "views/library/ListViewCtr.h"
 
-#include <QList>
+#include <QObject>
 #include <memory>
 
-/// Hears what the library has to say. Outlives its LibraryCtr.
+class LibraryPage;
+
+/// Hears what the library has to say, and answers what it asks for. Outlives its LibraryCtr.
 class LibraryCtrDelegate {
 public:
     /// Text for the status line; null clears it.
     virtual void displayStatus([[maybe_unused]] const QString &status) {}
+    virtual bool isRecording() const { return false; }
+    virtual bool isDisplayRecordView() const { return false; }
+    /// True: the spectrum takes the top box. False: the play panel does, unless something records.
+    virtual void showPlayView([[maybe_unused]] bool isSpectrum) {}
+    /// A track was opened for playing.
+    virtual void didPlaySong() {}
+    virtual void playbackDidChange() {}
+    virtual void playbackDidSeek() {}
 
 protected:
     ~LibraryCtrDelegate() = default;
 };
 
-class LibraryCtr {
+/// The parts of the main window that the library fills and drives; all outlive it.
+struct LibraryViews {
+    LibraryPage &page;
+    SketchButton &playBtn;
+    PlayPanel &playMusicView;
+    QLineEdit &searchFeild;
+    ListButtons buttons;
+};
+
+class LibraryCtr final : public QObject,
+                         public ListViewCtrDelegate,
+                         public CategoryViewCtrDelegate,
+                         public PlayCtrDelegate,
+                         public SearchCtrDelegate,
+                         public PageControlsDelegate,
+                         public ToolKitCtrDelegate {
+    Q_OBJECT
 public:
-    explicit LibraryCtr(LibraryCtrDelegate &delegate) : delegate_(delegate) {}
+    LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views);
+    ~LibraryCtr() override;
+
+    /// The tracks of the library file, as the program's start reads them.
+    void setAllSongs(SongArray songs);
+
+    const QString &category() const override { return strCategory_; }
+    /// The first selected row's track, or null.
+    SongPtr getSelectedItem() const override;
 
     /// A finished recording arrives.
-    void addNewRecordingSong(const std::shared_ptr<SongItem> &song);
-    /// The tracks recorded in this run, newest first.
-    const QList<std::shared_ptr<SongItem>> &newRecordArray() const { return marrNewRecord_; }
+    void addNewRecordingSong(const SongPtr &song);
+    /// Goes to a track that was recorded in this run.
+    void showNewRecordItem(const SongPtr &song, bool isPlay);
+    /// Goes to the track that plays, in the category in which it was started.
+    void showPlayedItem();
 
-    /// Tells of the tracks of this run: number, length, size.
-    void showNewRecordStatus();
+    /// The page came up, or went: what stands beside it follows.
+    void pageDidChange();
+
+    /// What Delete in the menu does: asks, unless the keyboard is in a text.
+    void deleteItems();
+
+    PlayCtr &playCtr() { return *playCtr_; }
+    SearchCtr &searchCtr() { return *searchCtr_; }
+    const PageControls &pageControls() const { return *pageControls_; }
+    ListViewCtr &listViewCtr() { return *listViewCtr_; }
+    CategoryViewCtr &categoryViewCtr() { return *categoryViewCtr_; }
+
+    /// The list has the keyboard, or the tree.
+    bool isListFocused() const;
 
 private:
+    void showCategory(const QString &category);
+    void showToolKit();
+    void showToolKitControls();
+    void showSorted(const SharedSongArray &songs, bool isSortedInPlace);
+    void showFirstRow();
+    void showRow(qsizetype row);
+    SongArray selectedSongs() const;
+    void updateEmptyText();
+    void refreshCounts();
+    void reloadWithSongItem(const SongPtr &song);
+    void notficateUpdateForSongItem(const SongPtr &song);
+
+    void askAndDelete(const SongArray &songs);
+    void deleteSongItems(const SongArray &songs);
+    void throwAway(const SongItem &song);
+    void selectAfterDeletion(int row);
+
+    // What the list asks for
+    const SongArray &allSongArray() const override { return *lists_.allSongArray(); }
+    void showFile(const QString &path) override;
+    // The tree
+    void outlineViewSelectionDidChange(const OutlineItem &item) override;
+    int badgeCount(int row) const override { return pageControls_->badgeCount(row); }
+    // Search, page controls, tools
+    SharedSongArray categoryArray() override;
+    void searchDidChange() override;
+    const SongArray &shownArray() const override { return *listViewCtr_->songArray(); }
+    bool isSearching() const override { return searchCtr_->isSearching(); }
+    SongPtr playItem() const override { return playCtr_->playItem(); }
+    bool isPlaying() const override { return playCtr_->isPlaying(); }
+    const QString &playInCategory() const override { return playCtr_->playInCategory(); }
+    bool changePlayStatus() override { return playCtr_->changePlayStatus(); }
+    void removeFromLibrary(const SongArray &songs) override { deleteSongItems(songs); }
+    void songDidMove(const SongPtr &song) override { reloadWithSongItem(song); }
+    // Passed on
+    bool isRecording() const override { return delegate_.isRecording(); }
+    bool isDisplayRecordView() const override { return delegate_.isDisplayRecordView(); }
+    void showPlayView(bool isSpectrum) override { delegate_.showPlayView(isSpectrum); }
+    void displayStatus(const QString &status) override { delegate_.displayStatus(status); }
+    void didPlaySong() override { delegate_.didPlaySong(); }
+    void playbackDidChange() override { delegate_.playbackDidChange(); }
+    void playbackDidSeek() override { delegate_.playbackDidSeek(); }
+
     LibraryCtrDelegate &delegate_;
-    QList<std::shared_ptr<SongItem>> marrNewRecord_;
+    LibraryViews views_;
+    TrackLists lists_;
+    QString strCategory_;
+    // The order of a list changed while the list shown could not be sorted again: the next visit drops the sort.
+    bool isChangeID3Sort_ = false;
+    QList<SortDescriptor> sortArray_;
+    std::unique_ptr<ListViewCtr> listViewCtr_;
+    std::unique_ptr<PlayCtr> playCtr_;
+    std::unique_ptr<SearchCtr> searchCtr_;
+    std::unique_ptr<PageControls> pageControls_;
+    std::unique_ptr<CategoryViewCtr> categoryViewCtr_;
+    std::unique_ptr<ToolKitCtr> toolKitCtr_; // from the first visit on
 };

@@ -1,0 +1,90 @@
+// How tracks leave the library.
+#include "library/LibraryCtr.h"
+
+#include "platform/desktop/FileManager.h"
+#include "platform/desktop/Panel.h"
+#include "platform/run/LocalizedString.h"
+#include "platform/run/Log.h"
+#include "platform/run/NotificationCenter.h"
+#include "store/DataBaseManager.h"
+#include "views/library/MyTableView.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QSet>
+
+bool LibraryCtr::isListFocused() const {
+    const QWidget *focus = QApplication::focusWidget();
+    const auto holds = [focus](const QWidget *view) { return view == focus || view->isAncestorOf(focus); };
+    return focus && (holds(listViewCtr_->tableView()) || holds(categoryViewCtr_->view()));
+}
+
+void LibraryCtr::deleteItems() {
+    if (listViewCtr_->tableView()->selectedRow() < 0)
+        return;
+    if (!isListFocused()) {
+        logLine("is text");
+        return;
+    }
+    askAndDelete(selectedSongs());
+}
+
+void LibraryCtr::askAndDelete(const SongArray &songs) {
+    const Panel question{// The blanks widen the panel.
+                         localizedString("Do you want to move these items to the trash?                       "),
+                         localizedString("* Only the files recorded by Tessarine will be moved to the Trash."),
+                         {localizedString("Delete"), localizedString("Cancel")},
+                         {}};
+    if (runPanel(question).button == 0)
+        deleteSongItems(songs);
+}
+
+void LibraryCtr::deleteSongItems(const SongArray &songs) {
+    logLine("deleteSongItems ---");
+    const int firstRow = listViewCtr_->tableView()->selectedRow();
+    const SongArray &recorded = *lists_.newRecordArray();
+    const QSet<SongPtr> recordedNow(recorded.begin(), recorded.end());
+    SongArray ofThisRun;
+    for (const SongPtr &song : songs) {
+        throwAway(*song);
+        DataBaseManager::defaultManager().deleteSongItem(*song);
+        if (recordedNow.contains(song))
+            ofThisRun.append(song);
+    }
+    lists_.remove(songs);
+    // Search results and the untagged tracks are arrays of their own.
+    const QSet<SongPtr> gone(songs.begin(), songs.end());
+    listViewCtr_->songArray()->removeIf([&gone](const SongPtr &song) { return gone.contains(song); });
+    listViewCtr_->reloadData();
+    selectAfterDeletion(firstRow);
+    if (!ofThisRun.isEmpty())
+        NotificationCenter::defaultCenter().postNotification("HasDeleteSongItemNotification", ofThisRun);
+    if (gone.contains(playCtr_->playItem()))
+        playCtr_->stopPlay();
+    updateEmptyText();
+    refreshCounts();
+}
+
+/// Only what the program recorded goes to the Trash. The track leaves the library all the same when its file does not.
+void LibraryCtr::throwAway(const SongItem &song) {
+    if (song.isImported() || !QFile::exists(song.songPath()))
+        return;
+    QString error;
+    if (moveToTrash(song.songPath(), &error))
+        return;
+    logLine(QStringLiteral("%1 stays: %2").arg(song.songPath(), error));
+    runPanel({localizedString("Remove the music failed! Maybe it is in use,or you do not have the privilege to do so"),
+              song.songPath(),
+              {localizedString("OK")},
+              {}});
+}
+
+void LibraryCtr::selectAfterDeletion(int row) {
+    const auto rows = static_cast<int>(listViewCtr_->songArray()->size());
+    if (rows == 0)
+        return;
+    row = qBound(0, row, rows - 1);
+    listViewCtr_->setImageFlowSelectedIndex(row);
+    listViewCtr_->tableView()->selectRowIndexes({row});
+    listViewCtr_->tableView()->scrollRowToVisible(row);
+}

@@ -1,0 +1,141 @@
+#include "library/TrackLists.h"
+
+#include "platform/run/FoldedText.h"
+#include "platform/run/LocalizedString.h"
+#include "platform/run/Log.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace {
+
+// The localised texts stand in it as they are: a translation with a quote in it is no longer one.
+QString untaggedFormat() {
+    return QStringLiteral("title.length == 0 || artist.length == 0 || (title CONTAINS[cd] '%1') || artist == '%2'")
+        .arg(localizedString("Track"), localizedString("Unknown Artist"));
+}
+
+// Blanks of every width and tabs; a newline stays.
+QStringView withoutBlanks(QStringView text) {
+    const auto isBlank = [](QChar character) {
+        return character == '\t' || character.category() == QChar::Separator_Space;
+    };
+    while (!text.isEmpty() && isBlank(text.front()))
+        text = text.sliced(1);
+    while (!text.isEmpty() && isBlank(text.back()))
+        text.chop(1);
+    return text;
+}
+
+qint64 saturatedSum(qint64 sum, qint64 value) {
+    if (__builtin_add_overflow(sum, value, &sum))
+        return value < 0 ? std::numeric_limits<qint64>::min() : std::numeric_limits<qint64>::max();
+    return sum;
+}
+
+} // namespace
+
+TrackLists::TrackLists() {
+    PredicateError error;
+    untaggedPredicate_ = Predicate::parse(untaggedFormat(), &error);
+    if (!untaggedPredicate_) {
+        logLine(QStringLiteral("getUntaggedMusic: no predicate at %1: %2 in %3")
+                    .arg(QString::number(error.position), error.message, untaggedFormat()));
+        return;
+    }
+    for (const QString &key : untaggedPredicate_->keys())
+        untaggedKeys_ << SongItem::valueGetterForKey(key);
+}
+
+void TrackLists::setAllSongs(SongArray songs) {
+    index_.reset();
+    sortedBy_.clear();
+    untagged_.clear();
+    for (const SongPtr &song : std::as_const(songs)) // before the sort, in the order in which they lie in memory
+        noteUntagged(*song);
+    sortUsingDescriptors(songs, {{"addedDate", /*ascending=*/false, SortComparison::Compare}});
+    *marrAllSongs_ = std::move(songs);
+}
+
+void TrackLists::insertNewRecording(const SongPtr &song) {
+    marrNewRecord_->prepend(song);
+    marrAllSongs_->prepend(song);
+    sortedBy_.clear();
+    noteUntagged(*song);
+    if (index_)
+        index_->put(*song);
+}
+
+void TrackLists::sortAllSongs(const QList<SortDescriptor> &descriptors) {
+    if (descriptors != std::exchange(sortedBy_, descriptors))
+        sortUsingDescriptors(*marrAllSongs_, descriptors);
+}
+
+void TrackLists::remove(const SongArray &songs) {
+    QSet<const SongItem *> gone;
+    for (const SongPtr &song : songs) {
+        gone.insert(song.get());
+        untagged_.remove(song.get());
+        if (index_)
+            index_->remove(*song);
+    }
+    const auto isGone = [&gone](const SongPtr &song) { return gone.contains(song.get()); };
+    marrAllSongs_->removeIf(isGone);
+    marrNewRecord_->removeIf(isGone);
+}
+
+void TrackLists::songChanged(const SongPtr &song) {
+    if (!marrAllSongs_->contains(song))
+        return; // it was deleted while its texts were on their way
+    sortedBy_.clear();
+    noteUntagged(*song);
+    if (index_)
+        index_->put(*song);
+}
+
+SongPtr TrackLists::getSongItemWithID(int32_t songID) const {
+    const auto song = std::ranges::find(std::as_const(*marrAllSongs_), songID, &SongItem::songID);
+    if (song != marrAllSongs_->cend())
+        return *song;
+    logLine(QStringLiteral("error,the songID %1 not find songItem").arg(songID));
+    return nullptr;
+}
+
+SharedSongArray TrackLists::getUntaggedMusic() const {
+    auto untagged = std::make_shared<SongArray>();
+    untagged->reserve(untagged_.size());
+    std::ranges::copy_if(std::as_const(*marrAllSongs_), std::back_inserter(*untagged),
+                         [this](const SongPtr &song) { return untagged_.contains(song.get()); });
+    return untagged;
+}
+
+bool TrackLists::isUntagged(const SongItem &song) const {
+    return untaggedPredicate_ &&
+           untaggedPredicate_->evaluateWith([&](qsizetype index) { return untaggedKeys_.at(index)(song); });
+}
+
+void TrackLists::noteUntagged(const SongItem &song) {
+    if (isUntagged(song))
+        untagged_.insert(&song);
+    else
+        untagged_.remove(&song);
+}
+
+SharedSongArray TrackLists::search(const SharedSongArray &base, const QString &text) const {
+    const QStringView wanted = withoutBlanks(text);
+    if (wanted.isEmpty())
+        return base;
+    if (!index_)
+        index_.emplace(*marrAllSongs_);
+    return std::make_shared<SongArray>(index_->songsHolding(foldedText(wanted), *base));
+}
+
+TrackLists::Summary TrackLists::summaryOf(const SongArray &songs) {
+    Summary summary{.count = static_cast<int>(songs.size())};
+    for (const SongPtr &song : songs) {
+        summary.length = saturatedSum(summary.length, song->length());
+        summary.size = saturatedSum(summary.size, song->size());
+    }
+    return summary;
+}

@@ -1,0 +1,66 @@
+// The lists of the library page: every track, and those of this run.
+//
+// Threads: main.
+#pragma once
+
+#include "library/SearchIndex.h"
+#include "platform/run/Predicate.h"
+#include "store/SortDescriptor.h"
+
+#include <QSet>
+#include <optional>
+
+class TrackLists {
+public:
+    TrackLists();
+
+    /// Every track, newest first. Whoever shows it may sort it in place; tracks come and go only here.
+    const SharedSongArray &allSongArray() const { return marrAllSongs_; }
+    /// The tracks of this run, newest first: each stands in allSongArray() as well.
+    const SharedSongArray &newRecordArray() const { return marrNewRecord_; }
+
+    /// The tracks of the library file, at the start; sorts them by date, the newest first.
+    void setAllSongs(SongArray songs);
+    void insertNewRecording(const SongPtr &song);
+    /// Sorts all tracks in place, unless they stand in that order already. Whoever else sorts them does it by what the
+    /// next call here asks for.
+    void sortAllSongs(const QList<SortDescriptor> &descriptors);
+    /// Takes `songs` out of both lists, in one pass whatever their number.
+    void remove(const SongArray &songs);
+    /// Title, artist or album of `song` changed. Must follow each such change; nothing for a track of no list.
+    void songChanged(const SongPtr &song);
+
+    /// The first track with this number; null, and a line in the log, if there is none.
+    SongPtr getSongItemWithID(int32_t songID) const;
+
+    /// A new list of the tracks that lack a title or an artist of their own, in the order of allSongArray().
+    SharedSongArray getUntaggedMusic() const;
+    int untaggedCount() const { return static_cast<int>(untagged_.size()); }
+
+    /// A new list of those of `base` whose title, artist or album holds `text`, without regard to case and diacritics;
+    /// `base` itself where `text` is blank. Blanks and tabs around it don't count.
+    SharedSongArray search(const SharedSongArray &base, const QString &text) const;
+
+    /// Milliseconds and bytes in all. A sum that no number holds stays at the nearest that one does.
+    struct Summary {
+        int count = 0;
+        qint64 length = 0;
+        qint64 size = 0;
+    };
+    static Summary summaryOf(const SongArray &songs);
+
+private:
+    bool isUntagged(const SongItem &song) const;
+    void noteUntagged(const SongItem &song);
+
+    SharedSongArray marrAllSongs_ = std::make_shared<SongArray>();
+    SharedSongArray marrNewRecord_ = std::make_shared<SongArray>();
+
+    std::optional<Predicate> untaggedPredicate_; // nothing where the localised texts make it none
+    QList<SongItem::ValueGetter> untaggedKeys_;  // of untaggedPredicate_
+    QList<SortDescriptor> sortedBy_;             // what sortAllSongs() did last; nothing after a change
+    QSet<const SongItem *> untagged_;            // of allSongArray()
+
+    // Made by the first search, so that a start doesn't wait for it. Knows all of allSongArray().
+    mutable std::optional<SearchIndex> index_;
+};

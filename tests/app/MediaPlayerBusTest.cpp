@@ -1,0 +1,176 @@
+#include "app/MediaPlayerBus.h"
+
+#include "demo/PrivateDesktop.h"
+#include "demo/RunningProgram.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCall>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace {
+
+class FakeProgram final : public MediaPlayerBusDelegate {
+public:
+    void raiseWindow() override { done << "raise"; }
+    void quitProgram() override { done << "quit"; }
+    void playPause() override { done << "playPause"; }
+    void startPlaying() override { done << "play"; }
+    void pausePlaying() override { done << "pause"; }
+    void stopPlaying() override { done << "stop"; }
+    void playNext() override { done << "next"; }
+    void playPrevious() override { done << "previous"; }
+    void seekTo(qint64 milliseconds) override { done << "seek " + QString::number(milliseconds); }
+    void changeVolume(double toVolume) override { done << "volume " + QString::number(toVolume); }
+    SongPtr playedSong() const override { return song; }
+    bool isPlaying() const override { return isPlayingNow; }
+    bool canPlay() const override { return true; }
+    bool canGoNext() const override { return hasNext; }
+    bool canGoPrevious() const override { return true; }
+    qint64 playedMilliseconds() const override { return 61'500; }
+    qint64 durationMilliseconds() const override { return 180'000; }
+    double volume() const override { return 0.7; }
+
+    QStringList done;
+    SongPtr song;
+    bool isPlayingNow = false;
+    bool hasNext = true;
+};
+
+class MediaPlayerBusTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(desktop.start()) << qPrintable(desktop.errorText());
+        ASSERT_TRUE(bus.connectToBus());
+        song->setSongID(7);
+        song->setTitle("Tide");
+        song->setArtist("The Shore");
+        song->setSongPath("/music/100% #1.mp3");
+        song->setCoverImages({"/covers/a.jpg", "/covers/b b.jpg"});
+        song->setCoverImageIndex(1);
+    }
+    void play() {
+        program.song = song;
+        program.isPlayingNow = true;
+        bus.changed();
+    }
+    /// What playerctl, the client that users have, answers.
+    static std::string playerctl(const QStringList &arguments) {
+        QProcess process;
+        process.start("playerctl", QStringList{"-p", "Corvidia"} + arguments);
+        EXPECT_TRUE(waitUntil([&] { return process.state() == QProcess::NotRunning; }));
+        return (process.readAllStandardOutput() + process.readAllStandardError()).trimmed().toStdString();
+    }
+    /// Asks as programs of less care do; what the program did.
+    QStringList ask(const char *member, const QVariantList &arguments) {
+        program.done.clear();
+        QDBusMessage call = QDBusMessage::createMethodCall("org.mpris.MediaPlayer2.Corvidia", "/org/mpris/MediaPlayer2",
+                                                           "org.mpris.MediaPlayer2.Player", member);
+        call.setArguments(arguments);
+        const QDBusPendingCall answer = client().asyncCall(call);
+        EXPECT_TRUE(waitUntil([&] { return answer.isFinished(); }));
+        waitUntil([] { return false; }, 10); // what is done behind the answer
+        return program.done;
+    }
+    static QDBusConnection client() {
+        return QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), "client");
+    }
+
+    QTemporaryDir folder{"/tmp/corvidia-XXXXXX"};
+    PrivateDesktop desktop{folder.path()};
+    FakeProgram program;
+    MediaPlayerBus bus{program, nullptr};
+    SongPtr song = std::make_shared<SongItem>();
+};
+
+/// Hears what the bus is told.
+class Listener : public QObject {
+    Q_OBJECT
+public:
+    QList<QVariantMap> changes;
+    QList<qlonglong> seeks;
+public slots:
+    void changed(const QString &, const QVariantMap &properties, const QStringList &) { changes << properties; }
+    void seeked(qlonglong position) { seeks << position; }
+};
+
+} // namespace
+
+TEST_F(MediaPlayerBusTest, PlayerctlSeesWhatPlaysAndDrivesIt) {
+    EXPECT_EQ(playerctl({"status"}), "Stopped");
+    play();
+    EXPECT_EQ(playerctl({"metadata", "--format",
+                         "{{status}}|{{artist}}|{{title}}|{{xesam:url}}|{{mpris:artUrl}}|{{mpris:length}}"}),
+              "Playing|The Shore|Tide|file:///music/100%25%20%231.mp3|file:///covers/b%20b.jpg|180000000");
+    EXPECT_EQ(playerctl({"volume"}), "0.700000");
+    for (const QStringList &words : {QStringList{"play-pause"},
+                                     {"pause"},
+                                     {"next"},
+                                     {"previous"},
+                                     {"stop"},
+                                     {"position", "90"},
+                                     {"volume", "0.25"}})
+        EXPECT_EQ(playerctl(words), "");
+    program.isPlayingNow = false;
+    playerctl({"play"});
+    EXPECT_TRUE(waitUntil([&] { return program.done.size() == 8; }));
+    EXPECT_EQ(program.done,
+              QStringList({"playPause", "pause", "next", "previous", "stop", "seek 90000", "volume 0.25", "play"}));
+}
+
+TEST_F(MediaPlayerBusTest, WhatNobodyShouldAskDoesNoHarm) {
+    const auto track = [](const char *path) { return QVariant::fromValue(QDBusObjectPath(path)); };
+    EXPECT_EQ(ask("Seek", {1'000'000LL}), QStringList());
+    EXPECT_EQ(ask("SetPosition", {track("/com/tessarine/Corvidia/Track/7"), 1'000'000LL}), QStringList());
+    play();
+    constexpr auto kMost = std::numeric_limits<qlonglong>::max();
+    for (const auto &[member, arguments, done] : {
+             std::tuple{"Seek", QVariantList{-500'000LL}, QStringList("seek 61000")},
+             std::tuple{"Seek", QVariantList{-kMost - 1}, QStringList("seek 0")},
+             std::tuple{"Seek", QVariantList{kMost}, QStringList("next")},
+             std::tuple{"SetPosition", QVariantList{track("/com/tessarine/Corvidia/Track/7"), 2'000'000LL},
+                        QStringList("seek 2000")},
+             std::tuple{"SetPosition", QVariantList{track("/com/tessarine/Corvidia/Track/6"), 2'000'000LL},
+                        QStringList()},
+             std::tuple{"SetPosition", QVariantList{track("/com/tessarine/Corvidia/Track/7"), -1LL}, QStringList()},
+             std::tuple{"SetPosition", QVariantList{track("/com/tessarine/Corvidia/Track/7"), kMost}, QStringList()},
+             std::tuple{"OpenUri", QVariantList{"file:///etc/passwd"}, QStringList()},
+         }) {
+        SCOPED_TRACE(member);
+        EXPECT_EQ(ask(member, arguments), done);
+    }
+    program.hasNext = false;
+    EXPECT_EQ(ask("Next", {}), QStringList());
+    EXPECT_EQ(ask("Seek", {kMost}), QStringList("stop"));
+    song->setTitle(QString(100'000, 'x') + QChar(0) + QChar(0xd800) + QString::fromUtf8("\u202e<b>%n\n"));
+    EXPECT_EQ(playerctl({"metadata", "title"}), std::string(100'000, 'x') + "?\u202e<b>%n");
+}
+
+TEST_F(MediaPlayerBusTest, TellsOnceATurnWhatIsDifferent) {
+    Listener listener;
+    ASSERT_TRUE(client().connect({}, "/org/mpris/MediaPlayer2", "org.freedesktop.DBus.Properties", "PropertiesChanged",
+                                 &listener, SLOT(changed(QString, QVariantMap, QStringList))));
+    ASSERT_TRUE(client().connect({}, "/org/mpris/MediaPlayer2", "org.mpris.MediaPlayer2.Player", "Seeked", &listener,
+                                 SLOT(seeked(qlonglong))));
+    play();
+    song->setTitle("Later");
+    bus.changed();
+    bus.seeked(1500);
+    ASSERT_TRUE(waitUntil([&] { return !listener.changes.isEmpty(); }));
+    program.isPlayingNow = false;
+    bus.changed();
+    ASSERT_TRUE(waitUntil([&] { return listener.changes.size() > 1; }));
+    bus.changed(); // nothing is
+    waitUntil([&] { return listener.changes.size() > 2; }, 100);
+    ASSERT_EQ(listener.changes.size(), 2);
+    EXPECT_EQ(QStringList(listener.changes[0].keys()),
+              QStringList({"CanPause", "CanSeek", "Metadata", "PlaybackStatus"}));
+    EXPECT_EQ(listener.changes[1], QVariantMap({{"PlaybackStatus", "Paused"}}));
+    EXPECT_EQ(listener.seeks, QList<qlonglong>{1'500'000});
+}
+
+#include "MediaPlayerBusTest.moc"

@@ -1,0 +1,218 @@
+#include "library/LibraryCtr.h"
+
+#include "platform/desktop/Panel.h"
+#include "platform/files/Folders.h"
+#include "platform/run/Log.h"
+#include "platform/run/NotificationCenter.h"
+#include "store/DataBaseManager.h"
+#include "views/controls/SketchButton.h"
+#include "views/library/MyTableView.h"
+#include "views/window/LibraryPage.h"
+#include "views/window/PlayPanel.h"
+
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+#include <QPushButton>
+#include <gtest/gtest.h>
+
+namespace {
+
+enum Row { kNewlyRecorded = 1, kAllMusic = 2, kUntagged = 3, kToolKit = 5 };
+
+class LibraryCtrTest : public testing::Test, public LibraryCtrDelegate {
+protected:
+    void SetUp() override {
+        setLogSink([this](const QString &line) { log << line; });
+        setPanelAnswerer([this](const Panel &panel) {
+            asked << panel.message;
+            return PanelAnswer{answer, false};
+        });
+        ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
+        library.emplace(*this, LibraryViews{page, playBtn, playPanel, search, {&filter, &show, &handOver}});
+        page.resize(900, 501);
+        page.show();
+    }
+    void TearDown() override {
+        library.reset();
+        setPanelAnswerer({});
+        setLogSink({});
+    }
+    void displayStatus(const QString &text) override { status = text; }
+    bool isRecording() const override { return records; }
+    bool isDisplayRecordView() const override { return isRecordView; }
+
+    /// A track that stands in the database; its file is there if `hasFile`.
+    static SongPtr song(const QString &title, const QString &artist = "Somebody", bool hasFile = true) {
+        auto made = std::make_shared<SongItem>();
+        made->setTitle(title);
+        made->setArtist(artist);
+        made->setLength(60'000);
+        made->setSize(1'000'000);
+        made->setSongPath(QDir::homePath() + "/" + QString::number(qHash(title)) + ".mp3");
+        made->setAddedDate(QDateTime::currentDateTimeUtc());
+        if (hasFile) {
+            EXPECT_TRUE(QFile(made->songPath()).open(QIODevice::WriteOnly));
+        }
+        made->setSongID(DataBaseManager::defaultManager().insertSongItem(*made));
+        return made;
+    }
+    void fill(const QStringList &titles) {
+        SongArray songs;
+        QDateTime date = QDateTime::currentDateTimeUtc();
+        for (const QString &title : titles) {
+            songs.append(song(title));
+            songs.last()->setAddedDate(date = date.addSecs(-1));
+        }
+        library->setAllSongs(songs);
+    }
+    void go(Row row) { library->categoryViewCtr().selectRow(row); }
+    MyTableView &table() { return *library->listViewCtr().tableView(); }
+    QStringList shown() {
+        QStringList titles;
+        for (const SongPtr &item : *library->listViewCtr().songArray())
+            titles << item->title();
+        return titles;
+    }
+    void remove(const QList<int> &rows) {
+        table().selectRowIndexes(rows);
+        NotificationCenter::defaultCenter().postNotification("DeleteNotification");
+    }
+    static qsizetype rowsInDatabase() { return DataBaseManager::defaultManager().getAllSongItems()->size(); }
+
+    LibraryPage page{nullptr};
+    SketchButton playBtn{{}, {38, 38}, "Play", nullptr};
+    PlayPanel playPanel{nullptr};
+    QLineEdit search;
+    QPushButton filter, show, handOver;
+    QStringList log, asked;
+    int answer = 0;
+    bool records = false;
+    bool isRecordView = false;
+    QString status;
+    std::optional<LibraryCtr> library;
+};
+
+} // namespace
+
+TEST_F(LibraryCtrTest, ShowsEachCategoryFromItsFirstRow) {
+    fill({"One", "Track 7", "Three"});
+    EXPECT_TRUE(shown().isEmpty());
+    EXPECT_FALSE(show.isEnabled());
+    go(kAllMusic);
+    EXPECT_EQ(shown(), QStringList({"One", "Track 7", "Three"}));
+    EXPECT_EQ(table().selectedRowIndexes(), QList<int>{0});
+    EXPECT_EQ(status, "3 tracks, 3.0 minutes, 3.0 MB");
+    EXPECT_TRUE(show.isEnabled());
+    EXPECT_FALSE(handOver.isEnabled()); // nobody to hand over to
+    go(kUntagged);
+    EXPECT_EQ(shown(), QStringList{"Track 7"});
+    EXPECT_EQ(status, "1 track, 60 seconds, 1000.0 KB");
+    const QList<int> badges{library->pageControls().badgeCount(1), library->pageControls().badgeCount(2),
+                            library->pageControls().badgeCount(3), library->pageControls().badgeCount(5)};
+    EXPECT_EQ(badges, QList<int>({0, 3, 1, 0}));
+    go(kToolKit);
+    EXPECT_FALSE(show.isEnabled());
+    EXPECT_TRUE(search.isHidden());
+    EXPECT_EQ(status, "");
+    go(kAllMusic);
+    EXPECT_FALSE(search.isHidden());
+}
+
+TEST_F(LibraryCtrTest, KeepsTheSelectionWhenARecordingArrives) {
+    fill({"One", "Two", "Three"});
+    go(kAllMusic);
+    library->addNewRecordingSong(song("Zero"));
+    EXPECT_EQ(shown(), QStringList({"Zero", "One", "Two", "Three"}));
+    EXPECT_EQ(table().selectedRowIndexes(), QList<int>{1});
+    // The rows are counted on even where the new track is not among those shown.
+    fill({"Track 1", "Track 2"});
+    go(kUntagged);
+    table().selectRowIndexes({0});
+    library->addNewRecordingSong(song("Tagged"));
+    EXPECT_EQ(table().selectedRowIndexes(), QList<int>{1});
+    // While a text is looked for, only the counts change.
+    go(kAllMusic);
+    search.setText("track");
+    table().selectRowIndexes({1});
+    library->addNewRecordingSong(song("Track 3"));
+    EXPECT_EQ(shown(), QStringList({"Track 1", "Track 2"}));
+    EXPECT_EQ(table().selectedRowIndexes(), QList<int>{1});
+    EXPECT_EQ(library->pageControls().badgeCount(kUntagged), 3);
+    search.clear();
+    EXPECT_EQ(shown().size(), 4);
+}
+
+TEST_F(LibraryCtrTest, SelectsTheFirstRecordingOfAnEmptyListAndGoesToIt) {
+    const SongPtr first = song("First");
+    library->addNewRecordingSong(first);
+    EXPECT_EQ(table().selectedRowIndexes(), QList<int>{0});
+    library->addNewRecordingSong(song("Second"));
+    go(kAllMusic);
+    library->showNewRecordItem(first, /*isPlay=*/false);
+    EXPECT_EQ(library->category(), "Newly Recorded");
+    EXPECT_EQ(library->getSelectedItem(), first);
+}
+
+TEST_F(LibraryCtrTest, SearchesWithinTheCategory) {
+    fill({"It's \\ here", "Café", "50% of %@", "Other"});
+    go(kAllMusic);
+    struct Search {
+        const char *text;
+        QStringList found;
+    };
+    for (const auto &[text, found] :
+         {Search{" \t", shown()}, Search{"'", {"It's \\ here"}}, Search{"\\", {"It's \\ here"}},
+          Search{"CAFE", {"Café"}}, Search{"%@", {"50% of %@"}}, Search{"SOMEBODY", shown()}, Search{"nowhere", {}}}) {
+        SCOPED_TRACE(text);
+        search.setText(text);
+        EXPECT_EQ(shown(), found);
+        EXPECT_EQ(show.isEnabled(), !found.isEmpty());
+        EXPECT_EQ(status.isEmpty(), found.isEmpty());
+    }
+    go(kNewlyRecorded);
+    EXPECT_TRUE(search.text().isEmpty());
+    isRecordView = true;
+    search.setText("cafe");
+    EXPECT_EQ(status, ""); // the recording page tells of its own tracks
+}
+
+TEST_F(LibraryCtrTest, DeletesWhatIsSelected) {
+    fill({"One", "Two", "Three"});
+    go(kAllMusic);
+    (*library->listViewCtr().songArray())[1]->setIsImported(true);
+    const QString recorded = (*library->listViewCtr().songArray())[2]->songPath();
+    const QString kept = (*library->listViewCtr().songArray())[1]->songPath();
+    answer = 1;
+    remove({2});
+    EXPECT_EQ(shown().size(), 3);
+    answer = 0;
+    remove({2});
+    EXPECT_TRUE(asked.last().startsWith("Do you want to move these items"))
+        << qPrintable(asked.join("; ")) << qPrintable(log.join("; "));
+    EXPECT_FALSE(QFile::exists(recorded));
+    EXPECT_EQ(table().selectedRowIndexes(), QList<int>{1}); // the last row now
+    search.setText("two");
+    remove({0});
+    EXPECT_TRUE(shown().isEmpty());
+    EXPECT_TRUE(QFile::exists(kept)); // somebody else's file
+    search.clear();
+    EXPECT_EQ(shown(), QStringList{"One"});
+    EXPECT_EQ(rowsInDatabase(), 1);
+    remove({});
+    EXPECT_EQ(shown().size(), 1);
+    remove({0});
+    EXPECT_EQ(library->getSelectedItem(), nullptr);
+    EXPECT_EQ(library->pageControls().badgeCount(kAllMusic), 0);
+}
+
+TEST_F(LibraryCtrTest, LeavesTheTracksAloneWhileTheKeyboardIsInAText) {
+    fill({"One"});
+    go(kAllMusic);
+    search.show();
+    search.activateWindow();
+    search.setFocus();
+    library->deleteItems();
+    EXPECT_TRUE(asked.isEmpty());
+    EXPECT_TRUE(log.contains("is text"));
+}
