@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QTimer>
 #include <QUrl>
+#include <functional>
 #include <cmath>
 
 namespace {
@@ -41,7 +42,7 @@ MediaPlayerAdaptor::MediaPlayerAdaptor(QObject *exported, MediaPlayerBusDelegate
     : QDBusAbstractAdaptor(exported), delegate_(delegate) {}
 
 void MediaPlayerAdaptor::later(void (MediaPlayerBusDelegate::*action)()) {
-    QTimer::singleShot(0, this, [this, action] { (delegate_.*action)(); });
+    QTimer::singleShot(0, this, std::function<void()>(std::bind_front(action, std::ref(delegate_))));
 }
 
 QVariantMap MediaPlayerAdaptor::told() const {
