@@ -394,7 +394,7 @@ void MainWindowCtr::showWindow() {
 }
 
 bool MainWindowCtr::windowShouldClose() {
-    if (!hasTray_() && !defaults().boolForKey(kHasToldOfHiding)) {
+    if (!mainExiting_ && !hasTray_() && !defaults().boolForKey(kHasToldOfHiding)) {
         defaults().setBool(true, kHasToldOfHiding);
         tell(localizedString("The program goes on in the background"),
              localizedString("What is being recorded is recorded on. Start the program again to see its window; to end "

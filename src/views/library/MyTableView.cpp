@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QPainter>
 #include <QScopedValueRollback>
+#include <algorithm>
 
 namespace {
 
@@ -128,7 +129,7 @@ void MyTableView::selectRowIndexes(const QList<int> &rows) {
         setAutoScroll(true);
         setSelectionMode(ExtendedSelection);
     }
-    if (wanted == selectedRowIndexes())
+    if (std::ranges::equal(wanted, selectedRowIndexes()))
         return;
     {
         // Qt compares the old ranges with the new ones pair by pair, which stands still where a sort has scattered
