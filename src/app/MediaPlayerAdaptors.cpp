@@ -5,8 +5,8 @@
 #include <QDBusConnection>
 #include <QTimer>
 #include <QUrl>
-#include <functional>
 #include <cmath>
+#include <functional>
 
 namespace {
 
