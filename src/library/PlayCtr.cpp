@@ -318,10 +318,14 @@ void PlayCtr::setPlayTime(double playTime) {
         return;
     const MovieTime duration = music_->duration();
     if (playTime >= timeValueOf(duration)) {
-        if (isPlaying_)
+        if (isPlaying_) {
             playDidEnd();
-        else
+        } else {
             music_->setCurrentTime(duration);
+            // The bar drops the first report behind a drag, and play() goes by the bar.
+            updatePlaySlider();
+            QTimer::singleShot(kDisplayPeriod, this, &PlayCtr::updatePlaySlider);
+        }
         logLine("stop play");
         return;
     }

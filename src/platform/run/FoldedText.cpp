@@ -1,5 +1,6 @@
 #include "platform/run/FoldedText.h"
 
+#include <QStringList>
 #include <array>
 #include <cstring>
 #include <mutex>
