@@ -71,14 +71,16 @@ void TrayItem::makeItem() {
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
             emit raiseWanted();
     });
-    item_->show();
+    item_->setVisible(!icon_.isNull());
     emit availabilityChanged();
 }
 
 void TrayItem::setIcon(const QIcon &icon) {
     icon_ = icon;
-    if (item_)
-        item_->setIcon(icon);
+    if (!item_)
+        return;
+    item_->setIcon(icon);
+    item_->show();
 }
 
 bool TrayItem::isAvailable() const { return item_ && (hasHost_ || QSystemTrayIcon::isSystemTrayAvailable()); }
