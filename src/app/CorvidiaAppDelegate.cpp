@@ -16,6 +16,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QScopedValueRollback>
 
 namespace {
 constexpr int kLongestProcessName = 16;
@@ -152,10 +153,13 @@ void CorvidiaAppDelegate::activateAction(const QString &name) {
 bool CorvidiaAppDelegate::applicationShouldTerminate() {
     if (isMustTerminate_ || !mainWindow_.isRecording())
         return true;
+    if (asksToQuit_) // the bus asks again, and the user has not answered yet
+        return false;
     const Panel question{localizedString("Recording are being now,do you want to stop recording and quit?"),
                          {},
                          {localizedString("Quit"), localizedString("Don't Quit")},
                          {}};
+    const QScopedValueRollback asks(asksToQuit_, true);
     return runPanel(question).button == 0;
 }
 

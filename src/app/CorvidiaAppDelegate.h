@@ -50,6 +50,7 @@ private:
 
     bool isMustTerminate_ = false;
     bool hasTerminated_ = false;
+    bool asksToQuit_ = false;
     MainWindowCtr mainWindow_;
     DesktopPresence presence_;
     SessionBus *sessionBus_; // child of this object, as an adaptor has to be

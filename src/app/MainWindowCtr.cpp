@@ -83,7 +83,7 @@ void MainWindowCtr::connectMenu() {
     PlayCtr &player = libraryCtr_->playCtr();
     const auto onLibrary = [this](std::function<void()> work) {
         return [this, work = std::move(work)] {
-            if (!isDisplayRecordView())
+            if (!isDisplayRecordView() && !libraryCtr_->isToolKitShown())
                 work();
         };
     };
@@ -126,7 +126,7 @@ bool MainWindowCtr::validateMenuItem(MenuItem item, const QString &title) {
         return player.playItem() != nullptr;
     case MenuItem::SelectAll:
     case MenuItem::ShowFile:
-        return !isDisplayRecordView() && libraryCtr_->getSelectedItem();
+        return !isDisplayRecordView() && !libraryCtr_->isToolKitShown() && libraryCtr_->getSelectedItem();
     case MenuItem::Play:
     case MenuItem::Delete:
         return libraryCtr_->pageControls().validateMenuItem(title);
@@ -394,7 +394,9 @@ void MainWindowCtr::showWindow() {
 }
 
 bool MainWindowCtr::windowShouldClose() {
-    if (!mainExiting_ && !hasTray_() && !defaults().boolForKey(kHasToldOfHiding)) {
+    if (mainExiting_) // the end of the program closes its windows, too
+        return true;
+    if (!hasTray_() && !defaults().boolForKey(kHasToldOfHiding)) {
         defaults().setBool(true, kHasToldOfHiding);
         tell(localizedString("The program goes on in the background"),
              localizedString("What is being recorded is recorded on. Start the program again to see its window; to end "

@@ -71,6 +71,8 @@ void LibraryCtr::setAllSongs(SongArray songs) {
 
 // Categories
 
+bool LibraryCtr::isToolKitShown() const { return strCategory_ == musicToolKit(); }
+
 void LibraryCtr::outlineViewSelectionDidChange(const OutlineItem &item) {
     strCategory_ = item.category;
     showCategory(strCategory_);
@@ -172,7 +174,7 @@ void LibraryCtr::searchDidChange() {
 }
 
 void LibraryCtr::pageDidChange() {
-    if (!isDisplayRecordView() && strCategory_ == musicToolKit())
+    if (!isDisplayRecordView() && isToolKitShown())
         showToolKitControls();
     else
         searchCtr_->updateStatus();

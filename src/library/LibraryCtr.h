@@ -87,6 +87,8 @@ public:
 
     /// The list has the keyboard, or the tree.
     bool isListFocused() const;
+    /// The page of tools stands in the place of the list.
+    bool isToolKitShown() const;
 
 private:
     void showCategory(const QString &category);

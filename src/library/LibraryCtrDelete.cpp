@@ -20,7 +20,8 @@ bool LibraryCtr::isListFocused() const {
 }
 
 void LibraryCtr::deleteItems() {
-    if (listViewCtr_->tableView()->selectedRow() < 0)
+    // Behind the tools lies the list of the category that was left, its selection with it.
+    if (listViewCtr_->tableView()->selectedRow() < 0 || isToolKitShown())
         return;
     if (!isListFocused()) {
         logLine("is text");

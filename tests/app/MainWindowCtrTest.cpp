@@ -225,10 +225,14 @@ TEST_F(MainWindowWithSound, RecordsCutsAsksBeforeItQuitsAndKeepsTheOpenFile) {
 
     asked.clear();
     answers = {1};
+    meanwhile = [this](const Panel &) { delegate->terminate(); };
     delegate->terminate();
+    meanwhile = {};
     EXPECT_EQ(asked, QStringList{"Recording are being now,do you want to stop recording and quit?"});
     EXPECT_TRUE(window().isRecording());
     delegate->activateAction("quit");
     EXPECT_FALSE(window().isRecording());
+    EXPECT_TRUE(window().window().close()); // a window that stays would keep the program
+    EXPECT_EQ(asked.size(), 1);
     EXPECT_EQ(QDir(defaultMusicFolder()).entryList(QDir::Files).size(), 2);
 }
