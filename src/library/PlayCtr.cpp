@@ -12,6 +12,7 @@
 #include "views/window/PlayPanel.h"
 
 #include <QFile>
+#include <QScopedValueRollback>
 #include <chrono>
 
 namespace {
@@ -391,8 +392,12 @@ bool PlayCtr::isFileExist(SongPtr song) {
             return false;
         song = songs.at(row);
     }
-    const bool isThere = listViewCtr_.isSongItemExist(song, /*isWarning=*/true);
-    if (!isThere)
-        listViewCtr_.reloadTable();
-    return isThere;
+    if (isFileThere(*song))
+        return true;
+    if (asksForFile_) // a key of the keyboard's player comes through while the question stands
+        return false;
+    const QScopedValueRollback asks(asksForFile_, true);
+    listViewCtr_.isSongItemExist(song, /*isWarning=*/true);
+    listViewCtr_.reloadTable();
+    return false;
 }

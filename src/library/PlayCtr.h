@@ -116,4 +116,5 @@ private:
     SharedSongArray playArray_; // what goes on playing while its category is not shown
     QTimer musicTimer_;
     float volume_ = 0.7F;
+    bool asksForFile_ = false;
 };

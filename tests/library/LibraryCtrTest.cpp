@@ -6,14 +6,17 @@
 #include "platform/run/NotificationCenter.h"
 #include "store/DataBaseManager.h"
 #include "views/controls/SketchButton.h"
+#include "views/library/MyOutlineView.h"
 #include "views/library/MyTableView.h"
 #include "views/window/LibraryPage.h"
 #include "views/window/PlayPanel.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -26,6 +29,8 @@ protected:
         setLogSink([this](const QString &line) { log << line; });
         setPanelAnswerer([this](const Panel &panel) {
             asked << panel.message;
+            if (asked.size() < 5)
+                meanwhile();
             return PanelAnswer{answer, false};
         });
         ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
@@ -86,6 +91,7 @@ protected:
     QLineEdit search;
     QPushButton filter, show, handOver;
     QStringList log, asked;
+    std::function<void()> meanwhile = [] {}; ///< happens while a question stands
     int answer = 0;
     bool records = false;
     bool isRecordView = false;
@@ -204,6 +210,27 @@ TEST_F(LibraryCtrTest, DeletesWhatIsSelected) {
     remove({0});
     EXPECT_EQ(library->getSelectedItem(), nullptr);
     EXPECT_EQ(library->pageControls().badgeCount(kAllMusic), 0);
+}
+
+TEST_F(LibraryCtrTest, AsksOnceForAFileThatIsGone) {
+    library->setAllSongs({song("Gone", "Somebody", /*hasFile=*/false)});
+    go(kAllMusic);
+    meanwhile = [this] { library->playCtr().play(); };
+    answer = 1;
+    library->playCtr().play();
+    EXPECT_EQ(asked, QStringList{"File does not exist."});
+}
+
+TEST_F(LibraryCtrTest, LeavesTheTracksBehindTheToolsAlone) {
+    fill({"One"});
+    go(kAllMusic);
+    go(kToolKit);
+    page.activateWindow();
+    library->categoryViewCtr().outlineView()->setFocus();
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(library->isListFocused());
+    library->deleteItems();
+    EXPECT_EQ(rowsInDatabase(), 1);
 }
 
 TEST_F(LibraryCtrTest, LeavesTheTracksAloneWhileTheKeyboardIsInAText) {
