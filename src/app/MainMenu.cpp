@@ -94,6 +94,8 @@ void MainMenu::validateWhileOpen(QMenu &menu) {
         for (const auto &[item, action] : actions_)
             action->setEnabled(delegate_.validateMenuItem(item, action->text()));
     });
+    if (qobject_cast<QMenu *>(menu.parentWidget()))
+        return; // the menu above it stays open
     connect(&menu, &QMenu::aboutToHide, this, [this] {
         for (const auto &[item, action] : actions_)
             action->setEnabled(true);
