@@ -13,7 +13,7 @@ constexpr std::chrono::seconds kDockPeriod{1};
 
 DesktopPresence::DesktopPresence(MainWindowCtr &mainWindow)
     : mainWindow_(mainWindow),
-      tray_(mainWindow.mainMenu().trayMenu(), QStringLiteral("Tessarine Corvidia"), nullptr),
+      tray_(mainWindow.mainMenu().trayMenu(), QStringLiteral("Tessarine Corvidia"), /*parent=*/nullptr),
       bus_(new MediaPlayerBus(*this, this)) {
     recordValueChanged();
     connect(&tray_, &TrayItem::raiseWanted, this, [this] { mainWindow_.showWindow(); });

@@ -397,7 +397,7 @@ bool MainWindowCtr::windowShouldClose() {
     if (mainExiting_) // the end of the program closes its windows, too
         return true;
     if (!hasTray_() && !defaults().boolForKey(kHasToldOfHiding)) {
-        defaults().setBool(true, kHasToldOfHiding);
+        defaults().setBool(/*value=*/true, kHasToldOfHiding);
         tell(localizedString("The program goes on in the background"),
              localizedString("What is being recorded is recorded on. Start the program again to see its window; to end "
                              "it, choose Quit in its menu, or press Ctrl+Q."));

@@ -48,10 +48,10 @@ void LibraryCtr::deleteSongItems(const SongArray &songs) {
     SongArray ofThisRun;
     for (const SongPtr &song : songs) {
         throwAway(*song);
-        DataBaseManager::defaultManager().deleteSongItem(*song);
         if (recordedNow.contains(song))
             ofThisRun.append(song);
     }
+    DataBaseManager::defaultManager().deleteSongItems(songs);
     lists_.remove(songs);
     // Search results and the untagged tracks are arrays of their own.
     const QSet<SongPtr> gone(songs.begin(), songs.end());

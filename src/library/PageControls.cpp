@@ -5,9 +5,9 @@
 #include <QApplication>
 
 QString PageControls::changePlayMenuItem(const QString &title) const {
-    const QString play = localizedString("Play");
-    const QString stop = localizedString("Stop");
-    const QString pause = localizedString("Pause");
+    QString play = localizedString("Play");
+    QString stop = localizedString("Stop");
+    QString pause = localizedString("Pause");
     if (title != play && title != stop && title != pause)
         return title;
     if (!delegate_.isPlaying())

@@ -60,7 +60,7 @@ QStringList newPlaces(const std::vector<WantedFile> &missing, const QStringList 
 } // namespace
 
 ToolKitCtr::ToolKitCtr(ToolKitCtrDelegate &delegate)
-    : delegate_(delegate), view_(new MusicToolKitView(*this, nullptr)) {}
+    : delegate_(delegate), view_(new MusicToolKitView(*this, /*parent=*/nullptr)) {}
 
 ToolKitCtr::~ToolKitCtr() { cancelSearch(); }
 

@@ -63,6 +63,8 @@ public:
 
     /// Deletes the row and the cover files; the audio file stays.
     bool deleteSongItem(const SongItem &song);
+    /// The same for many, in one transaction: at once for any number of them.
+    void deleteSongItems(const QList<std::shared_ptr<SongItem>> &songs);
 
     // No library made by this program has a table Ringtone, so on those all of these fail.
 

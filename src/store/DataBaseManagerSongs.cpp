@@ -254,3 +254,14 @@ bool DataBaseManager::deleteSongItem(const SongItem &song) {
         QFile::remove(cover); // one that stays behind is overwritten when its number is given out again
     return true;
 }
+
+void DataBaseManager::deleteSongItems(const QList<std::shared_ptr<SongItem>> &songs) {
+    sqlite3_exec(openedDataBase(), "BEGIN", nullptr, nullptr, nullptr);
+    for (const auto &song : songs)
+        deleteSongItem(*song);
+    // Without a transaction, since somebody holds the library, each row was on its own.
+    if (const int code = sqlite3_exec(dataBase_, "COMMIT", nullptr, nullptr, nullptr); code != SQLITE_OK) {
+        logLine(QStringLiteral("deleteSongItems: COMMIT failed: %1").arg(code));
+        sqlite3_exec(dataBase_, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}

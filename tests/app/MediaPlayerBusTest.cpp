@@ -83,7 +83,7 @@ protected:
     QTemporaryDir folder{"/tmp/corvidia-XXXXXX"};
     PrivateDesktop desktop{folder.path()};
     FakeProgram program;
-    MediaPlayerBus bus{program, nullptr};
+    MediaPlayerBus bus{program, /*parent=*/nullptr};
     SongPtr song = std::make_shared<SongItem>();
 };
 

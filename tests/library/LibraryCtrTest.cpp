@@ -86,7 +86,7 @@ protected:
     static qsizetype rowsInDatabase() { return DataBaseManager::defaultManager().getAllSongItems()->size(); }
 
     LibraryPage page{nullptr};
-    SketchButton playBtn{{}, {38, 38}, "Play", nullptr};
+    SketchButton playBtn{{}, {38, 38}, "Play", /*parent=*/nullptr};
     PlayPanel playPanel{nullptr};
     QLineEdit search;
     QPushButton filter, show, handOver;

@@ -65,7 +65,7 @@ protected:
     QTemporaryDir folder{"/tmp/corvidia-XXXXXX"};
     PrivateSoundServer server{PrivateSoundServer::Kind::PulseAudio, folder.path()};
     LibraryPage page{nullptr};
-    SketchButton playBtn{{}, {38, 38}, "Play", nullptr};
+    SketchButton playBtn{{}, {38, 38}, "Play", /*parent=*/nullptr};
     PlayPanel playPanel{nullptr};
     QLineEdit search;
     QPushButton filter, show, handOver;

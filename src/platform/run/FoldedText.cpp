@@ -128,8 +128,10 @@ void appendPiece(FoldedBuffer &folded, char16_t piece) {
 
 void foldInto(FoldedBuffer &folded, QStringView text) {
     folded.clear();
-    const Page *page = nullptr;
-    int pageNumber = -1;
+    if (text.isEmpty())
+        return;
+    const Page *page = &Page::of(text.front().unicode());
+    int pageNumber = text.front().unicode() >> 8;
     for (qsizetype i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i].unicode();
         if (unit >> 8 != pageNumber) {

@@ -137,13 +137,13 @@ QWidget *CategoryViewCtr::makeRateView() {
 }
 
 void CategoryViewCtr::gotoRate() {
-    UserDefaults::standardUserDefaults().setBool(true, QStringLiteral("HadGoToRate"));
+    UserDefaults::standardUserDefaults().setBool(/*value=*/true, QStringLiteral("HadGoToRate"));
     closeRefuse();
     delegate_.openRateAddress(rateAddress_);
 }
 
 void CategoryViewCtr::refuseCruelly() {
-    UserDefaults::standardUserDefaults().setBool(true, QStringLiteral("HadGoToRate"));
+    UserDefaults::standardUserDefaults().setBool(/*value=*/true, QStringLiteral("HadGoToRate"));
     closeRefuse();
 }
 
