@@ -287,7 +287,8 @@ void ListViewCtr::doubleAction() {
 }
 
 bool ListViewCtr::isSongItemExist(const SongPtr &song, bool isWarning) {
-    const SongPtr kept = song; // the user's answer may take it out of every list
+    // The user's answer may take it out of every list.
+    const SongPtr kept = song; // NOLINT(performance-unnecessary-copy-initialization)
     if (QFileInfo::exists(kept->songPath()))
         return true;
     if (isWarning) {

@@ -278,7 +278,8 @@ void MusicToolKitView::takeOut(const QList<MissingTrack> &tracks) {
 
 void MusicToolKitView::acceptPlaces(const QList<MissingTrack> &tracks) {
     SongArray songs;
-    const QList<MissingTrack> all = tracks; // the delegate may bring a new list meanwhile
+    // The delegate may bring a new list meanwhile.
+    const QList<MissingTrack> all = tracks; // NOLINT(performance-unnecessary-copy-initialization)
     for (const MissingTrack &track : all) {
         if (!hasCandidate(track))
             continue;
