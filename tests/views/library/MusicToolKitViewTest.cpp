@@ -22,7 +22,7 @@ struct Library final : MusicToolKitViewDelegate {
 
 struct ToolKit : testing::Test {
     Library library;
-    MusicToolKitView page{library, nullptr};
+    MusicToolKitView page{library, /*parent=*/nullptr};
     MissingTracksView &list = *page.missingTracksView();
     int questions = 0;
     int answer = 1;
