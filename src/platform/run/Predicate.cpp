@@ -295,12 +295,12 @@ bool Predicate::holds(const Comparison &comparison, const QVariant &value) {
         order = compared(text->size(), comparison.constant);
     switch (comparison.comparison) {
     case Operator::Equal:
-        return order == 0;
+        return std::is_eq(order);
     case Operator::LessOrEqual:
-        return order <= 0;
+        return std::is_lteq(order);
     case Operator::Greater:
-        return order > 0;
+        return std::is_gt(order);
     default:
-        return order != 0;
+        return std::is_neq(order);
     }
 }
