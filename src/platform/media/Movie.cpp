@@ -81,7 +81,7 @@ void Movie::play() {
 void Movie::stop() {
     hold(position());
     isPlaying_ = false;
-    player_->setPaused(true, ++turn_);
+    player_->setPaused(/*isPaused=*/true, ++turn_);
 }
 
 MovieTime Movie::duration() const { return {.timeValue = duration_}; }
@@ -179,7 +179,7 @@ void Movie::fileDidOpen(qint64 duration) {
         playOn();
 }
 
-void Movie::playOn() { player_->setPaused(false, ++turn_); }
+void Movie::playOn() { player_->setPaused(/*isPaused=*/false, ++turn_); }
 
 void Movie::fileDidEnd(int reason, int error) {
     const bool wasOpen = fileState_ == FileState::Open;
@@ -241,7 +241,7 @@ void Movie::park() {
     isPlaying_ = false;
     isAtEnd_ = true;
     hold(duration_);
-    player_->setPaused(true, turn_);
+    player_->setPaused(/*isPaused=*/true, turn_);
 }
 
 void Movie::hold(qint64 microseconds) {

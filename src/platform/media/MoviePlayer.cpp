@@ -199,7 +199,7 @@ void MoviePlayer::setProperty(const char *name, const char *value, uint64_t repl
 
 void MoviePlayer::load(const QString &path) {
     isFileFaulty_ = false;
-    setPaused(true, /*reply=*/0);
+    setPaused(/*isPaused=*/true, /*reply=*/0);
     const QByteArray address = addressOf(path);
     const char *words[] = {"loadfile", address.constData(), nullptr};
     command(words, /*reply=*/0);
