@@ -104,7 +104,7 @@ void LibraryCtr::showCategory(const QString &category) {
     updateEmptyText();
     listViewCtr_->reloadData();
     if (!listViewCtr_->songArray()->isEmpty()) {
-        showFirstRow();
+        selectRow(0);
         listViewCtr_->setIsNeedChangeTableViewSelected(true);
     }
     playCtr_->changePlayStatus();
@@ -129,17 +129,16 @@ void LibraryCtr::showSorted(const SharedSongArray &songs, bool isSortedInPlace) 
     listViewCtr_->setIsCanSorted(true);
 }
 
-void LibraryCtr::showFirstRow() {
-    listViewCtr_->setImageFlowSelectedIndex(0);
-    listViewCtr_->tableView()->selectRowIndexes({0});
-    listViewCtr_->tableView()->scrollRowToVisible(0);
+void LibraryCtr::selectRow(int row) {
+    listViewCtr_->setImageFlowSelectedIndex(row);
+    listViewCtr_->tableView()->selectRowIndexes({row});
+    listViewCtr_->tableView()->scrollRowToVisible(row);
 }
 
 void LibraryCtr::showToolKit() {
     if (!toolKitCtr_)
         toolKitCtr_ = std::make_unique<ToolKitCtr>(*this);
     views_.page.setDisplayView(toolKitCtr_->view());
-    showToolKitControls();
 }
 
 void LibraryCtr::showToolKitControls() {

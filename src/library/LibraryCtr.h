@@ -95,7 +95,7 @@ private:
     void showToolKit();
     void showToolKitControls();
     void showSorted(const SharedSongArray &songs, bool isSortedInPlace);
-    void showFirstRow();
+    void selectRow(int row);
     void showRow(qsizetype row);
     SongArray selectedSongs() const;
     void updateEmptyText();
@@ -106,7 +106,6 @@ private:
     void askAndDelete(const SongArray &songs);
     void deleteSongItems(const SongArray &songs);
     void throwAway(const SongItem &song);
-    void selectAfterDeletion(int row);
 
     // What the list asks for
     const SongArray &allSongArray() const override { return *lists_.allSongArray(); }

@@ -57,7 +57,8 @@ void LibraryCtr::deleteSongItems(const SongArray &songs) {
     const QSet<SongPtr> gone(songs.begin(), songs.end());
     listViewCtr_->songArray()->removeIf([&gone](const SongPtr &song) { return gone.contains(song); });
     listViewCtr_->reloadData();
-    selectAfterDeletion(firstRow);
+    if (const auto rows = static_cast<int>(listViewCtr_->songArray()->size()); rows > 0)
+        selectRow(qBound(0, firstRow, rows - 1));
     if (!ofThisRun.isEmpty())
         NotificationCenter::defaultCenter().postNotification("HasDeleteSongItemNotification", ofThisRun);
     if (gone.contains(playCtr_->playItem()))
@@ -78,14 +79,4 @@ void LibraryCtr::throwAway(const SongItem &song) {
               song.songPath(),
               {localizedString("OK")},
               {}});
-}
-
-void LibraryCtr::selectAfterDeletion(int row) {
-    const auto rows = static_cast<int>(listViewCtr_->songArray()->size());
-    if (rows == 0)
-        return;
-    row = qBound(0, row, rows - 1);
-    listViewCtr_->setImageFlowSelectedIndex(row);
-    listViewCtr_->tableView()->selectRowIndexes({row});
-    listViewCtr_->tableView()->scrollRowToVisible(row);
 }
