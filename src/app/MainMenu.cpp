@@ -39,7 +39,7 @@ bool isShownOnly(MenuItem item) { return item == MenuItem::Play; }
 
 } // namespace
 
-MainMenu::MainMenu(MainMenuDelegate &delegate, QMenu &menu, QWidget &window) : delegate_(delegate), window_(window) {
+MainMenu::MainMenu(MainMenuDelegate &delegate, QMenu &menu, QWidget &window) : delegate_(delegate) {
     for (const MenuEntry &entry : kEntries) {
         auto *action = new QAction(localizedString(entry.title).replace(QLatin1String("%1"), kProgramName), this);
         action->setShortcut(QKeySequence(QString::fromLatin1(entry.shortcut)));

@@ -57,12 +57,10 @@ public:
     void updateTitles();
 
 private:
-    QAction *makeAction(MenuItem item, const QKeySequence &shortcut = {});
     void add(QMenu &menu, std::initializer_list<MenuItem> items);
     void validateWhileOpen(QMenu &menu);
 
     MainMenuDelegate &delegate_;
-    QWidget &window_;
     std::map<MenuItem, QAction *> actions_;
     QMenu trayMenu_;
 };

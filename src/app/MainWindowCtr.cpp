@@ -57,7 +57,6 @@ MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
     window_.soundSlider()->setDelegate(this);
     setVolume(libraryCtr_->playCtr().volume());
     window_.setWindowTitle(kApplicationFolderName);
-    recordViewCtr_->getRecordingSpectrumView()->hide();
     window_.setShouldClose([this] { return windowShouldClose(); });
     connect(window_.recordingBtn(), &SketchButton::clicked, this, &MainWindowCtr::recorder);
     connect(window_.cutBtn(), &SketchButton::clicked, this, &MainWindowCtr::recorderCut);
@@ -370,12 +369,7 @@ void MainWindowCtr::showRecordView() {
         showPlayView(/*isSpectrum=*/true);
 }
 
-void MainWindowCtr::showPlayView(bool isSpectrum) {
-    DisplayBox &box = *window_.displayBox();
-    box.setBackgroundImage("BoxBackground");
-    box.showPlayPanel(!isSpectrum && !isRecording_);
-    recordViewCtr_->getRecordingSpectrumView()->setVisible(isSpectrum);
-}
+void MainWindowCtr::showPlayView(bool isSpectrum) { window_.displayBox()->showPlayPanel(!isSpectrum && !isRecording_); }
 
 void MainWindowCtr::volumeDidChanged(float volume) { libraryCtr_->playCtr().setVolume(volume); }
 

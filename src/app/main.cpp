@@ -17,6 +17,7 @@ extern "C" {
 int main(int argc, char **argv) {
     QApplication application(argc, argv);
     QApplication::setApplicationName("Corvidia");
+    QApplication::setApplicationVersion(CORVIDIA_VERSION);
     QApplication::setApplicationDisplayName("Tessarine Corvidia");
     QApplication::setDesktopFileName("com.tessarine.Corvidia");
     QApplication::setWindowIcon(QIcon(":/images/icon.svg"));
