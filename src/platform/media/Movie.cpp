@@ -179,7 +179,10 @@ void Movie::fileDidOpen(qint64 duration) {
         playOn();
 }
 
-void Movie::playOn() { player_->setPaused(/*isPaused=*/false, ++turn_); }
+void Movie::playOn() {
+    heldSince_ = Clock::now();
+    player_->setPaused(/*isPaused=*/false, ++turn_);
+}
 
 void Movie::fileDidEnd(int reason, int error) {
     const bool wasOpen = fileState_ == FileState::Open;
@@ -197,8 +200,11 @@ void Movie::fileDidEnd(int reason, int error) {
         fail(reasonOf(error));
 }
 
+/// Goes by the clock where the player was not asked for long: a main thread that was held up, or that nobody had show
+/// the position, is no damage to the file.
 bool Movie::isWhole() const {
-    return !player_->isFileFaulty() && (!isDurationExact_ || position() > duration_ - kMissingSound);
+    const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - heldSince_).count();
+    return !player_->isFileFaulty() && (!isDurationExact_ || held_ + passed > duration_ - kMissingSound);
 }
 
 // What follows runs in a turn of its own: its receivers may well put another movie in the place of this one.
@@ -246,6 +252,7 @@ void Movie::park() {
 
 void Movie::hold(qint64 microseconds) {
     held_ = microseconds;
+    heldSince_ = Clock::now();
     told_ = microseconds;
     isMoving_ = false;
 }

@@ -77,7 +77,7 @@ private:
     bool isAtEnd_ = false;
 
     // The position, in microseconds. While it moves it is the one of the last answer and the time that has passed
-    // since.
+    // since; until the first answer it stands where the playing begins, and the time is that of the call.
     qint64 held_ = 0;
     Clock::time_point heldSince_;
     bool isMoving_ = false;

@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -183,11 +184,25 @@ TEST_F(MovieTest, VolumeIsLinear) {
         ends = 0;
         movie->play();
         ASSERT_TRUE(waitUntil([&] { return isOver(); }));
+        ASSERT_TRUE(failure.isNull()) << qPrintable(failure);
         peaks.push_back(peakOf(loudspeakers.heard()));
     }
     EXPECT_NEAR(peaks[1] / peaks[0], 0.5, 0.02);
     EXPECT_NEAR(peaks[2] / peaks[0], 0.1, 0.01);
     EXPECT_EQ(peaks[3], 0);
+}
+
+TEST_F(MovieTest, AFileIsWholeAlsoIfNobodyLookedWhereItIs) {
+    startServer();
+    const std::unique_ptr<Movie> movie = open(makeTone("a.m4a", "-b:a 128k", 2));
+    for (const bool isHeldUp : {false, true}) {
+        ends = 0;
+        movie->play();
+        if (isHeldUp)
+            QThread::sleep(3);
+        EXPECT_TRUE(waitUntil([&] { return isOver(); }));
+        EXPECT_TRUE(failure.isNull()) << qPrintable(failure);
+    }
 }
 
 TEST_F(MovieTest, OnlyAnEndThatWasPlayedToIsTold) {
