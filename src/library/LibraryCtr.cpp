@@ -1,6 +1,7 @@
 #include "library/LibraryCtr.h"
 
 #include "platform/desktop/FileManager.h"
+#include "platform/media/MoviePlayer.h"
 #include "platform/run/LocalizedString.h"
 #include "platform/run/NotificationCenter.h"
 #include "views/library/MusicToolKitView.h"
@@ -173,6 +174,8 @@ void LibraryCtr::searchDidChange() {
 }
 
 void LibraryCtr::pageDidChange() {
+    if (!isDisplayRecordView())
+        MoviePlayer::prepare();
     if (!isDisplayRecordView() && isToolKitShown())
         showToolKitControls();
     else

@@ -1,15 +1,15 @@
 #include "platform/media/MoviePlayer.h"
 
+#include "platform/media/PlayerLibrary.h"
 #include "platform/run/Log.h"
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QThreadPool>
 #include <clocale>
 #include <cmath>
 #include <fcntl.h>
 #include <future>
-#include <mpv/client.h>
-#include <mpv/stream_cb.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -66,6 +66,9 @@ constexpr Option kOptions[] = {
 constexpr const char *kExtras[] = {"load-stats-overlay", "load-osd-console", "load-console",     "load-select",
                                    "load-positioning",   "load-commands",    "input-media-keys", "media-controls"};
 
+/// For those who have a player, and so the library.
+const PlayerLibrary &mpv() { return *PlayerLibrary::load(); }
+
 /// Of libavformat's readers, those of sound files; among the others are lists that name further files.
 bool limitReaders(mpv_handle *handle) {
     char name[] = "format_whitelist";
@@ -78,7 +81,7 @@ bool limitReaders(mpv_handle *handle) {
     mpv_node map{};
     map.u.list = &list;
     map.format = MPV_FORMAT_NODE_MAP;
-    return mpv_set_option(handle, "demuxer-lavf-o", MPV_FORMAT_NODE, &map) >= 0;
+    return mpv().setOption(handle, "demuxer-lavf-o", MPV_FORMAT_NODE, &map) >= 0;
 }
 
 /// An open file. All but the opening runs on a thread of the player.
@@ -151,6 +154,10 @@ QByteArray addressOf(const QString &path) {
 
 } // namespace
 
+void MoviePlayer::prepare() {
+    QThreadPool::globalInstance()->start([] { PlayerLibrary::load(); });
+}
+
 MoviePlayer::Ptr MoviePlayer::create() {
     Ptr player(new MoviePlayer);
     if (player->setUp())
@@ -160,26 +167,28 @@ MoviePlayer::Ptr MoviePlayer::create() {
 }
 
 bool MoviePlayer::setUp() {
-    handle_ = mpv_create();
+    if (!PlayerLibrary::load())
+        return false;
+    handle_ = mpv().create();
     if (!handle_)
         return false;
     for (const auto &[name, value] : kOptions)
-        if (mpv_set_option_string(handle_, name, value) < 0)
+        if (mpv().setOptionString(handle_, name, value) < 0)
             return false;
     for (const char *name : kExtras)
-        mpv_set_option_string(handle_, name, "no");
-    return limitReaders(handle_) && mpv_initialize(handle_) >= 0 &&
-           mpv_stream_cb_add_ro(handle_, kProtocol, &isFileFaulty_, openFile) >= 0;
+        mpv().setOptionString(handle_, name, "no");
+    return limitReaders(handle_) && mpv().initialize(handle_) >= 0 &&
+           mpv().addProtocol(handle_, kProtocol, &isFileFaulty_, openFile) >= 0;
 }
 
 void MoviePlayer::Closer::operator()(MoviePlayer *player) const {
     if (player->handle_)
-        mpv_set_wakeup_callback(player->handle_, nullptr, nullptr);
+        mpv().setWakeupCallback(player->handle_, nullptr, nullptr);
     std::promise<void> promise;
     const std::future<void> isClosed = promise.get_future();
     std::thread([player, promise = std::move(promise)]() mutable {
         if (player->handle_)
-            mpv_terminate_destroy(player->handle_);
+            mpv().terminateDestroy(player->handle_);
         delete player;
         promise.set_value();
     }).detach();
@@ -190,11 +199,11 @@ void MoviePlayer::Closer::operator()(MoviePlayer *player) const {
 // A command or a setting that is refused comes back as an event; what follows from it shows in the file's end.
 
 void MoviePlayer::command(const char *const *words, uint64_t reply) {
-    mpv_command_async(handle_, reply, const_cast<const char **>(words));
+    mpv().commandAsync(handle_, reply, const_cast<const char **>(words));
 }
 
 void MoviePlayer::setProperty(const char *name, const char *value, uint64_t reply) {
-    mpv_set_property_async(handle_, reply, name, MPV_FORMAT_STRING, &value);
+    mpv().setPropertyAsync(handle_, reply, name, MPV_FORMAT_STRING, &value);
 }
 
 void MoviePlayer::load(const QString &path) {
@@ -219,15 +228,15 @@ void MoviePlayer::setVolume(float volume) {
 }
 
 void MoviePlayer::askForNumber(const char *property, uint64_t reply) {
-    mpv_get_property_async(handle_, reply, property, MPV_FORMAT_DOUBLE);
+    mpv().getPropertyAsync(handle_, reply, property, MPV_FORMAT_DOUBLE);
 }
 
 void MoviePlayer::askForText(const char *property, uint64_t reply) {
-    mpv_get_property_async(handle_, reply, property, MPV_FORMAT_STRING);
+    mpv().getPropertyAsync(handle_, reply, property, MPV_FORMAT_STRING);
 }
 
-const mpv_event &MoviePlayer::nextEvent(double seconds) { return *mpv_wait_event(handle_, seconds); }
+const mpv_event &MoviePlayer::nextEvent(double seconds) { return *mpv().waitEvent(handle_, seconds); }
 
 void MoviePlayer::setWakeup(void (*callback)(void *), void *argument) {
-    mpv_set_wakeup_callback(handle_, callback, argument);
+    mpv().setWakeupCallback(handle_, callback, argument);
 }

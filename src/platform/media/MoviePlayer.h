@@ -19,6 +19,8 @@ public:
     };
     using Ptr = std::unique_ptr<MoviePlayer, Closer>;
 
+    /// Loads libmpv in the background, so that the first player need not wait for it.
+    static void prepare();
     /// Null, with a line in the log, when libmpv does not come up.
     static Ptr create();
 
