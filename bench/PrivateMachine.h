@@ -23,3 +23,6 @@ private:
     PrivateSoundServer server_;
     PrivateDesktop desktop_;
 };
+
+/// What a process holds of the memory, 0 when it is gone.
+double residentMebibytes(qint64 process);

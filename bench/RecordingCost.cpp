@@ -56,14 +56,6 @@ std::map<QByteArray, double> cpuSecondsByThread(qint64 process) {
     return seconds;
 }
 
-double residentMebibytes(qint64 process) {
-    QFile status(QStringLiteral("/proc/%1/status").arg(process));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray all = status.readAll();
-    return all.mid(all.indexOf("VmRSS:") + 6).trimmed().split(' ').first().toDouble() / 1024;
-}
-
 /// The second and the third song of the stream again and again, without a gap: nothing to cut.
 SongStream makeMusic(int seconds) {
     const SongStream songs = makeSongStream();

@@ -26,6 +26,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLineEdit>
+#include <QPointer>
 #include <utility>
 
 namespace {
@@ -72,7 +73,11 @@ MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
     changeControlsState(isRecording_);
 }
 
-MainWindowCtr::~MainWindowCtr() { recordViewCtr_->setDelegate(nullptr); }
+MainWindowCtr::~MainWindowCtr() {
+    if (loading_.joinable())
+        loading_.join();
+    recordViewCtr_->setDelegate(nullptr);
+}
 
 // Menu
 
@@ -187,8 +192,14 @@ void MainWindowCtr::loadLibrary() {
 }
 
 void MainWindowCtr::loadTracks() {
-    if (auto songs = DataBaseManager::defaultManager().getAllSongItems())
-        libraryCtr_->setAllSongs(std::move(*songs));
+    const auto isLoaded = [self = QPointer(this)](SongArray songs) {
+        if (self)
+            self->libraryCtr_->setAllSongs(std::move(songs));
+    };
+    loading_ = std::thread([isLoaded] {
+        SongArray songs = DataBaseManager::defaultManager().getAllSongItems().value_or(SongArray());
+        performOnMainThread([isLoaded, songs = std::move(songs)]() mutable { isLoaded(std::move(songs)); });
+    });
 }
 
 void MainWindowCtr::tellOnceShown(const QString &message, const QString &text) {

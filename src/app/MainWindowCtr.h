@@ -15,6 +15,7 @@
 #include <QObject>
 #include <functional>
 #include <memory>
+#include <thread>
 
 /// What the Recording Extra is, for the questions about it.
 QString recordingExtraText();
@@ -63,7 +64,7 @@ public:
     void mainWindowWillClose();
     bool mainExiting() const { return mainExiting_; }
 
-    /// Reads the tracks of the library. After the window is shown, so that it need not wait for them.
+    /// Reads the tracks of the library on a thread of its own, so that the window need not wait for them.
     void loadTracks();
     /// What quitting does, asked for by the menu or the bus.
     void setTerminate(std::function<void()> terminate) { terminate_ = std::move(terminate); }
@@ -118,6 +119,7 @@ private:
     std::unique_ptr<MainMenu> mainMenu_;
     std::function<void()> terminate_ = [] {};
     std::function<bool()> hasTray_ = [] { return false; };
+    std::thread loading_;      // of loadTracks()
     QStringList pendingTexts_; // of tellOnceShown()
     MainTab selectedView_ = MainTab::Recording;
     bool isRecording_ = false;

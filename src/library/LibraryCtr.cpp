@@ -65,6 +65,7 @@ LibraryCtr::~LibraryCtr() = default;
 
 void LibraryCtr::setAllSongs(SongArray songs) {
     lists_.setAllSongs(std::move(songs));
+    isLoaded_ = true;
     if (strCategory_ != newlyRecorded())
         showCategory(strCategory_);
     refreshCounts();
@@ -155,6 +156,7 @@ void LibraryCtr::updateEmptyText() {
         searchCtr_->isSearching() ? localizedString("Nothing here has this text in its title, artist or album.")
         : strCategory_ == newlyRecorded()
             ? localizedString("What you record appears here. Press Record, then play music.")
+        : !isLoaded_                      ? QString()
         : strCategory_ == untaggedMusic() ? localizedString("Every track has a title and an artist.")
                                           : localizedString("The library is empty. Press Record, then play music."));
 }

@@ -137,6 +137,7 @@ private:
     LibraryViews views_;
     TrackLists lists_;
     QString strCategory_;
+    bool isLoaded_ = false; // the tracks of the library file were read
     // The order of a list changed while the list shown could not be sorted again: the next visit drops the sort.
     bool isChangeID3Sort_ = false;
     QList<SortDescriptor> sortArray_;

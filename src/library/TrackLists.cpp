@@ -52,10 +52,17 @@ void TrackLists::setAllSongs(SongArray songs) {
     index_.reset();
     sortedBy_.clear();
     untagged_.clear();
+    QSet<int32_t> listed;
+    for (const SongPtr &song : std::as_const(*marrNewRecord_)) {
+        listed.insert(song->songID());
+        noteUntagged(*song);
+    }
+    if (!listed.isEmpty())
+        songs.removeIf([&](const SongPtr &song) { return listed.contains(song->songID()); });
     for (const SongPtr &song : std::as_const(songs)) // before the sort, in the order in which they lie in memory
         noteUntagged(*song);
     sortUsingDescriptors(songs, {{"addedDate", /*ascending=*/false, SortComparison::Compare}});
-    *marrAllSongs_ = std::move(songs);
+    *marrAllSongs_ = *marrNewRecord_ + songs;
 }
 
 void TrackLists::insertNewRecording(const SongPtr &song) {

@@ -19,7 +19,8 @@ public:
     /// The tracks of this run, newest first: each stands in allSongArray() as well.
     const SharedSongArray &newRecordArray() const { return marrNewRecord_; }
 
-    /// The tracks of the library file, at the start; sorts them by date, the newest first.
+    /// The tracks of the library file, once they are read; sorts them by date, the newest first. Those of this run
+    /// stay in front.
     void setAllSongs(SongArray songs);
     void insertNewRecording(const SongPtr &song);
     /// Sorts all tracks in place, unless they stand in that order already. Whoever else sorts them does it by what the

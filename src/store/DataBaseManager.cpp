@@ -5,8 +5,10 @@
 #include "store/LibraryFile.h"
 #include "store/Statement.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
 
 namespace {
 
@@ -34,7 +36,10 @@ DataBaseManager &DataBaseManager::defaultManager() {
 DataBaseManager::~DataBaseManager() { sqlite3_close(dataBase_); }
 
 bool DataBaseManager::loadDataBase(const QString &path) {
-    strDefaultImagesDir_ = coverImageFolder();
+    {
+        const std::lock_guard guard(connection_);
+        strDefaultImagesDir_ = coverImageFolder();
+    }
     const QString library = path.isNull() ? defaultLibraryPath() : path;
     if (isLibraryToBeMade(library)) {
         lastSongID_ = 0;
@@ -120,6 +125,15 @@ bool DataBaseManager::openConnection(const QString &path) {
     // the library works as before, so the result is of no interest; a file that is no library shows in the next step.
     sqlite3_exec(dataBase_, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
     return true;
+}
+
+/// For what any thread may do: opens the library on the main thread, which alone changes it, and on another one keeps
+/// it from being closed.
+std::unique_lock<std::mutex> DataBaseManager::holdOnThisThread() {
+    if (QThread::currentThread() != QCoreApplication::instance()->thread())
+        return std::unique_lock(connection_);
+    openedDataBase();
+    return {};
 }
 
 // Null if no library could be opened; every statement then fails at its preparation.

@@ -4,7 +4,7 @@
 // first if none is open. A failure is told by the result and by a line in the log, never to the user. A library that
 // another program has locked is waited for briefly and then counts as a failure.
 //
-// Threads: the main thread, but for isTheFileInDataBase().
+// Threads: the main thread, but for getAllSongItems() and isTheFileInDataBase().
 #pragma once
 
 #include "store/RingtoneItem.h"
@@ -50,7 +50,8 @@ public:
     int32_t insertSongItem(SongItem &song);
 
     /// Every track in the file's order, or nothing if the library can't be read. Covers whose file is gone are left
-    /// out. The rows before a damaged place are given.
+    /// out. The rows before a damaged place are given. Any thread while a library is open; the main thread may change
+    /// the library meanwhile, and what it adds may or may not be among them. The library is closed only thereafter.
     std::optional<QList<std::shared_ptr<SongItem>>> getAllSongItems();
 
     /// Copies the covers into the cover folder, renames them in `song` and changes its row. Length, import flag, date,
@@ -79,12 +80,13 @@ private:
     DataBaseManager() = default;
     ~DataBaseManager();
 
+    [[nodiscard]] std::unique_lock<std::mutex> holdOnThisThread();
     bool openConnection(const QString &path);
     sqlite3 *openedDataBase();
     std::optional<int> highestNumber(const char *sql, const char *failure);
     QString coverTarget(const SongItem &song, int32_t number, qsizetype index) const;
 
-    // Held while dataBase_ changes, and while another thread than the main one uses it.
+    // Held while dataBase_ or the folder changes, and while another thread than the main one uses them.
     std::mutex connection_;
     sqlite3 *dataBase_ = nullptr; // null until a library was opened
     int32_t lastSongID_ = 0;

@@ -5,10 +5,8 @@
 #include "store/Statement.h"
 #include "store/TimeAndSizeText.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QThread>
 
 namespace {
 
@@ -136,7 +134,8 @@ int32_t DataBaseManager::insertSongItem(SongItem &song) {
 }
 
 std::optional<QList<std::shared_ptr<SongItem>>> DataBaseManager::getAllSongItems() {
-    Statement row(openedDataBase(), "SELECT * FROM Song");
+    const auto guard = holdOnThisThread();
+    Statement row(dataBase_, "SELECT * FROM Song");
     if (!row) {
         logLine("getDownloadTask: sqlite3_prepare failed.");
         return std::nullopt;
@@ -233,9 +232,7 @@ bool DataBaseManager::isTheFileInDataBase(const QString &path) {
     // A path with a double quote was never found, and callers live with that.
     if (path.isNull() || path.contains('"'))
         return false;
-    if (QThread::currentThread() == QCoreApplication::instance()->thread())
-        openedDataBase();
-    const std::lock_guard guard(connection_);
+    const auto guard = holdOnThisThread();
     Statement statement(dataBase_, "SELECT 1 FROM Song Where FilePath = ? LIMIT 1");
     return statement && statement.bindText(covertStringTochar(path)).step() == SQLITE_ROW;
 }

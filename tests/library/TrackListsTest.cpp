@@ -129,9 +129,9 @@ TEST(TrackLists, KeepTheirOrderAndForgetWhatIsGone) {
     TrackLists lists;
     EXPECT_TRUE(lists.search(lists.allSongArray(), "x")->isEmpty());
     const SharedSongArray all = lists.allSongArray();
-    lists.setAllSongs({undated, older, newer});
     const SongPtr recorded = songWith("Track", "Unknown Artist", 5);
-    lists.insertNewRecording(recorded);
+    lists.insertNewRecording(recorded); // while the library is still being read, where it may be found as well
+    lists.setAllSongs({undated, older, songWith("Track", "Unknown Artist", 5), newer});
     EXPECT_EQ(*all, (SongArray{recorded, newer, older, undated})) << "the list that was handed out";
     EXPECT_EQ(*lists.newRecordArray(), SongArray{recorded});
     EXPECT_EQ(lists.getSongItemWithID(-1), newer);

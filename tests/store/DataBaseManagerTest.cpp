@@ -154,6 +154,24 @@ TEST_F(Library, CoversFollowTheirTrack) {
     EXPECT_EQ(manager_.getMaxSongID(), 6) << "the highest number is free again after a restart";
 }
 
+TEST_F(Library, IsReadOnAnotherThreadWhileTracksCome) {
+    SongItem song;
+    song.setSongPath("/before.mp3");
+    for (int i = 0; i < 500; ++i)
+        manager_.insertSongItem(song);
+    for (int round = 0; round < 5; ++round) {
+        qsizetype read = 0;
+        std::thread reader(
+            [&] { read = manager_.getAllSongItems().value_or(QList<std::shared_ptr<SongItem>>()).size(); });
+        for (int i = 0; i < 20; ++i)
+            EXPECT_GT(manager_.insertSongItem(song), 0);
+        if (round == 4)
+            manager_.closeDataBase(); // waits, or was first
+        reader.join();
+        EXPECT_TRUE(read >= 500 || (round == 4 && read == 0)) << read;
+    }
+}
+
 TEST_F(Library, FindsAPathUnlessItHoldsADoubleQuote) {
     SongItem song;
     for (const char *path : {"/a's %1 100%.mp3", "/say \"yes\".mp3"}) {
