@@ -192,13 +192,13 @@ void MainWindowCtr::loadLibrary() {
 }
 
 void MainWindowCtr::loadTracks() {
-    const auto isLoaded = [self = QPointer(this)](SongArray songs) {
-        if (self)
-            self->libraryCtr_->setAllSongs(std::move(songs));
-    };
-    loading_ = std::thread([isLoaded] {
-        SongArray songs = DataBaseManager::defaultManager().getAllSongItems().value_or(SongArray());
-        performOnMainThread([isLoaded, songs = std::move(songs)]() mutable { isLoaded(std::move(songs)); });
+    loading_ = std::thread([self = QPointer(this)] {
+        const auto loaded =
+            std::make_shared<TrackLists>(DataBaseManager::defaultManager().getAllSongItems().value_or(SongArray()));
+        performOnMainThread([self, loaded] {
+            if (self)
+                self->libraryCtr_->takeTracks(std::move(*loaded));
+        });
     });
 }
 

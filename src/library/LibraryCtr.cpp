@@ -63,8 +63,8 @@ LibraryCtr::LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views)
 
 LibraryCtr::~LibraryCtr() = default;
 
-void LibraryCtr::setAllSongs(SongArray songs) {
-    lists_.setAllSongs(std::move(songs));
+void LibraryCtr::takeTracks(TrackLists loaded) {
+    lists_.takeTracks(std::move(loaded));
     isLoaded_ = true;
     if (strCategory_ != newlyRecorded())
         showCategory(strCategory_);

@@ -59,8 +59,8 @@ public:
     LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views);
     ~LibraryCtr() override;
 
-    /// The tracks of the library file, as the program's start reads them.
-    void setAllSongs(SongArray songs);
+    /// The tracks of the library file, which the program's start reads on another thread.
+    void takeTracks(TrackLists loaded);
 
     const QString &category() const override { return strCategory_; }
     /// The first selected row's track, or null.

@@ -48,21 +48,30 @@ TrackLists::TrackLists() {
         untaggedKeys_ << SongItem::valueGetterForKey(key);
 }
 
-void TrackLists::setAllSongs(SongArray songs) {
-    index_.reset();
-    sortedBy_.clear();
-    untagged_.clear();
-    QSet<int32_t> listed;
-    for (const SongPtr &song : std::as_const(*marrNewRecord_)) {
-        listed.insert(song->songID());
-        noteUntagged(*song);
-    }
-    if (!listed.isEmpty())
-        songs.removeIf([&](const SongPtr &song) { return listed.contains(song->songID()); });
+TrackLists::TrackLists(SongArray songs) : TrackLists() {
     for (const SongPtr &song : std::as_const(songs)) // before the sort, in the order in which they lie in memory
         noteUntagged(*song);
     sortUsingDescriptors(songs, {{"addedDate", /*ascending=*/false, SortComparison::Compare}});
-    *marrAllSongs_ = *marrNewRecord_ + songs;
+    index_.emplace(songs);
+    *marrAllSongs_ = std::move(songs);
+}
+
+void TrackLists::takeTracks(TrackLists loaded) {
+    if (!marrNewRecord_->isEmpty()) {
+        QSet<int32_t> listed;
+        for (const SongPtr &song : std::as_const(*marrNewRecord_))
+            listed.insert(song->songID());
+        SongArray twice;
+        std::ranges::copy_if(std::as_const(*loaded.marrAllSongs_), std::back_inserter(twice),
+                             [&](const SongPtr &song) { return listed.contains(song->songID()); });
+        loaded.remove(twice);
+        for (qsizetype i = marrNewRecord_->size() - 1; i >= 0; --i)
+            loaded.insertNewRecording(marrNewRecord_->at(i));
+    }
+    *marrAllSongs_ = std::move(*loaded.marrAllSongs_);
+    sortedBy_.clear();
+    untagged_ = std::move(loaded.untagged_);
+    index_ = std::move(loaded.index_);
 }
 
 void TrackLists::insertNewRecording(const SongPtr &song) {

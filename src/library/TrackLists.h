@@ -1,6 +1,6 @@
 // The lists of the library page: every track, and those of this run.
 //
-// Threads: main.
+// Threads: main; one thread may make lists and hand them over to another.
 #pragma once
 
 #include "library/SearchIndex.h"
@@ -13,15 +13,17 @@
 class TrackLists {
 public:
     TrackLists();
+    /// Of the tracks of the library file: sorted by date, the newest first, and ready for a search.
+    explicit TrackLists(SongArray songs);
 
     /// Every track, newest first. Whoever shows it may sort it in place; tracks come and go only here.
     const SharedSongArray &allSongArray() const { return marrAllSongs_; }
     /// The tracks of this run, newest first: each stands in allSongArray() as well.
     const SharedSongArray &newRecordArray() const { return marrNewRecord_; }
 
-    /// The tracks of the library file, once they are read; sorts them by date, the newest first. Those of this run
-    /// stay in front.
-    void setAllSongs(SongArray songs);
+    /// Takes the tracks of `loaded`, which has none of this run, in place of its own. Those of this run stay in front;
+    /// where `loaded` has them as well, they are the same tracks.
+    void takeTracks(TrackLists loaded);
     void insertNewRecording(const SongPtr &song);
     /// Sorts all tracks in place, unless they stand in that order already. Whoever else sorts them does it by what the
     /// next call here asks for.
@@ -62,6 +64,6 @@ private:
     QList<SortDescriptor> sortedBy_;             // what sortAllSongs() did last; nothing after a change
     QSet<const SongItem *> untagged_;            // of allSongArray()
 
-    // Made by the first search, so that a start doesn't wait for it. Knows all of allSongArray().
+    // Knows all of allSongArray(); made by the first search where nothing was loaded.
     mutable std::optional<SearchIndex> index_;
 };

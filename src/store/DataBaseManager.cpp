@@ -130,7 +130,7 @@ bool DataBaseManager::openConnection(const QString &path) {
 /// For what any thread may do: opens the library on the main thread, which alone changes it, and on another one keeps
 /// it from being closed.
 std::unique_lock<std::mutex> DataBaseManager::holdOnThisThread() {
-    if (QThread::currentThread() != QCoreApplication::instance()->thread())
+    if (const auto *program = QCoreApplication::instance(); program && QThread::currentThread() != program->thread())
         return std::unique_lock(connection_);
     openedDataBase();
     return {};

@@ -69,7 +69,7 @@ protected:
             songs.append(song(title));
             songs.last()->setAddedDate(date = date.addSecs(-1));
         }
-        library->setAllSongs(songs);
+        library->takeTracks(TrackLists(songs));
     }
     void go(Row row) { library->categoryViewCtr().selectRow(row); }
     MyTableView &table() { return *library->listViewCtr().tableView(); }
@@ -213,7 +213,7 @@ TEST_F(LibraryCtrTest, DeletesWhatIsSelected) {
 }
 
 TEST_F(LibraryCtrTest, AsksOnceForAFileThatIsGone) {
-    library->setAllSongs({song("Gone", "Somebody", /*hasFile=*/false)});
+    library->takeTracks(TrackLists({song("Gone", "Somebody", /*hasFile=*/false)}));
     go(kAllMusic);
     meanwhile = [this] { library->playCtr().play(); };
     answer = 1;

@@ -38,7 +38,7 @@ protected:
             songs.last()->setSongPath(makeTone(name));
         }
         a = songs[0], b = songs[1], c = songs[2], d = songs[3];
-        library.setAllSongs(songs);
+        library.takeTracks(TrackLists(songs));
         go(2);
     }
     void TearDown() override { setPanelAnswerer({}); }

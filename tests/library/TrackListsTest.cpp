@@ -82,7 +82,7 @@ TEST(TrackLists, SearchAnswersAsThePredicateWhateverHappensToTheLibrary) {
     SongArray songs;
     for (int32_t i = 0; i < 2000; ++i)
         songs << made(i);
-    lists.setAllSongs(songs);
+    lists.takeTracks(TrackLists(songs));
     auto strangers = std::make_shared<SongArray>(SongArray{made(1), lists.allSongArray()->at(3), made(2)});
 
     for (int round = 0; round < 200; ++round) {
@@ -131,7 +131,7 @@ TEST(TrackLists, KeepTheirOrderAndForgetWhatIsGone) {
     const SharedSongArray all = lists.allSongArray();
     const SongPtr recorded = songWith("Track", "Unknown Artist", 5);
     lists.insertNewRecording(recorded); // while the library is still being read, where it may be found as well
-    lists.setAllSongs({undated, older, songWith("Track", "Unknown Artist", 5), newer});
+    lists.takeTracks(TrackLists({undated, older, songWith("Track", "Unknown Artist", 5), newer}));
     EXPECT_EQ(*all, (SongArray{recorded, newer, older, undated})) << "the list that was handed out";
     EXPECT_EQ(*lists.newRecordArray(), SongArray{recorded});
     EXPECT_EQ(lists.getSongItemWithID(-1), newer);
@@ -188,8 +188,7 @@ TEST(TrackLists, TakeAHostileLibraryAsItIs) {
     const SongArray songs = manager.getAllSongItems().value_or(SongArray());
     EXPECT_GE(songs.size(), rows);
 
-    TrackLists lists;
-    lists.setAllSongs(songs);
+    TrackLists lists(songs);
     for (const char *key : {"title", "length", "size", "addedDate", "playLength", "songSize", "dateString"}) {
         sortUsingDescriptors(*lists.allSongArray(), {{key, true, SortComparison::CaseInsensitiveCompare}});
         for (const QString &text : {u"b"_s, u"(("_s, QString(50'000, '('), QString(1, QChar(0)), u"%n"_s})
