@@ -51,7 +51,7 @@ public:
 
     /// Every track in the file's order, or nothing if the library can't be read. Covers whose file is gone are left
     /// out. The rows before a damaged place are given. Any thread while a library is open; the main thread may change
-    /// the library meanwhile, and what it adds may or may not be among them. The library is closed only thereafter.
+    /// the library meanwhile, without waiting, and what it adds may or may not be among them.
     std::optional<QList<std::shared_ptr<SongItem>>> getAllSongItems();
 
     /// Copies the covers into the cover folder, renames them in `song` and changes its row. Length, import flag, date,

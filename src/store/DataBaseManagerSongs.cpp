@@ -2,6 +2,7 @@
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "store/DateText.h"
+#include "store/LibraryFile.h"
 #include "store/Statement.h"
 #include "store/TimeAndSizeText.h"
 
@@ -53,6 +54,26 @@ public:
 private:
     QByteArray utf8_;
     QString text_;
+};
+
+/// A second connection to the library that `connection` has open. Who reads for long by it keeps nobody waiting, and as
+/// one thread alone uses it, it needs no locks.
+class Reader {
+public:
+    explicit Reader(sqlite3 *connection) {
+        if (!connection)
+            return;
+        sqlite3_open_v2(sqlite3_db_filename(connection, nullptr), &connection_,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+        sqlite3_busy_timeout(connection_, kLibraryBusyMilliseconds);
+    }
+    ~Reader() { sqlite3_close(connection_); }
+    Reader(const Reader &) = delete;
+    Reader &operator=(const Reader &) = delete;
+    sqlite3 *connection() const { return connection_; }
+
+private:
+    sqlite3 *connection_ = nullptr;
 };
 
 } // namespace
@@ -134,8 +155,11 @@ int32_t DataBaseManager::insertSongItem(SongItem &song) {
 }
 
 std::optional<QList<std::shared_ptr<SongItem>>> DataBaseManager::getAllSongItems() {
-    const auto guard = holdOnThisThread();
-    Statement row(dataBase_, "SELECT * FROM Song");
+    auto guard = holdOnThisThread();
+    const Reader reader(dataBase_);
+    const QString imagesDir = strDefaultImagesDir_;
+    guard = {};
+    Statement row(reader.connection(), "SELECT * FROM Song");
     if (!row) {
         logLine("getDownloadTask: sqlite3_prepare failed.");
         return std::nullopt;
@@ -164,7 +188,7 @@ std::optional<QList<std::shared_ptr<SongItem>>> DataBaseManager::getAllSongItems
         song->setBiteRate(row.integer(11));
         song->setSampleRate(row.integer(12));
         song->setEncodeKind(encodeKind.of(row.bytes(13)));
-        song->setCoverImages(existingCovers(row.bytes(14), strDefaultImagesDir_));
+        song->setCoverImages(existingCovers(row.bytes(14), imagesDir));
         const int32_t index = row.integer(15);
         const bool isNoneChosen = song->coverImages().isEmpty() || index >= song->coverImages().size();
         song->setCoverImageIndex(isNoneChosen ? -1 : index);
