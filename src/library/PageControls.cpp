@@ -1,6 +1,7 @@
 #include "library/PageControls.h"
 
 #include "platform/run/LocalizedString.h"
+#include "platform/run/Log.h"
 
 #include <QApplication>
 
@@ -18,6 +19,7 @@ QString PageControls::changePlayMenuItem(const QString &title) const {
 }
 
 bool PageControls::validateMenuItem(const QString &title) const {
+    logLine(title);
     if (QApplication::activeModalWidget())
         return false;
     const bool isImport = title == localizedString("Import Local Audio...");
