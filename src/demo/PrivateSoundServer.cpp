@@ -6,7 +6,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QThread>
+#include <algorithm>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -208,21 +210,36 @@ bool PrivateSoundServer::play(const QString &wavPath, const QString &sink) {
     return run({"paplay", "--device=" + sink, wavPath}, /*output=*/nullptr) == 0;
 }
 
+std::vector<float> PrivateSoundServer::listen(size_t frames) {
+    QByteArray bytes;
+    const size_t size = frames * sizeof(float);
+    run({"parec", "--raw", "--format=float32le", "--rate=44100", "--channels=1", "--latency-msec=20",
+         QStringLiteral("--device=%1.monitor").arg(kSink)},
+        &bytes, static_cast<qsizetype>(size));
+    std::vector<float> samples(std::min(frames, static_cast<size_t>(bytes.size()) / sizeof(float)));
+    std::memcpy(samples.data(), bytes.constData(), samples.size() * sizeof(float));
+    return samples;
+}
+
 QByteArray PrivateSoundServer::control(const QStringList &arguments) {
     QByteArray output("");
     return run(QStringList("pactl") + arguments, &output) == 0 ? output : QByteArray();
 }
 
-int PrivateSoundServer::run(const QStringList &command, QByteArray *output) {
+// A command that has written enough is ended.
+int PrivateSoundServer::run(const QStringList &command, QByteArray *output, qsizetype enoughBytes) {
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) != 0)
         return -1;
     const pid_t process = spawn(command, ends[1]);
     close(ends[1]);
     char buffer[4096];
-    for (ssize_t got = 0; (got = read(ends[0], buffer, sizeof buffer)) > 0;)
+    for (ssize_t got = 0; (got = read(ends[0], buffer, sizeof buffer)) > 0;) {
         if (output)
             output->append(buffer, got);
+        if (output && enoughBytes >= 0 && output->size() >= enoughBytes)
+            ::kill(process, SIGKILL);
+    }
     close(ends[0]);
     int status = -1;
     waitpid(process, &status, 0);

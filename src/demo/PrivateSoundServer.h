@@ -41,6 +41,9 @@ public:
 
     /// Plays a WAV file into `sink` and waits for its end. Exact, where the file has the sink's rate and 16 bits.
     [[nodiscard]] bool play(const QString &wavPath, const QString &sink = kSink);
+    /// What the default output plays from now on: so many frames at 44100 Hz, both channels as one. Fewer when the
+    /// server ends.
+    std::vector<float> listen(size_t frames);
     /// pactl with `arguments`: what it wrote; null when it failed.
     QByteArray control(const QStringList &arguments);
 
@@ -53,7 +56,7 @@ private:
     void launch(const QStringList &command);
     bool isAlive();
     void signalAll(int signal);
-    int run(const QStringList &command, QByteArray *output);
+    int run(const QStringList &command, QByteArray *output, qsizetype enoughBytes = -1);
 
     const Kind kind_;
     const QString folder_;

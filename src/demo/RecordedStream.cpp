@@ -1,16 +1,14 @@
 #include "demo/RecordedStream.h"
 
-#include "capture/CaptureDevice.h"
 #include "capture/SilenceWatch.h"
 #include "demo/DecodedAudio.h"
-#include "demo/PrivateDesktop.h"
+#include "demo/PrivateMachine.h"
 #include "demo/RunningProgram.h"
 #include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
 
 #include <QDir>
 #include <QJsonObject>
-#include <QTemporaryDir>
 #include <QThread>
 #include <algorithm>
 #include <cmath>
@@ -24,19 +22,19 @@ void prepareHome(const RecordingPlan &plan) {
     defaults.synchronize();
 }
 
-QString recordOn(const RecordingPlan &plan, PrivateSoundServer &server, PrivateDesktop &desktop) {
+QString recordOn(const RecordingPlan &plan, PrivateMachine &machine) {
     RunningProgram program(plan.program, plan.outFolder + "/corvidia.log");
     if (!program.isReady())
         return "the program did not come up, see corvidia.log";
     if (!program.startRecording())
         return "no sound arrived from the capture device, see corvidia.log";
-    if (!server.play(plan.wavPath))
-        return "the file could not be played: " + server.errorText();
+    if (!machine.sound().play(plan.wavPath))
+        return "the file could not be played: " + machine.sound().errorText();
     QThread::sleep(2);
     if (!program.activateAction("stop"))
         return "the program does not answer";
     QThread::msleep(500); // for the picture only: the last track's card comes up
-    if (!desktop.screenshot(plan.outFolder + "/screenshot.png"))
+    if (!machine.desktop().screenshot(plan.outFolder + "/screenshot.png"))
         return "no picture could be taken";
     if (!program.activateAction("quit") || !program.endsWell())
         return "the program did not end as it should";
@@ -90,21 +88,14 @@ QString recordStream(const RecordingPlan &plan) {
     const QDir out(plan.outFolder);
     if (QString error = makeRoom(out); !error.isNull())
         return error;
-    // Sockets need short paths; nothing that stays is in here.
-    const QTemporaryDir machine("/tmp/corvidia-XXXXXX");
     qputenv("HOME", out.absoluteFilePath("home").toUtf8());
-    PrivateSoundServer server(plan.server, machine.filePath("sound"));
-    PrivateDesktop desktop(machine.path());
-    if (!server.start())
-        return "the sound server did not come up: " + server.errorText();
-    if (!desktop.start())
-        return desktop.errorText();
+    PrivateMachine machine(plan.server);
+    if (QString error = machine.start(); !error.isNull())
+        return error;
     prepareHome(plan);
-    if (!installAudioDevice(kCaptureDriverName))
-        return "the capture device could not be installed";
     RecordingPlan absolute = plan;
     absolute.outFolder = out.absolutePath();
-    return recordOn(absolute, server, desktop);
+    return recordOn(absolute, machine);
 }
 
 QJsonArray tracksOfLibrary(const QString &outFolder) {

@@ -54,8 +54,11 @@ bool RunningProgram::activateAction(const QString &name) {
 
 bool RunningProgram::startRecording() {
     // The unit that feeds the display must be up first: it is taken down for the recording, and starts anew.
-    return waitUntil([this] { return count(kFirstSlice) >= 1; }) && activateAction("record") &&
-           waitUntil([this] { return count(kFirstSlice) >= 2; });
+    return hearsSound(1) && activateAction("record") && hearsSound(2);
+}
+
+bool RunningProgram::hearsSound(int times) const {
+    return waitUntil([&] { return count(kFirstSlice) >= times; });
 }
 
 qsizetype RunningProgram::count(const QByteArray &line) const {

@@ -22,6 +22,8 @@ public:
     /// The program answers on the bus. False after twenty seconds, as with everything that waits here.
     bool isReady();
     bool activateAction(const QString &name);
+    /// The capture device has begun to deliver so many times.
+    bool hearsSound(int times) const;
     /// Starts a recording and waits until it hears sound, be it silent. To be called once, as the first thing.
     bool startRecording();
     /// How often `line` stands in the log.

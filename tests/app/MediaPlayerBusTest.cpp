@@ -2,12 +2,12 @@
 
 #include "demo/PrivateDesktop.h"
 #include "demo/RunningProgram.h"
+#include "support/OtherProgram.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <limits>
@@ -60,10 +60,7 @@ protected:
     }
     /// What playerctl, the client that users have, answers.
     static std::string playerctl(const QStringList &arguments) {
-        QProcess process;
-        process.start("playerctl", QStringList{"-p", "Corvidia"} + arguments);
-        EXPECT_TRUE(waitUntil([&] { return process.state() == QProcess::NotRunning; }));
-        return (process.readAllStandardOutput() + process.readAllStandardError()).trimmed().toStdString();
+        return outputOf("playerctl", QStringList{"-p", "Corvidia"} + arguments);
     }
     /// Asks as programs of less care do; what the program did.
     QStringList ask(const char *member, const QVariantList &arguments) {
