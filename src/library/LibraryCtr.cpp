@@ -37,12 +37,13 @@ LibraryCtr::LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views)
     listViewCtr_->setSongArray(lists_.newRecordArray());
     listViewCtr_->setIsCanSorted(false);
     listViewCtr_->setSortArray(sortArray_);
+    // Tab goes from the left to the right.
+    categoryViewCtr_ = std::make_unique<CategoryViewCtr>(*this);
+    views_.page.setCategoryView(categoryViewCtr_->view());
     views_.page.setDisplayView(listViewCtr_->view());
     playCtr_ = std::make_unique<PlayCtr>(*this, *listViewCtr_, views_.playBtn, views_.playMusicView);
     searchCtr_ = std::make_unique<SearchCtr>(*this, lists_, *listViewCtr_, views_.searchFeild, views_.buttons);
     pageControls_ = std::make_unique<PageControls>(*this, lists_);
-    categoryViewCtr_ = std::make_unique<CategoryViewCtr>(*this);
-    views_.page.setCategoryView(categoryViewCtr_->view());
     connect(views_.buttons.showInFinderBtn, &QAbstractButton::clicked, listViewCtr_.get(), &ListViewCtr::showInFinder);
     updateEmptyText();
 

@@ -44,8 +44,8 @@ QStringList localFiles(const QMimeData &data) {
 ListViewCtr::ListViewCtr(ListViewCtrDelegate &delegate)
     : delegate_(delegate),
       view_(new QWidget),
-      tableView_(new MyTableView(view_)),
       imageFlowView_(new IKImageFlowView(view_)),
+      tableView_(new MyTableView(view_)),
       menu_(new QMenu(tableView_)) {
     auto *layout = new QVBoxLayout(view_);
     layout->setContentsMargins({});

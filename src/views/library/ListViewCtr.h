@@ -152,8 +152,8 @@ private:
 
     ListViewCtrDelegate &delegate_;
     QPointer<QWidget> view_; // whoever shows it may delete it first
+    IKImageFlowView *imageFlowView_; // made before the table, so that Tab comes to it first
     MyTableView *tableView_;
-    IKImageFlowView *imageFlowView_;
     SharedSongArray marrSongs_ = std::make_shared<SongArray>();
     bool isCanDrop_ = true;
     bool isCanSorted_ = false;
