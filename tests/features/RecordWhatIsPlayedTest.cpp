@@ -1,13 +1,13 @@
 // What a listener is promised, with the real program on a real sound server.
 #include "demo/RecordedStream.h"
 #include "support/MadeAudio.h"
+#include "support/OtherProgram.h"
 #include "tags/access/GracenoteHelper.h"
 #include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -54,13 +54,10 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
         EXPECT_EQ(GracenoteHelper::hasGracenoteInfo(path), type == ExportType::M4A);
     }
     // Other programs read the library too.
-    QProcess shell;
-    shell.start("sqlite3", {plan.outFolder + "/home/.local/share/Tessarine Corvidia/Library.db",
-                            "SELECT SongID, Title, EncodeKind, SampleRate FROM Song"});
-    ASSERT_TRUE(shell.waitForFinished());
-    const QByteArray kind = type == ExportType::MP3 ? "MP3 audio" : "M4A audio";
-    EXPECT_EQ(shell.readAllStandardOutput(),
-              "1|Track1|" + kind + "|44100\n2|Track2|" + kind + "|44100\n3|Track3|" + kind + "|44100\n");
+    const std::string kind = type == ExportType::MP3 ? "MP3 audio" : "M4A audio";
+    EXPECT_EQ(outputOf("sqlite3", {plan.outFolder + "/home/.local/share/Tessarine Corvidia/Library.db",
+                                   "SELECT SongID, Title, EncodeKind, SampleRate FROM Song"}),
+              "1|Track1|" + kind + "|44100\n2|Track2|" + kind + "|44100\n3|Track3|" + kind + "|44100");
 }
 
 INSTANTIATE_TEST_SUITE_P(Servers, RecordWhatIsPlayed,
