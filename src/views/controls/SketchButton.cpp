@@ -4,11 +4,65 @@
 #include "views/controls/Look.h"
 #include "views/controls/Sketch.h"
 
+#include <QAccessibleWidget>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QPainter>
+
+namespace {
+
+/// Qt's own would turn a tab's check mark where it has to be pressed, and knows no menu behind a drawing.
+class SketchButtonAccessible : public QAccessibleWidget {
+public:
+    explicit SketchButtonAccessible(SketchButton *button) : QAccessibleWidget(button) {}
+
+    // Asked for before the button is all that it will be.
+    QAccessible::Role role() const override {
+        return button().menu()          ? QAccessible::ButtonMenu
+               : button().isCheckable() ? QAccessible::PageTab
+                                        : QAccessible::Button;
+    }
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.selectable = role() == QAccessible::PageTab;
+        state.selected = button().isChecked();
+        state.pressed = button().isDown();
+        return state;
+    }
+    int childCount() const override { return button().menu() ? 1 : 0; }
+    QAccessibleInterface *child(int index) const override {
+        return index == 0 ? QAccessible::queryAccessibleInterface(button().menu()) : nullptr;
+    }
+    int indexOfChild(const QAccessibleInterface *child) const override {
+        return child && button().menu() && child->object() == button().menu() ? 0 : -1;
+    }
+    QStringList actionNames() const override {
+        return (button().isEnabled() ? QStringList(pressAction()) : QStringList()) + QAccessibleWidget::actionNames();
+    }
+    void doAction(const QString &actionName) override {
+        if (actionName == pressAction())
+            button().animateClick(); // and answers before whatever the press leads to
+        else
+            QAccessibleWidget::doAction(actionName);
+    }
+
+private:
+    SketchButton &button() const { return *static_cast<SketchButton *>(widget()); }
+};
+
+QAccessibleInterface *makeAccessible(const QString &, QObject *object) {
+    auto *button = qobject_cast<SketchButton *>(object);
+    return button ? new SketchButtonAccessible(button) : nullptr;
+}
+
+} // namespace
 
 SketchButton::SketchButton(const SketchImages &images, const QSize &imageSize, const QString &title, QWidget *parent)
     : QAbstractButton(parent), imageSize_(imageSize) {
+    [[maybe_unused]] static const bool isInstalled = [] {
+        QAccessible::installFactory(makeAccessible);
+        return true;
+    }();
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setImages(images, title);

@@ -7,6 +7,8 @@
 
 #include <QAbstractButton>
 
+class QMenu;
+
 /// The names of a button's drawings. One that is missing is shown as `rest`; where `rest` is a bare sign, a frame of
 /// the button's own then tells the state.
 struct SketchImages {
@@ -16,8 +18,8 @@ struct SketchImages {
     QString disabled;
 };
 
-/// Space and Enter press it. The keyboard's focus shows as a teal line around the drawing, so the widget is
-/// kFocusMargin larger than the drawing on each side.
+/// Space and Enter press it. A checkable one is a tab to a screen reader. The keyboard's focus shows as a teal line
+/// around the drawing, so the widget is kFocusMargin larger than the drawing on each side.
 class SketchButton : public QAbstractButton {
     Q_OBJECT
 public:
@@ -28,6 +30,10 @@ public:
 
     /// Other drawings and another name, for a button that does something else now.
     void setImages(const SketchImages &images, const QString &title);
+
+    /// What a press opens, for a screen reader to find behind the button. Outlives it.
+    void setMenu(QMenu *menu) { menu_ = menu; }
+    QMenu *menu() const { return menu_; }
 
     /// For a drawing with corners: those of the focus line.
     void setFrameRadius(qreal radius) { frameRadius_ = radius; }
@@ -51,6 +57,7 @@ private:
 
     SketchImages images_;
     QSize imageSize_;
+    QMenu *menu_ = nullptr;
     qreal frameRadius_ = -1; // of the focus line; below 0 it is drawn as an oval
     KeyboardFocus keyboardFocus_;
 };

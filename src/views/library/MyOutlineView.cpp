@@ -78,6 +78,9 @@ public:
             return QString(shown.category + QStringLiteral(", ") + QLocale().toString(shown.itemCount));
         return role == Qt::DisplayRole || role == Qt::AccessibleTextRole ? shown.category : QVariant();
     }
+    QVariant headerData(int, Qt::Orientation, int role) const override {
+        return role == Qt::DisplayRole || role == Qt::AccessibleTextRole ? localizedString("Categories") : QVariant();
+    }
 
     int rowOf(const QModelIndex &wanted) const {
         int row = 0;
@@ -209,6 +212,8 @@ MyOutlineView::MyOutlineView(const OutlineItem &root, const CategoryViewCtrDeleg
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setSelectionMode(QAbstractItemView::SingleSelection);
+    // By rows Qt takes a row's number below its header for one below the root when a screen reader selects.
+    setSelectionBehavior(QAbstractItemView::SelectItems);
     setTabKeyNavigation(false);
     setAccessibleName(localizedString("Categories"));
     viewport()->setBackgroundRole(QPalette::Midlight);
@@ -267,6 +272,16 @@ QItemSelectionModel::SelectionFlags MyOutlineView::selectionCommand(const QModel
     const bool isRelease = event && event->type() == QEvent::MouseButtonRelease;
     return isRelease || !(index.flags() & Qt::ItemIsSelectable) ? QItemSelectionModel::NoUpdate
                                                                 : QItemSelectionModel::ClearAndSelect;
+}
+
+// A screen reader selects without moving the current row, and can take a selection away.
+void MyOutlineView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected) {
+    QTreeView::selectionChanged(selected, deselected);
+    const QModelIndexList chosen = selected.indexes();
+    if (!chosen.isEmpty())
+        setCurrentIndex(chosen.first());
+    else if (!selectionModel()->isSelected(currentIndex()))
+        selectionModel()->select(currentIndex(), QItemSelectionModel::Select);
 }
 
 void MyOutlineView::paintEvent(QPaintEvent *event) {

@@ -17,6 +17,7 @@
 #include "views/window/StatusLine.h"
 #include "views/window/TabButton.h"
 
+#include <QAccessibleWidget>
 #include <QCloseEvent>
 #include <QIcon>
 #include <QMenu>
@@ -87,6 +88,12 @@ SketchImages tabImages(const QString &name, bool isSelected) {
             .disabled = {}};
 }
 
+/// A screen reader looks for windows by their role, which a plain widget does not have.
+QAccessibleInterface *makeAccessible(const QString &, QObject *object) {
+    auto *window = qobject_cast<MainWindowView *>(object);
+    return window ? new QAccessibleWidget(window, QAccessible::Window) : nullptr;
+}
+
 /// The straight stroke between two words of the lower bar.
 class Separator : public QWidget {
 public:
@@ -140,7 +147,11 @@ MainWindowView::MainWindowView()
       secondSepImag_(new Separator(this)),
       addToItunesBtn_(new TextButton(localizedString("Hand over"), this)),
       editBtn_(new TextButton(localizedString("Info"), this)),
-      menu_(new QMenu(this)) {
+      menu_(new QMenu(menuBtn_)) {
+    [[maybe_unused]] static const bool isInstalled = [] {
+        QAccessible::installFactory(makeAccessible);
+        return true;
+    }();
     setWindowTitle(QStringLiteral("Tessarine Corvidia"));
     setWindowIcon(programIcon());
     setMinimumSize(RecordingPage::kSize + QSize(0, kToolbarHeight + StatusLine::kHeight));
@@ -151,6 +162,7 @@ MainWindowView::MainWindowView()
     Look::shared().dress(*this);
     Look::shared().dress(*menu_); // a menu is a window of its own
     menu_->setFont(lookFont(kListPixels));
+    menuBtn_->setMenu(menu_);
     connect(menuBtn_, &SketchButton::clicked, this, &MainWindowView::showMenu);
     connect(new QShortcut(Qt::Key_F10, this), &QShortcut::activated, this, &MainWindowView::showMenu);
     setTabOrders();
