@@ -56,7 +56,6 @@ ListViewCtr::ListViewCtr(ListViewCtrDelegate &delegate)
     imageFlowView_->setDataSource(this);
     imageFlowView_->setDelegate(this);
     tableView_->setDelegate(this);
-    view_->setFocusProxy(tableView_);
     view_->installEventFilter(this);
     timer_.setInterval(kFrameInterval);
     connect(&timer_, &QTimer::timeout, this, &ListViewCtr::changeImage);
