@@ -151,7 +151,7 @@ private:
     void closeMenuWindows();
 
     ListViewCtrDelegate &delegate_;
-    QPointer<QWidget> view_; // whoever shows it may delete it first
+    QPointer<QWidget> view_;         // whoever shows it may delete it first
     IKImageFlowView *imageFlowView_; // made before the table, so that Tab comes to it first
     MyTableView *tableView_;
     SharedSongArray marrSongs_ = std::make_shared<SongArray>();
