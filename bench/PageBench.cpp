@@ -5,7 +5,8 @@
 //
 // Bounds: scrolling below 33 ms a turn; gliding along the covers of 10,000 tracks below 16.7. Exits with 1 when one is
 // missed.
-#include "PrivateMachine.h"
+#include "ResidentMemory.h"
+#include "demo/PrivateMachine.h"
 #include "library/LibraryCtr.h"
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
@@ -196,6 +197,7 @@ int main(int argc, char **argv) {
         // The display has to stand before the application that draws on it.
         const QCoreApplication launcher(argc, argv);
         PrivateMachine machine(PrivateSoundServer::Kind::PulseAudio);
+        qputenv("HOME", machine.filePath("home").toUtf8());
         if (const QString error = machine.start(); !error.isNull()) {
             std::fprintf(stderr, "page_bench: %s\n", qPrintable(error));
             return 2;

@@ -7,8 +7,8 @@
 // most 80 MiB idle and 110 recording; below 1 % of a core idle, the capture stream aside. Exits with 1 when one is
 // missed. Everything runs on a private machine. Load from elsewhere makes all of them dearer, so only figures of one
 // run are to be compared; the recorders take turns, so that a change of the load meets both.
-#include "PrivateMachine.h"
-
+#include "ResidentMemory.h"
+#include "demo/PrivateMachine.h"
 #include "demo/RunningProgram.h"
 #include "demo/SongStream.h"
 #include "platform/run/UserDefaults.h"
@@ -132,7 +132,7 @@ private:
 
     Cost spentSoFar(qint64 recorder) {
         Cost cost{cpuSeconds(recorder), 0, cpuSecondsByThread(recorder)};
-        for (const pid_t process : machine_.server().processes())
+        for (const pid_t process : machine_.sound().processes())
             cost.server += cpuSeconds(process);
         return cost;
     }
@@ -197,7 +197,7 @@ private:
 
     QString recordWithFfmpeg(const QString &encoder, const QString &ending, Cost &cost) {
         // The capture device stands aside, so that it does not cost here.
-        machine_.server().control({"unload-module", "module-remap-source"});
+        machine_.sound().control({"unload-module", "module-remap-source"});
         QProcess ffmpeg;
         endWithParent(ffmpeg);
         ffmpeg.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -244,6 +244,7 @@ int main(int argc, char **argv) {
 
     PrivateMachine machine(server == "pipewire" ? PrivateSoundServer::Kind::PipeWire
                                                 : PrivateSoundServer::Kind::PulseAudio);
+    qputenv("HOME", machine.filePath("home").toUtf8());
     QString error = machine.start();
     Measurement measurement(machine, seconds, rounds);
     if (error.isNull())

@@ -7,7 +7,8 @@
 // Bounds: drawn after at most 150 ms and in 80 MiB, with more than 10,000 tracks in the library after 350 ms. Exits
 // with 1 when one is missed.
 #include "MadeLibrary.h"
-#include "PrivateMachine.h"
+#include "ResidentMemory.h"
+#include "demo/PrivateMachine.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -149,6 +150,7 @@ int main(int argc, char **argv) {
     const QCoreApplication application(argc, argv);
     const int tracks = argc > 1 ? std::max(std::atoi(argv[1]), 0) : 0;
     PrivateMachine machine(PrivateSoundServer::Kind::PulseAudio);
+    qputenv("HOME", machine.filePath("home").toUtf8());
     QString error = machine.start();
     if (error.isNull()) {
         if (tracks > 0)

@@ -16,6 +16,8 @@ public:
     /// Brings everything up and installs the capture device. The answer is what went wrong, null when nothing did.
     QString start();
 
+    /// For what need not stay.
+    QString filePath(const QString &name) const { return folder_.filePath(name); }
     PrivateSoundServer &sound() { return sound_; }
     PrivateDesktop &desktop() { return desktop_; }
 
