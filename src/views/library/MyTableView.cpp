@@ -14,6 +14,7 @@
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <algorithm>
+#include <numeric>
 
 namespace {
 
@@ -132,11 +133,11 @@ void MyTableView::selectRowIndexes(const QList<int> &rows) {
     if (std::ranges::equal(wanted, selectedRowIndexes()))
         return;
     {
-        // Qt compares the old ranges with the new ones pair by pair, which stands still where a sort has scattered
-        // many rows; an empty selection has none to compare with.
+        // Qt compares ranges pair by pair, which stands still where a sort has scattered many rows: the old ones with
+        // the new ones, unless there are none, and the new ones with each other, if it is to widen them to rows.
         const QScopedValueRollback holding(isSelectionHeld_, true);
         selectionModel()->clearSelection();
-        selectionModel()->select(selectionOfRows(wanted), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        selectionModel()->select(selectionOfRows(wanted), QItemSelectionModel::Select);
     }
     if (delegate_)
         delegate_->tableViewSelectionDidChange();
@@ -152,6 +153,12 @@ QItemSelection MyTableView::selectionOfRows(const QList<int> &rows) const {
         selection.append(QItemSelectionRange(model_->index(first, 0), model_->index(last, kIdentifyColumn)));
     }
     return selection;
+}
+
+void MyTableView::selectAll() {
+    QList<int> rows(numberOfRows());
+    std::iota(rows.begin(), rows.end(), 0);
+    selectRowIndexes(rows);
 }
 
 void MyTableView::deselectAll() { selectionModel()->clearSelection(); }

@@ -75,6 +75,7 @@ public:
     int clickedRow() const { return clickedRow_; }
     /// Replaces the selection. Rows that do not exist are left out.
     void selectRowIndexes(const QList<int> &rows);
+    void selectAll() override;
     void deselectAll();
     void scrollRowToVisible(int row);
     /// The columns' sort; an empty list takes the mark from the header.
