@@ -146,6 +146,7 @@ void ListViewCtr::sortDescriptorsDidChange() {
     tableView_->selectRowIndexes(rows);
     if (tableView_->selectedRow() >= 0)
         tableView_->scrollRowToVisible(tableView_->selectedRow());
+    isNeedChangeTableViewSelected_ = true; // where the first selected row stayed, the flow had nothing to echo
 }
 
 // Table and cover flow stay together

@@ -250,6 +250,12 @@ TEST_F(ListView, SortsByTheHeaderAndKeepsTheSelectedTracks) {
     EXPECT_TRUE(table.headerView()->isTimeColumnSorted());
     EXPECT_EQ(titles(), (QStringList{"low", "Quay", "Sundial"}));
 
+    table.selectRowIndexes({1});
+    clickHeader(kTimeColumn); // "Quay" stays in the middle, and so does the cover flow
+    list.setImageFlowSelectedIndex(2);
+    EXPECT_EQ(table.selectedRowIndexes(), QList<int>{2});
+    clickHeader(kTimeColumn);
+
     add("a");
     list.reloadAndSort();
     EXPECT_EQ(titles().first(), "a");
