@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QWindow>
 
 namespace {
 
@@ -15,6 +16,17 @@ bool isModifier(int key) {
     return key == Qt::Key_Shift || key == Qt::Key_Control || key == Qt::Key_Alt || key == Qt::Key_Meta ||
            key == Qt::Key_AltGr;
 }
+
+/// A press as another window hears it. A copy, and not sent by sendEvent(), since only what counts as the user's own
+/// press gives a widget the keyboard.
+class PassedPress : public QMouseEvent {
+public:
+    PassedPress(const QMouseEvent &press, const QWindow &window) : QMouseEvent(press) {
+        m_points = QMouseEvent(type(), window.mapFromGlobal(press.globalPosition()), press.globalPosition(), button(),
+                               buttons(), modifiers(), pointingDevice())
+                       .points();
+    }
+};
 
 } // namespace
 
@@ -68,12 +80,19 @@ bool CustomWindow::eventFilter(QObject *watched, QEvent *event) {
     if (event->type() == QEvent::KeyPress && watched->isWidgetType() &&
         !qobject_cast<CustomWindow *>(static_cast<QWidget *>(watched)->window()))
         endFakeMenu();
-    if (event->type() == QEvent::MouseButtonPress) {
-        const auto *press = static_cast<const QMouseEvent *>(event);
-        if (!geometry().contains(press->globalPosition().toPoint()))
-            endFakeMenu();
-    }
-    return false;
+    if (event->type() != QEvent::MouseButtonPress && event->type() != QEvent::MouseButtonDblClick)
+        return false;
+    const auto &press = *static_cast<const QMouseEvent *>(event);
+    if (geometry().contains(press.globalPosition().toPoint()))
+        return false;
+    endFakeMenu();
+    QWindow *window = QGuiApplication::topLevelAt(press.globalPosition().toPoint());
+    if (watched != windowHandle() || !window)
+        return false;
+    // The popup held the mouse, so that the window under the pointer heard nothing. It hears it before the release.
+    PassedPress passed(press, *window);
+    qApp->notify(window, &passed);
+    return true;
 }
 
 void CustomWindow::paintFrame(QPainter &painter, qreal devicePixelRatio) const {

@@ -162,7 +162,7 @@ void MyMenuViewController::mouseMoveEvent(QMouseEvent *event) {
 
 void MyMenuViewController::mousePressEvent(QMouseEvent *event) {
     const QModelIndex row = indexAt(event->position().toPoint());
-    if (row.isValid())
+    if (row.isValid() && event->button() == Qt::LeftButton)
         chooseItem(indexAtRow(row.row()));
 }
 

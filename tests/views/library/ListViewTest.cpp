@@ -21,6 +21,7 @@
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QUrl>
+#include <QWindow>
 #include <gtest/gtest.h>
 
 namespace {
@@ -450,6 +451,28 @@ TEST_F(ListView, PopupMenuIsDrivenByKeysAndByMouse) {
     press(first->viewCtr(), Qt::Key_Delete); // means nothing here, closes and goes on to the table
     EXPECT_FALSE(first->isOpen());
     first->endFakeMenu();
+}
+
+TEST_F(ListView, PopupMenuLeavesClicksBesideItToWhatLiesThere) {
+    const auto clickOn = [](QWidget &widget, QObject &receiver, const QPointF &point, Qt::MouseButton button) {
+        QMouseEvent event(QEvent::MouseButtonPress, point, widget.mapToGlobal(point), button, button, Qt::NoModifier);
+        QApplication::sendEvent(&receiver, &event);
+    };
+    for (const char *title : {"A", "B", "C", "D", "E", "F"})
+        add(title);
+    show();
+    table.selectRowIndexes({0});
+    press(Qt::Key_Down, Qt::AltModifier);
+    CustomWindow *window = openWindow(1);
+    ASSERT_NE(window, nullptr);
+    QWidget &rows = *window->viewCtr()->viewport();
+    for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton})
+        clickOn(rows, rows, QPointF(rows.width() / 2.0, rows.height() - 5), button);
+    EXPECT_EQ(heardNames(), QStringList{});
+    EXPECT_TRUE(window->isOpen());
+    clickOn(*table.viewport(), *window->windowHandle(), middle(5, kTitleColumn), Qt::LeftButton);
+    EXPECT_FALSE(window->isOpen());
+    EXPECT_EQ(table.selectedRowIndexes(), QList<int>{5});
 }
 
 TEST_F(ListView, SecondLevelShowsFiveRowsAndScrolls) {
