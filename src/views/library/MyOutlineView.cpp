@@ -249,7 +249,7 @@ void MyOutlineView::lookAgain() {
 }
 
 void MyOutlineView::keyPressEvent(QKeyEvent *event) {
-    if (event->key() == Qt::Key_Space)
+    if (event->key() == Qt::Key_Space && !event->isAutoRepeat())
         NotificationCenter::defaultCenter().postNotification(QStringLiteral("SpaceDownNotification"));
     QTreeView::keyPressEvent(event);
 }

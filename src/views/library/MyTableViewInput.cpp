@@ -140,7 +140,8 @@ void MyTableView::keyPressEvent(QKeyEvent *event) {
     updateRow(row);
     switch (event->key()) {
     case Qt::Key_Space:
-        NotificationCenter::defaultCenter().postNotification(QStringLiteral("SpaceDownNotification"));
+        if (!event->isAutoRepeat())
+            NotificationCenter::defaultCenter().postNotification(QStringLiteral("SpaceDownNotification"));
         return;
     case Qt::Key_Return:
     case Qt::Key_Enter:

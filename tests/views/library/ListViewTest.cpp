@@ -522,6 +522,8 @@ TEST_F(ListView, KeysMoveAndPlay) {
     press(Qt::Key_B, {}, "b");
     press(Qt::Key_E, {}, "e");
     press(Qt::Key_Space, {}, " ");
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier, " ", /*autorep=*/true);
+    QApplication::sendEvent(&table, &held);
     EXPECT_EQ(table.selectedRowIndexes(), QList<int>{3});
     press(Qt::Key_Return);
     EXPECT_EQ(heardNames(), (QStringList{"SpaceDownNotification", "DoubleClickNotification"}));
