@@ -305,6 +305,7 @@ bool ListViewCtr::isSongItemExist(const SongPtr &song, bool isWarning) {
                 {{QStringLiteral("SongArray"), QVariant::fromValue(SongArray{kept})}});
     }
     kept->setStatus(static_cast<int>(SongStatus::Missing));
+    tableView_->updateColumn(kStatusColumn);
     return false;
 }
 

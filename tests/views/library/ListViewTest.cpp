@@ -62,6 +62,15 @@ struct FakeLibrary final : ListViewCtrDelegate {
     bool canImport() const override { return imports; }
 };
 
+struct Paintings final : QObject {
+    explicit Paintings(QObject &watched) { watched.installEventFilter(this); }
+    bool eventFilter(QObject *, QEvent *event) override {
+        count += event->type() == QEvent::Paint;
+        return false;
+    }
+    int count = 0;
+};
+
 class ListView : public testing::Test {
 protected:
     ListView() {
@@ -320,7 +329,12 @@ TEST_F(ListView, TellsOfAMissingFileAndLetsTheUserRemoveIt) {
     EXPECT_TRUE(panels.first().startsWith("The song \"Wren 100%@\" could not be used"));
     EXPECT_EQ(heardNames(), QStringList{});
     EXPECT_EQ(song->status(), 1);
+    song->setStatus(0);
+    QApplication::processEvents();
+    Paintings paintings(*table.viewport());
     EXPECT_FALSE(list.isSongItemExist(song, /*isWarning=*/false));
+    QApplication::processEvents();
+    EXPECT_GT(paintings.count, 0);
     EXPECT_EQ(panels.size(), 1);
     answer = 0;
     EXPECT_FALSE(list.isSongItemExist(song, /*isWarning=*/true));
