@@ -137,6 +137,7 @@ private:
     bool isCanSorted_ = false;
     bool isSendAction_ = false; // the next double action may go out
     int clickedRow_ = -1;
+    int pressedRow_ = -1; // of the last press; a double click is two on one row
     int hoveredRow_ = -1;
     int hoveredButtonRow_ = -1;
     int pressedButtonRow_ = -1;

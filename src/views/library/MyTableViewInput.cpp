@@ -81,6 +81,7 @@ void MyTableView::mousePressEvent(QMouseEvent *event) {
     const QPoint point = event->position().toPoint();
     const QScopedValueRollback clicked(clickedRow_, rowAt(point.y()));
     isKeyboardUsed_ = false;
+    pressedRow_ = clickedRow_;
     updateRow(currentIndex().row());
     if (event->button() == Qt::RightButton) // the menu decides what becomes selected
         return;
@@ -113,7 +114,8 @@ void MyTableView::mouseDoubleClickEvent(QMouseEvent *event) {
     const QScopedValueRollback clicked(clickedRow_, rowAt(point.y()));
     if (event->button() != Qt::LeftButton)
         return;
-    isSendAction_ = isDoubleClickOnRow(point);
+    // The first of the two clicks may have been elsewhere: on a question that stood here and closed.
+    isSendAction_ = clickedRow_ == std::exchange(pressedRow_, -1) && isDoubleClickOnRow(point);
     if (!isSendAction_)
         return;
     QTableView::mouseDoubleClickEvent(event);
