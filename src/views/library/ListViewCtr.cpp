@@ -175,7 +175,12 @@ void ListViewCtr::didSelectItemAtIndex(IKImageFlowView &, int index) {
     }
 }
 
-void ListViewCtr::cellWasDoubleClickedAtIndex(IKImageFlowView &, int) { doubleAction(); }
+// Whoever plays goes by the selected row, which a click with Ctrl may have taken back.
+void ListViewCtr::cellWasDoubleClickedAtIndex(IKImageFlowView &, int index) {
+    if (tableView_->selectedRow() < 0)
+        tableView_->selectRowIndexes({index});
+    doubleAction();
+}
 
 // Rows
 

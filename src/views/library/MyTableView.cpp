@@ -161,8 +161,6 @@ void MyTableView::selectAll() {
     selectRowIndexes(rows);
 }
 
-void MyTableView::deselectAll() { selectionModel()->clearSelection(); }
-
 void MyTableView::scrollRowToVisible(int row) { scrollTo(model_->index(row, kTitleColumn)); }
 
 void MyTableView::setSortDescriptors(const QList<SortDescriptor> &descriptors) {

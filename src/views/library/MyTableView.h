@@ -76,7 +76,6 @@ public:
     /// Replaces the selection. Rows that do not exist are left out.
     void selectRowIndexes(const QList<int> &rows);
     void selectAll() override;
-    void deselectAll();
     void scrollRowToVisible(int row);
     /// The columns' sort; an empty list takes the mark from the header.
     QList<SortDescriptor> sortDescriptors() const { return sortDescriptors_; }

@@ -240,6 +240,9 @@ TEST_F(ListView, TableAndCoverFlowStayOnTheSameTrack) {
     EXPECT_EQ(table.selectedRowIndexes(), QList<int>{0});
     list.setImageFlowSelectedIndex(2);
     EXPECT_EQ(table.selectedRowIndexes(), QList<int>{2});
+    table.selectRowIndexes({});
+    list.cellWasDoubleClickedAtIndex(*list.imageFlowView(), 2);
+    EXPECT_EQ(table.selectedRowIndexes(), QList<int>{2}) << "what plays is a selected row";
 }
 
 TEST_F(ListView, SortsByTheHeaderAndKeepsTheSelectedTracks) {
