@@ -24,6 +24,13 @@ QString allMusic() { return localizedString("All Music"); }
 QString untaggedMusic() { return localizedString("Untagged Music"); }
 QString musicToolKit() { return localizedString("Music ToolKit"); }
 
+// The sort is stable, and so leaves alone what is in order.
+bool isSorted(const SongArray &songs, const QList<SortDescriptor> &descriptors) {
+    SongArray sorted = songs;
+    sortUsingDescriptors(sorted, descriptors);
+    return sorted == songs;
+}
+
 } // namespace
 
 LibraryCtr::LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views)
@@ -128,6 +135,7 @@ void LibraryCtr::showSorted(const SharedSongArray &songs, bool isSortedInPlace) 
             sortUsingDescriptors(*songs, sortArray_);
         listViewCtr_->setSortArray(sortArray_);
         listViewCtr_->tableView()->setSortDescriptors(sortArray_);
+        listViewCtr_->tableView()->setIsSortShown(isSortedInPlace || isSorted(*songs, sortArray_));
     }
     listViewCtr_->setIsCanSorted(true);
 }
@@ -165,8 +173,10 @@ void LibraryCtr::updateEmptyText() {
 SharedSongArray LibraryCtr::categoryArray() {
     if (strCategory_ == newlyRecorded())
         return lists_.newRecordArray();
-    if (strCategory_ != allMusic())
+    if (strCategory_ != allMusic()) {
+        listViewCtr_->tableView()->setIsSortShown(false);
         return lists_.getUntaggedMusic();
+    }
     lists_.sortAllSongs(listViewCtr_->sortArray());
     return lists_.allSongArray();
 }
@@ -239,6 +249,8 @@ void LibraryCtr::addNewRecordingSong(const SongPtr &song) {
     refreshCounts();
     if (strCategory_ == allMusic())
         table.setSortDescriptors({});
+    else if (!searchCtr_->isSearching())
+        table.setIsSortShown(false);
 }
 
 void LibraryCtr::showNewRecordItem(const SongPtr &song, bool isPlay) {

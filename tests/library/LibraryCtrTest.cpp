@@ -8,6 +8,8 @@
 #include "views/controls/SketchButton.h"
 #include "views/library/MyOutlineView.h"
 #include "views/library/MyTableView.h"
+#include "views/library/MyTableViewHeadView.h"
+#include "views/library/TrackTableModel.h"
 #include "views/window/LibraryPage.h"
 #include "views/window/PlayPanel.h"
 
@@ -123,6 +125,28 @@ TEST_F(LibraryCtrTest, ShowsEachCategoryFromItsFirstRow) {
     EXPECT_EQ(status, "");
     go(kAllMusic);
     EXPECT_FALSE(search.isHidden());
+}
+
+TEST_F(LibraryCtrTest, MarksAColumnOnlyOverRowsThatItSorted) {
+    fill({"Track b", "Track a", "Track c"});
+    const auto clickHeader = [this](int column) { emit table().headerView()->sectionClicked(column); };
+    go(kUntagged);
+    EXPECT_TRUE(table().isSortShown()); // the newest first, as all tracks stand
+    clickHeader(kTitleColumn);
+    EXPECT_EQ(shown(), QStringList({"Track a", "Track b", "Track c"}));
+    search.setText("track");
+    EXPECT_FALSE(table().isSortShown());
+    clickHeader(kTitleColumn);
+    go(kNewlyRecorded);
+    go(kUntagged);
+    EXPECT_EQ(shown(), QStringList({"Track b", "Track a", "Track c"}));
+    EXPECT_FALSE(table().isSortShown());
+    clickHeader(kTitleColumn); // what is not marked sorts upwards
+    EXPECT_EQ(shown(), QStringList({"Track a", "Track b", "Track c"}));
+    go(kAllMusic);
+    EXPECT_TRUE(table().isSortShown());
+    go(kUntagged);
+    EXPECT_TRUE(table().isSortShown());
 }
 
 TEST_F(LibraryCtrTest, KeepsTheSelectionWhenARecordingArrives) {

@@ -164,12 +164,18 @@ void MyTableView::selectAll() {
 void MyTableView::scrollRowToVisible(int row) { scrollTo(model_->index(row, kTitleColumn)); }
 
 void MyTableView::setSortDescriptors(const QList<SortDescriptor> &descriptors) {
-    if (descriptors == sortDescriptors_)
+    if (isSortShown_ && descriptors == sortDescriptors_)
         return;
     sortDescriptors_ = descriptors;
-    header_->setSortMark(sortColumn(descriptors), descriptors.isEmpty() || descriptors.first().ascending);
+    setIsSortShown(true);
     if (delegate_)
         delegate_->sortDescriptorsDidChange();
+}
+
+void MyTableView::setIsSortShown(bool isShown) {
+    isSortShown_ = isShown;
+    header_->setSortMark(isShown ? sortColumn(sortDescriptors_) : -1,
+                         sortDescriptors_.isEmpty() || sortDescriptors_.first().ascending);
 }
 
 void MyTableView::headerWasClicked(int column) {
@@ -178,7 +184,7 @@ void MyTableView::headerWasClicked(int column) {
         return;
     SortDescriptor descriptor{
         .key = QString::fromLatin1(clicked.sortKey), .ascending = true, .comparison = clicked.comparison};
-    if (sortColumn(sortDescriptors_) == column)
+    if (isSortShown_ && sortColumn(sortDescriptors_) == column)
         descriptor.ascending = !sortDescriptors_.first().ascending;
     setSortDescriptors({descriptor});
 }

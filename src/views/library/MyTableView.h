@@ -80,6 +80,9 @@ public:
     /// The columns' sort; an empty list takes the mark from the header.
     QList<SortDescriptor> sortDescriptors() const { return sortDescriptors_; }
     void setSortDescriptors(const QList<SortDescriptor> &descriptors);
+    /// Whether the header shows the mark: not over rows that stand otherwise. setSortDescriptors() brings it back.
+    bool isSortShown() const { return isSortShown_; }
+    void setIsSortShown(bool isShown);
 
     /// In the viewport.
     QRect cellRect(int row, int column) const;
@@ -133,6 +136,7 @@ private:
     MyTableViewDelegate *delegate_ = nullptr;
     QString emptyText_;
     QList<SortDescriptor> sortDescriptors_;
+    bool isSortShown_ = true;
     bool isCanSorted_ = false;
     bool isSendAction_ = false; // the next double action may go out
     int clickedRow_ = -1;
