@@ -83,6 +83,20 @@ void TrackLists::insertNewRecording(const SongPtr &song) {
         index_->put(*song);
 }
 
+void TrackLists::insertImported(const SongArray &songs) {
+    SongArray all;
+    all.reserve(songs.size() + marrAllSongs_->size());
+    std::ranges::reverse_copy(songs, std::back_inserter(all));
+    all += *marrAllSongs_;
+    *marrAllSongs_ = std::move(all);
+    sortedBy_.clear();
+    for (const SongPtr &song : songs) {
+        noteUntagged(*song);
+        if (index_)
+            index_->put(*song);
+    }
+}
+
 void TrackLists::sortAllSongs(const QList<SortDescriptor> &descriptors) {
     if (descriptors != std::exchange(sortedBy_, descriptors))
         sortUsingDescriptors(*marrAllSongs_, descriptors);

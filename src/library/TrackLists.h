@@ -25,6 +25,9 @@ public:
     /// where `loaded` has them as well, they are the same tracks.
     void takeTracks(TrackLists loaded);
     void insertNewRecording(const SongPtr &song);
+    /// Puts `songs` before all others, the last of them first, in one pass whatever their number. They are not of this
+    /// run.
+    void insertImported(const SongArray &songs);
     /// Sorts all tracks in place, unless they stand in that order already. Whoever else sorts them does it by what the
     /// next call here asks for.
     void sortAllSongs(const QList<SortDescriptor> &descriptors);

@@ -48,6 +48,9 @@ public:
     /// own songID is neither used nor changed. A highest number that could not be read is read again first, and while
     /// that fails nothing is inserted: the number would be that of another track.
     int32_t insertSongItem(SongItem &song);
+    /// The same for many, in one transaction: the number of each, or -1. Either all that got a number are in the
+    /// library or none is, whatever becomes of the program meanwhile.
+    QList<int32_t> insertSongItems(const QList<std::shared_ptr<SongItem>> &songs);
 
     /// Every track in the file's order, or nothing if the library can't be read. Covers whose file is gone are left
     /// out. The rows before a damaged place are given. Any thread while a library is open; the main thread may change

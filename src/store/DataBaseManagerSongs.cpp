@@ -154,6 +154,26 @@ int32_t DataBaseManager::insertSongItem(SongItem &song) {
     return number;
 }
 
+QList<int32_t> DataBaseManager::insertSongItems(const QList<std::shared_ptr<SongItem>> &songs) {
+    // At once for writing: a library that somebody holds is waited for here, and not again with each row.
+    if (const int code = sqlite3_exec(openedDataBase(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+        code != SQLITE_OK) {
+        logLine(QStringLiteral("insertSongItems: BEGIN failed: %1").arg(code));
+        return QList<int32_t>(songs.size(), -1);
+    }
+    QList<int32_t> numbers;
+    numbers.reserve(songs.size());
+    for (const auto &song : songs)
+        numbers << insertSongItem(*song);
+    if (const int code = sqlite3_exec(dataBase_, "COMMIT", nullptr, nullptr, nullptr); code != SQLITE_OK) {
+        logLine(QStringLiteral("insertSongItems: COMMIT failed: %1").arg(code));
+        sqlite3_exec(dataBase_, "ROLLBACK", nullptr, nullptr, nullptr);
+        LastSongID();
+        numbers.fill(-1);
+    }
+    return numbers;
+}
+
 std::optional<QList<std::shared_ptr<SongItem>>> DataBaseManager::getAllSongItems() {
     auto guard = holdOnThisThread();
     const Reader reader(dataBase_);

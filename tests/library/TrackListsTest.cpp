@@ -150,6 +150,20 @@ TEST(TrackLists, KeepTheirOrderAndForgetWhatIsGone) {
     setLogSink({});
 }
 
+TEST(TrackLists, TakeManyAtOnceTheLastOneFirst) {
+    TrackLists lists;
+    lists.setAllSongs({songWith("Old", "Somebody")});
+    ASSERT_EQ(lists.search(lists.allSongArray(), "new")->size(), 0); // from here on it has an index
+    lists.insertImported({songWith("New 1", "Somebody"), songWith("New 2", "Unknown Artist")});
+    QStringList titles;
+    for (const SongPtr &song : *lists.allSongArray())
+        titles << song->title();
+    EXPECT_EQ(titles, (QStringList{"New 2", "New 1", "Old"}));
+    EXPECT_EQ(lists.search(lists.allSongArray(), "new")->size(), 2);
+    EXPECT_EQ(lists.untaggedCount(), 1);
+    EXPECT_TRUE(lists.newRecordArray()->isEmpty());
+}
+
 TEST(TrackLists, SumWithoutOverflow) {
     const SongPtr song = songWith("", "");
     song->setLength(std::numeric_limits<qint64>::min() + 1);

@@ -201,6 +201,24 @@ TEST_F(Library, ARefusedInsertGivesItsNumberBackAndKeepsTheCover) {
     EXPECT_EQ(bytesOf(cover("1_0.png")), "A");
 }
 
+TEST_F(Library, InsertsManyOrNone) {
+    ASSERT_TRUE(manager_.loadDataBase());
+    QList<std::shared_ptr<SongItem>> songs;
+    for (int i = 0; i < 3; ++i)
+        songs << std::make_shared<SongItem>();
+    songs[1]->setCoverImages({"/nowhere/cover"}); // left out, no reason to refuse the track
+    Connection other(path_);
+    other.run("BEGIN IMMEDIATE");
+    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{-1, -1, -1}));
+    other.run("COMMIT");
+    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{1, 2, 3}));
+    EXPECT_EQ(manager_.insertSongItems({}), QList<int32_t>());
+    other.run("CREATE TRIGGER refuse BEFORE INSERT ON Song WHEN NEW.Title = 'no' BEGIN SELECT RAISE(ABORT, ''); END");
+    songs[1]->setTitle("no");
+    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{4, -1, 5}));
+    EXPECT_EQ(reload().size(), 5);
+}
+
 TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
     RingtoneItem ringtone;
     ringtone.setTitle("It's \"mine\"");
