@@ -54,7 +54,8 @@ bool openRegularFile(QFile &file) {
 
 // By what the file holds, not by its name. Left out are formats that name other files or are programs of a kind.
 bool isKnownFormat(const QByteArray &format) {
-    return format == "jpeg" || format == "png" || format == "gif" || format == "bmp" || format == "webp";
+    return format == "jpeg" || format == "png" || format == "gif" || format == "bmp" || format == "webp" ||
+           format == "tiff";
 }
 
 // The largest part in the middle of `whole` that has the proportions of `shape`.

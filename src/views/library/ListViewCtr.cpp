@@ -6,6 +6,7 @@
 #include "platform/run/UserDefaults.h"
 #include "views/controls/Look.h"
 #include "views/library/CustomWindow.h"
+#include "views/library/DroppedFiles.h"
 #include "views/library/MyTableViewHeadView.h"
 #include "views/library/TrackTableModel.h"
 
@@ -13,7 +14,6 @@
 #include <QFileInfo>
 #include <QMenu>
 #include <QMimeData>
-#include <QUrl>
 #include <QVBoxLayout>
 
 namespace {
@@ -25,19 +25,6 @@ constexpr qsizetype kShownTitleLength = 200;
 constexpr const char *kSortKey = "LibrarySort"; // a key of a track; a minus before it stands for descending
 
 int g_ImageIndex = 0; // the frame of the busy pictures, of all lists
-
-bool isWelcome(const QString &path) {
-    const QString ending = QFileInfo(path).suffix().toLower();
-    return ending == QLatin1String("mp3") || ending == QLatin1String("m4a") || QFileInfo(path).isDir();
-}
-
-QStringList localFiles(const QMimeData &data) {
-    QStringList paths;
-    for (const QUrl &url : data.urls())
-        if (url.isLocalFile())
-            paths.append(url.toLocalFile());
-    return paths;
-}
 
 } // namespace
 
@@ -320,14 +307,13 @@ bool ListViewCtr::validateDrop(const QMimeData &data) const {
     if (QApplication::activeModalWidget() || !isCanDrop_ || !delegate_.canImport() ||
         data.hasFormat(QString::fromLatin1(kSongItemType)))
         return false;
-    return std::ranges::any_of(localFiles(data), isWelcome);
+    return holdsMusic(data);
 }
 
 bool ListViewCtr::acceptDrop(const QMimeData &data) {
     if (!isCanDrop_)
         return false;
-    QStringList paths = localFiles(data);
-    paths.removeIf([](const QString &path) { return !isWelcome(path); });
+    const QStringList paths = droppedMusic(data);
     if (paths.isEmpty())
         return false;
     NotificationCenter::defaultCenter().postNotification(QStringLiteral("HasImportedFiles"), paths);

@@ -4,6 +4,7 @@
 #include "platform/desktop/Panel.h"
 #include "platform/run/LocalizedString.h"
 #include "views/controls/Look.h"
+#include "views/controls/ProgressLine.h"
 #include "views/controls/Sketch.h"
 #include "views/controls/SketchedPushButton.h"
 #include "views/library/MissingTracksView.h"
@@ -13,7 +14,6 @@
 #include <QLocale>
 #include <QPainter>
 #include <QPointer>
-#include <QProgressBar>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -49,26 +49,6 @@ protected:
 
 private:
     QString name_;
-};
-
-/// A thin line that fills.
-class ProgressLine : public QProgressBar {
-public:
-    using QProgressBar::QProgressBar;
-
-protected:
-    void paintEvent(QPaintEvent *) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        const qreal y = height() / 2.0;
-        const qreal end = width() - 3.0;
-        painter.setPen(sketchPen(lookColour(LookColour::Line), 3));
-        painter.drawLine(QPointF(3, y), QPointF(end, y));
-        if (value() <= minimum())
-            return;
-        painter.setPen(sketchPen(lookColour(LookColour::Teal), 3));
-        painter.drawLine(QPointF(3, y), QPointF(3 + (end - 3) * value() / qMax(1, maximum()), y));
-    }
 };
 
 /// A label in the quiet colour of second lines, in both appearances.
@@ -160,7 +140,6 @@ QWidget *MusicToolKitView::makeMissingCard() {
     lblMissing_ = new SoftLabel(localizedString("Looks for tracks whose files are no longer where they were."), card);
     findBtn_ = new SketchedPushButton(localizedString("Find missing tracks"), /*isDefault=*/false, card);
     progress_ = new ProgressLine(card);
-    progress_->setFixedHeight(8);
     progress_->setAccessibleName(localizedString("Find missing tracks"));
     progress_->hide();
     result_ = new QWidget(card);

@@ -576,6 +576,12 @@ TEST_F(ListView, DragsCarryPathsAndDropsTakeMusicOnly) {
     EXPECT_FALSE(list.acceptDrop(text));
     ASSERT_EQ(heard.size(), 1);
     EXPECT_EQ(std::any_cast<QStringList>(heard.first().object), (QStringList{"/b.MP3", folder.path(), "/c.m4a"}));
+    QMimeData raw; // as other programs write it
+    raw.setData("text/uri-list",
+                "# two\r\nfile://host/m/%C3%BC%20%25.Mp3\r\nfile:///m/%FF.m4a\r\nfile:///\r\nx\r\nfile:");
+    EXPECT_TRUE(list.acceptDrop(raw));
+    EXPECT_EQ(std::any_cast<QStringList>(heard.last().object),
+              (QStringList{QString::fromUtf8("/m/ü %.Mp3"), QString::fromUtf8("/m/\uFFFD.m4a"), "/"}));
     library.imports = false;
     EXPECT_FALSE(list.validateDrop(files));
     library.imports = true;

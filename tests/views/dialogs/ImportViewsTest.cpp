@@ -1,0 +1,87 @@
+// What an import shows.
+#include "views/dialogs/ImportFileView.h"
+#include "views/dialogs/ImportResultView.h"
+
+#include "views/controls/ProgressLine.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QListView>
+#include <QLocale>
+#include <QPointer>
+#include <QPushButton>
+#include <QShortcut>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Cancelled final : ImportFileViewDelegate {
+    void cancelButtonClick() override { ++times; }
+    int times = 0;
+};
+
+void press(QWidget &view, Qt::Key key) {
+    QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+    QApplication::sendEvent(&view, &event);
+}
+
+} // namespace
+
+TEST(ImportFileView, IsLeftByItsButtonEscapeAndClose) {
+    Cancelled delegate;
+    QWidget window;
+    window.show();
+    ImportFileView view(delegate, &window);
+    view.show();
+    EXPECT_EQ(QApplication::activeModalWidget(), &view);
+    press(view, Qt::Key_Return);
+    EXPECT_EQ(delegate.times, 0);
+    press(view, Qt::Key_Escape);
+    view.findChild<QPushButton *>()->click();
+    view.close();
+    EXPECT_EQ(delegate.times, 3);
+    EXPECT_TRUE(view.isVisible()); // until the import has ended
+    view.disableCancel();
+    press(view, Qt::Key_Escape);
+    EXPECT_EQ(delegate.times, 3);
+}
+
+TEST(ImportFileView, ShowsTheEndOfALongPathAndTheCount) {
+    Cancelled delegate;
+    ImportFileView view(delegate, nullptr);
+    const QList<QLabel *> labels = view.findChildren<QLabel *>();
+    view.show();
+    EXPECT_EQ(labels[0]->text(), "import file...");
+    view.setMessage("/" + QString(5000, u'x') + "/<b>Harbour\nBells</b>.m4a");
+    EXPECT_TRUE(labels[0]->text().endsWith("/<b>Harbour Bells</b>.m4a"));
+    EXPECT_LE(labels[0]->fontMetrics().horizontalAdvance(labels[0]->text()), labels[0]->width());
+    view.setProgressMinValue(0);
+    view.setProgressMaxValue(1200);
+    view.setProgressCurrentValue(7);
+    EXPECT_EQ(labels[1]->text(), "7 of " + QLocale().toString(1200));
+    EXPECT_EQ(view.findChild<ProgressLine *>()->value(), 7);
+}
+
+TEST(ImportResultView, ListsNamesAndGoesWithItsButton) {
+    QWidget window;
+    window.show();
+    QPointer<ImportResultView> view = new ImportResultView(&window);
+    view->setFiles({});
+    view->setFiles({"/a/<b>.mp3", "/a/", "/a/two\nlines.m4a"});
+    view->runModal();
+    EXPECT_EQ(QApplication::activeModalWidget(), view);
+    EXPECT_EQ(view->findChild<QLabel *>()->text(), "Import finished. 3 file(s) added failed.");
+    auto *list = view->findChild<QListView *>();
+    ASSERT_EQ(list->model()->rowCount(), 2);
+    EXPECT_EQ(list->model()->index(0, 0).data(), "<b>.mp3");
+    EXPECT_EQ(list->model()->index(0, 0).data(Qt::ToolTipRole), "<span>/a/&lt;b&gt;.mp3</span>");
+    list->selectAll();
+    list->setFocus();
+    emit list->findChild<QShortcut *>()->activated();
+    EXPECT_EQ(QApplication::clipboard()->text(), "<b>.mp3\ntwo lines.m4a");
+    view->findChild<QPushButton *>()->click();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(view.isNull());
+}
