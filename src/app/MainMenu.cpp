@@ -17,6 +17,7 @@ constexpr std::array kEntries{
     MenuEntry{MenuItem::Record, "Start Recording", "Ctrl+R"},
     MenuEntry{MenuItem::Cut, "Cut to another recording", "Ctrl+K"},
     MenuEntry{MenuItem::Play, "Play", "Space"},
+    MenuEntry{MenuItem::ImportLocalAudio, "Import Local Audio...", "Ctrl+O"},
     MenuEntry{MenuItem::Next, "Next Track", "Ctrl+Right"},
     MenuEntry{MenuItem::Previous, "Previous Track", "Ctrl+Left"},
     MenuEntry{MenuItem::ShowPlayed, "Show Playing Track", "Ctrl+L"},
@@ -59,7 +60,7 @@ MainMenu::MainMenu(MainMenuDelegate &delegate, QMenu &menu, QWidget &window) : d
     using enum MenuItem;
     add(menu, {Record, Cut});
     menu.addSeparator();
-    add(*subMenu("Control"), {Play, Next, Previous, ShowPlayed});
+    add(*subMenu("Control"), {Play, ImportLocalAudio, Next, Previous, ShowPlayed});
     add(*subMenu("Edit"), {SelectAll, Find, ShowFile, Delete});
     add(*subMenu("View"), {ShowRecording, ShowLibrary});
     menu.addSeparator();

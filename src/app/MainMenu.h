@@ -13,6 +13,7 @@ enum class MenuItem {
     Record,
     Cut,
     Play,
+    ImportLocalAudio,
     Next,
     Previous,
     ShowPlayed,

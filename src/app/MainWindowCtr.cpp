@@ -94,6 +94,10 @@ void MainWindowCtr::connectMenu() {
     mainMenu_->onChoice(Record, [this] { recorder(); });
     mainMenu_->onChoice(Cut, [this] { recorderCut(); });
     mainMenu_->onChoice(Play, [&player] { player.play(); });
+    mainMenu_->onChoice(ImportLocalAudio, [this] {
+        if (!isDisplayRecordView())
+            libraryCtr_->importCtr().importLocalFiles();
+    });
     mainMenu_->onChoice(Next, [&player] { player.playNext(); });
     mainMenu_->onChoice(Previous, [&player] { player.playPrevious(); });
     mainMenu_->onChoice(ShowPlayed, [this, &player] {
@@ -132,6 +136,7 @@ bool MainWindowCtr::validateMenuItem(MenuItem item, const QString &title) {
     case MenuItem::ShowFile:
         return !isDisplayRecordView() && !libraryCtr_->isToolKitShown() && libraryCtr_->getSelectedItem();
     case MenuItem::Play:
+    case MenuItem::ImportLocalAudio:
     case MenuItem::Delete:
         return libraryCtr_->pageControls().validateMenuItem(title);
     default:

@@ -51,6 +51,7 @@ LibraryCtr::LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views)
     playCtr_ = std::make_unique<PlayCtr>(*this, *listViewCtr_, views_.playBtn, views_.playMusicView);
     searchCtr_ = std::make_unique<SearchCtr>(*this, lists_, *listViewCtr_, views_.searchFeild, views_.buttons);
     pageControls_ = std::make_unique<PageControls>(*this, lists_);
+    importCtr_ = std::make_unique<ImportCtr>(*this, lists_, views_.page);
     connect(views_.buttons.showInFinderBtn, &QAbstractButton::clicked, listViewCtr_.get(), &ListViewCtr::showInFinder);
     updateEmptyText();
 
@@ -200,6 +201,25 @@ void LibraryCtr::refreshCounts() {
     categoryViewCtr_->reloadData();
     searchCtr_->updateStatus();
     playCtr_->changePlayStatus();
+}
+
+void LibraryCtr::reloadData() {
+    if (!searchCtr_->isSearching())
+        listViewCtr_->setSongArray(lists_.allSongArray());
+    listViewCtr_->reloadData(); // a search for blanks shows the array itself
+    listViewCtr_->tableView()->setSortDescriptors({});
+    listViewCtr_->setSortArray({});
+    refreshCounts();
+}
+
+void LibraryCtr::showAllMusic() { categoryViewCtr_->selectRow(kAllMusicRow); }
+
+void LibraryCtr::didImport() {
+    reloadData();
+    views_.page.activateWindow();
+    listViewCtr_->tableView()->setFocus();
+    if (!searchCtr_->isSearching())
+        listViewCtr_->setImageFlowSelectedIndex(0);
 }
 
 // Tracks

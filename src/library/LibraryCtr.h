@@ -1,12 +1,13 @@
 // The library page: which list is shown, how a track enters it and leaves it.
 //
 // The page has a class for each of its subjects: PlayCtr (playback), SearchCtr (search field, status line),
-// PageControls (menus and badges), ToolKitCtr (the page of tools). This one stands in their middle: it owns them, the
-// lists (TrackLists), and the table and tree that show them.
+// PageControls (menus and badges), ToolKitCtr (the page of tools), ImportCtr. This one stands in their middle: it owns
+// them, the lists (TrackLists), and the table and tree that show them.
 //
 // Threads: main.
 #pragma once
 
+#include "library/ImportCtr.h"
 #include "library/PageControls.h"
 #include "library/PlayCtr.h"
 #include "library/SearchCtr.h"
@@ -53,7 +54,8 @@ class LibraryCtr final : public QObject,
                          public PlayCtrDelegate,
                          public SearchCtrDelegate,
                          public PageControlsDelegate,
-                         public ToolKitCtrDelegate {
+                         public ToolKitCtrDelegate,
+                         public ImportCtrDelegate {
     Q_OBJECT
 public:
     LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views);
@@ -82,6 +84,7 @@ public:
     PlayCtr &playCtr() { return *playCtr_; }
     SearchCtr &searchCtr() { return *searchCtr_; }
     const PageControls &pageControls() const { return *pageControls_; }
+    ImportCtr &importCtr() { return *importCtr_; }
     ListViewCtr &listViewCtr() { return *listViewCtr_; }
     CategoryViewCtr &categoryViewCtr() { return *categoryViewCtr_; }
 
@@ -99,6 +102,7 @@ private:
     void showRow(qsizetype row);
     SongArray selectedSongs() const;
     void updateEmptyText();
+    void reloadData();
     void refreshCounts();
     void reloadWithSongItem(const SongPtr &song);
     void notficateUpdateForSongItem(const SongPtr &song);
@@ -110,6 +114,7 @@ private:
     // What the list asks for
     const SongArray &allSongArray() const override { return *lists_.allSongArray(); }
     void showFile(const QString &path) override;
+    bool canImport() const override { return !importCtr_->isImporting(); }
     // The tree
     void outlineViewSelectionDidChange(const OutlineItem &item) override;
     int badgeCount(int row) const override { return pageControls_->badgeCount(row); }
@@ -124,6 +129,9 @@ private:
     bool changePlayStatus() override { return playCtr_->changePlayStatus(); }
     void removeFromLibrary(const SongArray &songs) override { deleteSongItems(songs); }
     void songDidMove(const SongPtr &song) override { reloadWithSongItem(song); }
+    // The import
+    void showAllMusic() override;
+    void didImport() override;
     // Passed on
     bool isRecording() const override { return delegate_.isRecording(); }
     bool isDisplayRecordView() const override { return delegate_.isDisplayRecordView(); }
@@ -147,4 +155,5 @@ private:
     std::unique_ptr<PageControls> pageControls_;
     std::unique_ptr<CategoryViewCtr> categoryViewCtr_;
     std::unique_ptr<ToolKitCtr> toolKitCtr_; // from the first visit on
+    std::unique_ptr<ImportCtr> importCtr_;
 };

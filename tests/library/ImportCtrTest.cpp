@@ -1,0 +1,449 @@
+// Files that the user has already come into the library: the order of events, what becomes of each file, and files made
+// to do harm. Real files, a real library.
+#include "library/ImportCtr.h"
+
+#include "platform/files/Folders.h"
+#include "platform/run/LocalizedString.h"
+#include "platform/run/Log.h"
+#include "platform/run/NotificationCenter.h"
+#include "platform/run/UserDefaults.h"
+#include "store/DataBaseManager.h"
+#include "support/MadeAudio.h"
+#include "tags/access/TagDictionary.h"
+#include "tags/access/TagLibHelper.h"
+#include "tags/audio/AudioFileHelper.h"
+#include "views/controls/ProgressLine.h"
+#include "views/dialogs/ImportResultView.h"
+#include "views/dialogs/OpenMusicPanel.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QLabel>
+#include <QListView>
+#include <QProcess>
+#include <QPushButton>
+#include <QTimer>
+#include <QtEndian>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+template <typename View>
+View *shown() {
+    for (QWidget *window : QApplication::topLevelWidgets())
+        if (auto *view = qobject_cast<View *>(window); view && view->isVisible())
+            return view;
+    return nullptr;
+}
+
+class Import : public testing::Test, public ImportCtrDelegate {
+protected:
+    void SetUp() override {
+        setLogSink([](const QString &) {});
+        ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
+        page.show();
+        importCtr.emplace(*this, lists, page);
+    }
+    void TearDown() override {
+        importCtr.reset();
+        setLogSink({});
+    }
+    const QString &category() const override { return shownCategory; }
+    void showAllMusic() override { shownCategory = localizedString("All Music"); }
+    void didImport() override {
+        ++imports;
+        rowsWhenTold = lists.allSongArray()->size();
+        isSheetUpWhenTold = shown<ImportFileView>() != nullptr;
+    }
+    void displayStatus(const QString &text) override { status = text; }
+
+    static void waitUntil(const std::function<bool()> &isSo) {
+        QElapsedTimer clock;
+        clock.start();
+        while (!isSo() && clock.elapsed() < 30'000)
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        EXPECT_TRUE(isSo());
+    }
+    void begin(const QStringList &paths) {
+        NotificationCenter::defaultCenter().postNotification("HasImportedFiles", paths);
+    }
+    /// Drops `paths` and waits for the end; the titles that the library has then.
+    QStringList drop(const QStringList &paths) {
+        begin(paths);
+        waitUntil([this] { return !importCtr->isImporting(); });
+        return titles();
+    }
+    QStringList titles() const {
+        QStringList all;
+        for (const SongPtr &song : *lists.allSongArray())
+            all << song->title();
+        return all;
+    }
+    /// The names in the result window, which is closed then; empty if there is none.
+    static QStringList failures() {
+        auto *result = shown<ImportResultView>();
+        if (!result)
+            return {};
+        QStringList names{result->findChild<QLabel *>()->text()};
+        const QAbstractItemModel &model = *result->findChild<QListView *>()->model();
+        for (int row = 0; row < model.rowCount(); ++row)
+            names << model.index(row, 0).data().toString();
+        delete result;
+        return names;
+    }
+    static QString tagged(const QString &name, const QVariantMap &tags, double seconds = 1) {
+        const QString path = makeTone(name, {}, seconds);
+        EXPECT_TRUE(TagLibHelper::setID3Info(path, tags));
+        return path;
+    }
+    static QString titled(const QString &name, const char *title) { return tagged(name, {{TagKey::kTitle, title}}); }
+    static qsizetype rowsInDatabase() { return DataBaseManager::defaultManager().getAllSongItems()->size(); }
+
+    QWidget page;
+    TrackLists lists;
+    QString shownCategory = "Newly Recorded";
+    QString status;
+    int imports = 0;
+    qsizetype rowsWhenTold = 0;
+    bool isSheetUpWhenTold = false;
+    std::optional<ImportCtr> importCtr;
+};
+
+QImage picture(int side, Qt::GlobalColor colour = Qt::darkCyan) {
+    QImage image(side, side, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
+/// An MP3 whose tag holds `picture`, whatever that is.
+QString withPicture(const QString &name, const QByteArray &picture) {
+    const auto number = [](qsizetype value) {
+        QByteArray bytes(4, '\0');
+        qToBigEndian(static_cast<quint32>(value), bytes.data());
+        return bytes;
+    };
+    const QByteArray frame = QByteArray("\0image/png\0\3\0", 13) + picture;
+    const QByteArray body = "APIC" + number(frame.size()) + QByteArray(2, '\0') + frame;
+    const qsizetype size = body.size();
+    const QByteArray head = QByteArray("ID3\3\0\0", 6) + char(size >> 21 & 127) + char(size >> 14 & 127) +
+                            char(size >> 7 & 127) + char(size & 127);
+    const std::string sound = bytesOf(makeTone("sound.mp3", "-id3v2_version 0"));
+    return makeFile(name, (head + body).toStdString() + sound);
+}
+
+QByteArray converted(const QStringList &arguments) {
+    QProcess convert;
+    convert.start("convert", arguments);
+    EXPECT_TRUE(convert.waitForFinished());
+    return convert.readAllStandardOutput();
+}
+
+} // namespace
+
+TEST_F(Import, ATrackGetsWhatItsFileSays) {
+    const QVariantMap tags{{TagKey::kTitle, "Größe 雨 🎵"}, {TagKey::kArtist, "Artist"},
+                           {TagKey::kAlbum, "Album"},      {TagKey::kYear, "1999"},
+                           {TagKey::kGenre, "Jazz"},       {TagKey::kCover, QVariantList{picture(300)}}};
+    for (const char *name : {"full.mp3", "full.m4a"}) {
+        SCOPED_TRACE(name);
+        makeTone(name, {}, 3);
+        TagLibHelper::setID3Info(inHome(name), tags); // an M4A takes covers from the second write on
+        const QString path = tagged(name, tags, 3);
+        TagLibHelper::setID3Info(path, tags);
+        drop({path});
+        const SongPtr song = lists.allSongArray()->first();
+        EXPECT_EQ(song->songPath(), path);
+        EXPECT_EQ(song->title(), "Größe 雨 🎵");
+        EXPECT_EQ(song->artist() + song->album() + song->year() + song->genre(), "ArtistAlbum1999Jazz");
+        EXPECT_EQ(song->encodeKind(), path.endsWith("3") ? "MP3 audio" : "M4A audio");
+        EXPECT_EQ(song->sampleRate(), 44100);
+        EXPECT_GT(song->biteRate(), 30'000);
+        EXPECT_EQ(song->length(), static_cast<qint64>(AudioFileHelper::fileDuration(path) * 1000.0));
+        EXPECT_EQ(song->size(), QFileInfo(path).size());
+        EXPECT_TRUE(song->isImported() && song->isAds());
+        EXPECT_EQ(song->getID3Status(), 0);
+        EXPECT_LT(song->addedDate().msecsTo(QDateTime::currentDateTimeUtc()), 20'000);
+        const auto row = DataBaseManager::defaultManager().getAllSongItems()->last();
+        EXPECT_EQ(row->songID(), song->songID());
+        EXPECT_TRUE(row->isImported());
+        if (path.endsWith("3")) {
+            ASSERT_EQ(song->coverImages().size(), 1);
+            EXPECT_EQ(QFileInfo(song->coverImages().first()).path(), coverImageFolder());
+            EXPECT_EQ(row->coverImages(), song->coverImages());
+            EXPECT_TRUE(song->isHasLocalCover());
+            EXPECT_EQ(song->coverImageIndex(), 0);
+            QImageReader cover(song->coverImages().first());
+            cover.setDecideFormatFromContent(true);
+            EXPECT_EQ(cover.format(), "tiff");
+            EXPECT_EQ(cover.size(), QSize(300, 300));
+        }
+    }
+    EXPECT_TRUE(lists.newRecordArray()->isEmpty());
+    EXPECT_TRUE(failures().isEmpty());
+}
+
+TEST_F(Import, AFileWithoutTagsKeepsTheDefaults) {
+    drop({makeTone("plain.mp3", "-map_metadata -1 -id3v2_version 0")});
+    const SongPtr song = lists.allSongArray()->first();
+    EXPECT_EQ(song->title() + song->artist() + song->album(), "Unknown TitleUnknown ArtistUnknown Album");
+    EXPECT_EQ(song->year(), "0"); // the number's text, as files without a year have always come in
+    EXPECT_EQ(song->genre(), "");
+    EXPECT_TRUE(song->coverImages().isEmpty());
+    EXPECT_EQ(song->coverImageIndex(), -1);
+    EXPECT_FALSE(song->isHasLocalCover());
+}
+
+TEST_F(Import, TheLastFileComesFirstAndOneThatFailsIsTold) {
+    const QString first = titled("1.mp3", "One"), third = titled("3.m4a", "Three");
+    const QString second = makeTone("2.wav");
+    ASSERT_TRUE(QFile::rename(second, inHome("2.mp3"))); // the content counts
+    EXPECT_EQ(drop({first, inHome("2.mp3"), third}), (QStringList{"Three", "One"}));
+    EXPECT_EQ(shownCategory, "All Music");
+    EXPECT_EQ(imports, 1);
+    EXPECT_EQ(rowsWhenTold, 2);
+    EXPECT_EQ(rowsInDatabase(), 2);
+    EXPECT_EQ(failures(), (QStringList{"Import finished. 1 file(s) added failed.", "2.mp3"}));
+    // Again: what is known is left out, what failed fails again.
+    drop({first, third});
+    EXPECT_EQ(status, "There is nothing new to import.");
+    EXPECT_EQ(imports, 1);
+    EXPECT_TRUE(failures().isEmpty());
+    EXPECT_EQ(rowsInDatabase(), 2);
+}
+
+TEST_F(Import, WhatIsNoTrackIsToldInItsOrder) {
+    ASSERT_EQ(mkfifo(QFile::encodeName(inHome("pipe.mp3")).constData(), 0600), 0);
+    makeFile("empty.mp3", "");
+    makeFile("text.m4a", "<b>not music</b>");
+    makeFile("4GiB.mp3", "");
+    ASSERT_EQ(truncate(QFile::encodeName(inHome("4GiB.mp3")).constData(), 1LL << 32), 0);
+    ASSERT_TRUE(QFile::copy(makeTone("tone.aac"), inHome("adts.m4a")));
+    const QString cut = titled("cut.m4a", "Cut");
+    ASSERT_EQ(truncate(QFile::encodeName(cut).constData(), QFileInfo(cut).size() / 2), 0);
+    QStringList paths;
+    const QStringList names{"gone.mp3", "pipe.mp3", "empty.mp3", "text.m4a", "4GiB.mp3", "adts.m4a", "<b>.mp3"};
+    makeFile("<b>.mp3", "ID3");
+    for (const QString &name : names)
+        paths << inHome(name);
+    EXPECT_EQ(drop(paths + QStringList{titled("good.mp3", "Good")}), QStringList{"Good"});
+    EXPECT_EQ(failures(), QStringList{"Import finished. 7 file(s) added failed."} + names);
+}
+
+TEST_F(Import, CancelEndsItWithinASecondWhateverHangs) {
+    const QStringList paths{titled("1.mp3", "One"), titled("2.mp3", "Two"), titled("3.mp3", "Three")};
+    // Whoever opens a leased file waits until the lease is given back.
+    std::signal(SIGIO, SIG_IGN);
+    const int leased = ::open(QFile::encodeName(paths[1]).constData(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(fcntl(leased, F_SETLEASE, F_WRLCK), 0);
+    begin(paths);
+    waitUntil([] {
+        auto *sheet = shown<ImportFileView>();
+        return sheet && sheet->findChild<ProgressLine *>()->value() == 1;
+    });
+    EXPECT_EQ(QApplication::activeModalWidget(), shown<ImportFileView>());
+    EXPECT_EQ(shown<ImportFileView>()->findChild<ProgressLine *>()->maximum(), 3);
+    QElapsedTimer clock;
+    clock.start();
+    shown<ImportFileView>()->reject(); // as Escape does
+    EXPECT_FALSE(shown<ImportFileView>()->findChild<QPushButton *>()->isEnabled());
+    waitUntil([this] { return !importCtr->isImporting(); });
+    EXPECT_LT(clock.elapsed(), 1000);
+    EXPECT_EQ(shown<ImportFileView>(), nullptr);
+    EXPECT_EQ(titles(), QStringList{"One"});
+    EXPECT_TRUE(isSheetUpWhenTold);
+    EXPECT_TRUE(failures().isEmpty());
+    EXPECT_EQ(status, "");
+    // The next one need not wait for the thread that hangs, which comes back to nobody.
+    EXPECT_EQ(drop({paths[2]}), (QStringList{"Three", "One"}));
+    importCtr.reset();
+    fcntl(leased, F_SETLEASE, F_UNLCK);
+    ::close(leased);
+    QTimer::singleShot(200, qApp, [] { QApplication::exit(); });
+    QApplication::exec();
+    EXPECT_EQ(rowsInDatabase(), 2);
+}
+
+TEST_F(Import, TheEndOfTheProgramWaitsForNoFile) {
+    const QString path = titled("1.mp3", "One");
+    std::signal(SIGIO, SIG_IGN);
+    const int leased = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(fcntl(leased, F_SETLEASE, F_WRLCK), 0);
+    begin({path});
+    begin({path}); // there is one import at a time
+    waitUntil([] { return shown<ImportFileView>() != nullptr; });
+    QElapsedTimer clock;
+    clock.start();
+    importCtr.reset();
+    EXPECT_LT(clock.elapsed(), 600);
+    ::close(leased);
+}
+
+TEST_F(Import, OnePictureTakesTheDisksRoomOnce) {
+    QStringList paths;
+    for (const auto &[name, side] : {std::pair{"1.mp3", 200}, {"2.mp3", 200}, {"3.mp3", 201}})
+        paths << tagged(name, {{TagKey::kCover, QVariantList{picture(side)}}});
+    drop(paths);
+    QList<quint64> inodes;
+    for (const SongPtr &song : *lists.allSongArray()) {
+        struct stat info {};
+        ASSERT_EQ(::stat(QFile::encodeName(song->coverImages().value(0)).constData(), &info), 0);
+        inodes << info.st_ino;
+    }
+    EXPECT_EQ(inodes[1], inodes[2]);
+    EXPECT_NE(inodes[0], inodes[1]);
+    // Each can go by itself.
+    DataBaseManager::defaultManager().deleteSongItem(*lists.allSongArray()->at(2));
+    EXPECT_EQ(QImage(lists.allSongArray()->at(1)->coverImages().first()).size(), QSize(200, 200));
+    EXPECT_TRUE(QDir(applicationSupportFolder() + "/Import").isEmpty());
+}
+
+TEST_F(Import, NoPictureDoesHarm) {
+    const QByteArray photo = converted({"-size", "400x400", "plasma:", "jpg:-"});
+    QProcess python; // as no tool of the day writes one
+    python.start("python3", {"-c", "import sys, struct, zlib\n"
+                                   "def chunk(kind, data):\n"
+                                   "    return struct.pack('>I', len(data)) + kind + data + struct.pack('>I', "
+                                   "zlib.crc32(kind + data))\n"
+                                   "sys.stdout.buffer.write(b'\\x89PNG\\r\\n\\x1a\\n' + chunk(b'IHDR', "
+                                   "struct.pack('>IIBBBBB', 60000, 60000, 1, 0, 0, 0, 0)) + chunk(b'IDAT', "
+                                   "zlib.compress(bytes(7501 * 60000))) + chunk(b'IEND', b''))\n"});
+    ASSERT_TRUE(python.waitForFinished());
+    const QByteArray vast = python.readAllStandardOutput();
+    ASSERT_GT(vast.size(), 100'000);
+    QByteArray none = converted({"-size", "4x4", "xc:red", "png:-"});
+    none.replace(16, 8, QByteArray(8, '\0'));
+    struct Case {
+        const char *name;
+        QByteArray picture;
+        bool isTaken;
+    };
+    QStringList paths;
+    const QList<Case> cases{
+        {"cmyk.mp3", converted({"-size", "64x64", "plasma:", "-colorspace", "CMYK", "jpg:-"}), true},
+        {"gray.mp3", converted({"-size", "64x64", "xc:gray", "-colorspace", "Gray", "png:-"}), true},
+        {"clear.mp3", converted({"-size", "64x64", "xc:#ff000080", "png:-"}), true},
+        {"moving.mp3", converted({"-size", "16x16", "xc:red", "xc:blue", "gif:-"}), true},
+        {"vast.mp3", vast, false},
+        {"none.mp3", none, false},
+        {"rubbish.mp3", "\x89PNG\r\n\x1a\nrubbish", false},
+        {"empty.mp3", {}, false},
+    };
+    for (const Case &one : cases)
+        paths << withPicture(one.name, one.picture);
+    paths << withPicture("cut.mp3", photo.left(photo.size() / 2)); // the upper half shows or nothing
+    drop(paths);
+    ASSERT_EQ(lists.allSongArray()->size(), cases.size() + 1);
+    for (qsizetype i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(cases[i].name);
+        const SongPtr song = lists.allSongArray()->at(cases.size() - i);
+        EXPECT_TRUE(song->songPath().endsWith(cases[i].name));
+        EXPECT_EQ(song->isHasLocalCover(), cases[i].isTaken);
+        EXPECT_EQ(!QImage(song->coverImages().value(0)).isNull(), cases[i].isTaken);
+    }
+}
+
+TEST_F(Import, ACoverThatCannotBeWrittenIsNoFailure) {
+    qputenv("TMPDIR", QFile::encodeName(makeFile("no folder", "")));
+    drop({tagged("1.mp3", {{TagKey::kTitle, "One"}, {TagKey::kCover, QVariantList{picture(50)}}})});
+    EXPECT_EQ(titles(), QStringList{"One"});
+    EXPECT_FALSE(lists.allSongArray()->first()->isHasLocalCover());
+    EXPECT_TRUE(failures().isEmpty());
+    EXPECT_FALSE(ImportFileController::writeImageToPath({}, inHome("nothing.jpg")));
+    EXPECT_FALSE(QFile::exists(inHome("nothing.jpg")));
+}
+
+TEST_F(Import, ALockedLibraryDropsTheTracks) {
+    drop({titled("1.mp3", "One")});
+    QProcess other;
+    other.start("sqlite3", {applicationSupportFolder() + "/Library.db"});
+    other.write("BEGIN EXCLUSIVE; SELECT 'held';\n");
+    other.waitForReadyRead();
+    EXPECT_EQ(drop({titled("2.mp3", "Two")}), QStringList{"One"});
+    other.closeWriteChannel();
+    other.waitForFinished();
+    EXPECT_EQ(drop({inHome("2.mp3")}), (QStringList{"Two", "One"}));
+}
+
+TEST_F(Import, ThePanelStartsInTheMusicFolderAndTakesAFolder) {
+    QDir::home().mkpath("Music/Album");
+    makeTone("Music/Album/1.mp3");
+    importCtr->importLocalFiles();
+    importCtr->importLocalFiles(); // there is one panel at a time
+    auto *panel = shown<OpenMusicPanel>();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->directory().path(), inHome("Music"));
+    EXPECT_EQ(shownCategory, "All Music");
+    panel->reject();
+    waitUntil([] { return !shown<OpenMusicPanel>(); });
+    EXPECT_FALSE(UserDefaults::standardUserDefaults().boolForKey("IsFirstImportLocalFile"));
+
+    importCtr->importLocalFiles();
+    panel = shown<OpenMusicPanel>();
+    panel->setDirectory(inHome("Music/Album"));
+    for (QPushButton *button : panel->findChildren<QPushButton *>())
+        if (button->text() == "Import This Folder")
+            button->click();
+    waitUntil([this] { return lists.allSongArray()->size() == 1; });
+    EXPECT_TRUE(UserDefaults::standardUserDefaults().boolForKey("IsFirstImportLocalFile"));
+    waitUntil([this] { return !importCtr->isImporting(); });
+    importCtr->importLocalFiles();
+    EXPECT_EQ(shown<OpenMusicPanel>()->directory().path(), inHome("Music/Album"));
+    delete shown<OpenMusicPanel>();
+}
+
+TEST_F(Import, TakesInWhatOthersHaveTagged) {
+    const QString longTitle(255, u'ü');
+    struct Tags {
+        QString title, artist, album, year, genre;
+    };
+    const QList<Tags> all{{"Größe", "Ärzte", "Übung", "1999", "Jazz"},
+                          {"夜に駆ける", "초콜릿", "Ещё раз", "2024", "J-Pop"},
+                          {"🎵 x", "🐦", "👩‍👩‍👧", "2001", "Rock"},
+                          {longTitle, longTitle, longTitle, "2020", "Pop"}};
+    int number = 0;
+    for (const Tags &tags : all)
+        for (const char *ending : {".mp3", ".m4a"}) {
+            const QString byFfmpeg = QString::number(++number) + ending, byMutagen = "m" + byFfmpeg;
+            SCOPED_TRACE(byFfmpeg.toStdString());
+            makeTone("source" + QString(ending), "-map_metadata -1");
+            QFile::copy(inHome("source" + QString(ending)), inHome(byMutagen));
+            ASSERT_EQ(QProcess::execute("ffmpeg",
+                                        {"-v", "error", "-y", "-i", inHome("source" + QString(ending)), "-c", "copy",
+                                         "-metadata", "title=" + tags.title, "-metadata", "artist=" + tags.artist,
+                                         "-metadata", "album=" + tags.album, "-metadata", "date=" + tags.year,
+                                         "-metadata", "genre=" + tags.genre, inHome(byFfmpeg)}),
+                      0);
+            const char *script = "import sys, mutagen\n"
+                                 "file = mutagen.File(sys.argv[1], easy=True)\n"
+                                 "if file.tags is None: file.add_tags()\n"
+                                 "for key, value in zip(['title','artist','album','date','genre'], sys.argv[2:]):\n"
+                                 "    file[key] = value\n"
+                                 "file.save()\n";
+            ASSERT_EQ(QProcess::execute("/usr/bin/python3", {"-c", script, inHome(byMutagen), tags.title, tags.artist,
+                                                             tags.album, tags.year, tags.genre}),
+                      0);
+            drop({inHome(byFfmpeg), inHome(byMutagen)});
+            ASSERT_EQ(lists.allSongArray()->size(), 2 * number);
+            for (const int row : {0, 1}) {
+                const SongPtr song = lists.allSongArray()->at(row);
+                EXPECT_EQ(song->title(), tags.title);
+                EXPECT_EQ(song->artist(), tags.artist);
+                EXPECT_EQ(song->album(), tags.album);
+                EXPECT_EQ(song->year(), tags.year);
+                EXPECT_EQ(song->genre(), tags.genre);
+            }
+        }
+}
+
+TEST(ImportFileController, FormatsADuration) {
+    EXPECT_EQ(ImportFileController::formatDurationString(59), " 0:59");
+    EXPECT_EQ(ImportFileController::formatDurationString(3599), "59:59");
+    EXPECT_EQ(ImportFileController::formatDurationString(3661), " 1:01:01");
+}
