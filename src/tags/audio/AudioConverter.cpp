@@ -3,12 +3,12 @@
 #include "platform/media/AvFile.h"
 #include "tags/audio/AudioLength.h"
 #include "tags/audio/AudioSource.h"
-#include "tags/audio/MpegAudioInfo.h"
 
 #include <QFileInfo>
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <span>
 
 namespace {
 
@@ -47,12 +47,10 @@ bool announcesDoubledRate(std::span<const uint8_t> configuration) {
     return false;
 }
 
-const char *kindOf(const AudioSource &source, const QString &path) {
+const char *kindOf(const AudioSource &source, const AudioLength &length) {
     const AVCodecParameters &codec = *source.stream()->codecpar;
-    if (source.container() == AudioSource::Container::MPEG) {
-        const auto info = mpegAudioInfo(path);
-        return info && info->layer == 3 ? "MP3 audio" : nullptr;
-    }
+    if (source.container() == AudioSource::Container::MPEG)
+        return length.mpegLayer == 3 ? "MP3 audio" : nullptr;
     const bool isPlainAAC =
         source.container() == AudioSource::Container::MP4 && codec.codec_id == AV_CODEC_ID_AAC &&
         !announcesDoubledRate({codec.extradata, static_cast<size_t>(std::max(codec.extradata_size, 0))});
@@ -78,12 +76,10 @@ std::optional<QVariantMap> AudioConverter::getAudioFileInfo(const QString &path)
     const auto source = AudioSource::open(path);
     if (!source)
         return std::nullopt;
-    const char *kind = kindOf(*source, path);
+    const auto length = audioLength(path, *source);
+    const char *kind = length ? kindOf(*source, *length) : nullptr;
     if (!kind)
         return QVariantMap();
-    const auto length = audioLength(path);
-    if (!length)
-        return std::nullopt;
     return QVariantMap{{"FourCCKey", QString::fromLatin1(kind)},
                        {"SampleRateKey", length->sampleRate},
                        {"BitrateKey", static_cast<int>(std::lround(length->bitRate))},

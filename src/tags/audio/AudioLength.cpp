@@ -75,11 +75,13 @@ AudioLength mp4Length(const QString &path, AudioSource &source) {
 
 std::optional<AudioLength> audioLength(const QString &path) {
     const auto source = AudioSource::open(path);
-    if (!source)
-        return std::nullopt;
-    const AVStream &stream = *source->stream();
+    return source ? audioLength(path, *source) : std::nullopt;
+}
+
+std::optional<AudioLength> audioLength(const QString &path, AudioSource &source) {
+    const AVStream &stream = *source.stream();
     AudioLength length;
-    switch (source->container()) {
+    switch (source.container()) {
     case AudioSource::Container::MPEG: {
         const auto info = mpegAudioInfo(path);
         if (!info)
@@ -89,15 +91,16 @@ std::optional<AudioLength> audioLength(const QString &path) {
         return AudioLength{.seconds = isBetterKnown ? secondsOf(stream, stream.duration) : info->seconds,
                            .isExact = info->isExact,
                            .bitRate = static_cast<double>(info->bitRate),
-                           .sampleRate = static_cast<double>(info->sampleRate)};
+                           .sampleRate = static_cast<double>(info->sampleRate),
+                           .mpegLayer = info->layer};
     }
     case AudioSource::Container::MP4:
-        length = mp4Length(path, *source);
+        length = mp4Length(path, source);
         break;
     case AudioSource::Container::Other:
         length.seconds = stream.duration > 0
                              ? secondsOf(stream, stream.duration)
-                             : std::max(0.0, static_cast<double>(source->input()->duration) / AV_TIME_BASE);
+                             : std::max(0.0, static_cast<double>(source.input()->duration) / AV_TIME_BASE);
         length.bitRate = static_cast<double>(stream.codecpar->bit_rate);
         break;
     }
