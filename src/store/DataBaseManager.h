@@ -86,6 +86,7 @@ private:
     [[nodiscard]] std::unique_lock<std::mutex> holdOnThisThread();
     bool openConnection(const QString &path);
     sqlite3 *openedDataBase();
+    int32_t insertSongItem(SongItem &song, Statement &statement);
     std::optional<int> highestNumber(const char *sql, const char *failure);
     QString coverTarget(const SongItem &song, int32_t number, qsizetype index) const;
 

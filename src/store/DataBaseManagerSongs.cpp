@@ -85,7 +85,11 @@ QString DataBaseManager::coverTarget(const SongItem &song, int32_t number, qsize
 }
 
 int32_t DataBaseManager::insertSongItem(SongItem &song) {
-    openedDataBase();
+    Statement statement(openedDataBase(), kInsertSong);
+    return insertSongItem(song, statement);
+}
+
+int32_t DataBaseManager::insertSongItem(SongItem &song, Statement &statement) {
     if (!isLastSongIDKnown_)
         LastSongID();
     if (!isLastSongIDKnown_) {
@@ -122,7 +126,6 @@ int32_t DataBaseManager::insertSongItem(SongItem &song) {
     if (!names.isEmpty())
         logLine("mstrCoverImages " + names.join(','));
 
-    Statement statement(dataBase_, kInsertSong);
     if (!statement) {
         logLine("insertSongItem: sqlite3_prepare failed");
         return -1;
@@ -163,8 +166,13 @@ QList<int32_t> DataBaseManager::insertSongItems(const QList<std::shared_ptr<Song
     }
     QList<int32_t> numbers;
     numbers.reserve(songs.size());
-    for (const auto &song : songs)
-        numbers << insertSongItem(*song);
+    {
+        Statement statement(dataBase_, kInsertSong);
+        for (const auto &song : songs) {
+            numbers << insertSongItem(*song, statement);
+            statement.reset();
+        }
+    }
     if (const int code = sqlite3_exec(dataBase_, "COMMIT", nullptr, nullptr, nullptr); code != SQLITE_OK) {
         logLine(QStringLiteral("insertSongItems: COMMIT failed: %1").arg(code));
         sqlite3_exec(dataBase_, "ROLLBACK", nullptr, nullptr, nullptr);

@@ -44,6 +44,11 @@ public:
     }
 
     int step() { return sqlite3_step(handle_); }
+    /// Ready for another run with other parameters.
+    void reset() {
+        sqlite3_reset(handle_);
+        bound_ = 0;
+    }
 
     int integer(int column) const { return sqlite3_column_int(handle_, column); }
 
