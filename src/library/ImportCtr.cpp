@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char *kIsFirstImport = "IsFirstImportLocalFile"; // true once a first import has happened
 // A transaction of so many rows takes the main thread some milliseconds.
-constexpr qsizetype kRowsAtOnce = 500;
+constexpr qsizetype kRowsAtOnce = 200;
 
 } // namespace
 
@@ -88,12 +88,15 @@ void ImportCtr::insertNext() {
         song->setAddedDate(QDateTime::currentDateTimeUtc());
     const QList<int32_t> numbers =
         songs.isEmpty() ? QList<int32_t>() : DataBaseManager::defaultManager().insertSongItems(songs);
+    SongArray taken;
     for (qsizetype i = 0; i < songs.size(); ++i) {
         if (numbers.at(i) <= 0)
             continue;
         songs.at(i)->setSongID(numbers.at(i));
-        inserted_ << songs.at(i);
+        taken << songs.at(i);
     }
+    lists_.noteImported(taken);
+    inserted_ += taken;
     if (!arriving_.isEmpty()) {
         performAfterDelay(/*seconds=*/0, this, [this] { insertNext(); });
         return;

@@ -13,8 +13,8 @@
 namespace {
 
 constexpr std::chrono::milliseconds kLookInterval{30};
-constexpr int kTicksToSheet = 10;    // 0.3 s of search
-constexpr int kTicksOfPatience = 20; // 0.6 s, which an ordinary file never takes
+constexpr qint64 kTimeToSheet = 300; // ms of search
+constexpr qint64 kPatience = 500;    // ms after a cancel, which an ordinary file never takes
 constexpr std::chrono::milliseconds kPatienceAtEnd{200};
 constexpr int32_t kCancelled = -1;
 
@@ -107,6 +107,7 @@ void ImportFileController::setFiles(const QStringList &files) { work_->files = f
 void ImportFileController::runModalForMainWindow(QWidget *window) {
     window_ = window;
     thread_ = std::thread([work = work_] { importThreadFun(work); });
+    clock_.start();
     lookTimer_.start();
 }
 
@@ -115,12 +116,11 @@ bool ImportFileController::isUserCancelled() const { return work_->isCancelled()
 void ImportFileController::cancelButtonClick() {
     work_->resultCode.store(kCancelled, std::memory_order_relaxed);
     view_->disableCancel();
-    ticks_ = 0;
+    clock_.start();
 }
 
 // The worker tells nobody: who is left to itself has nobody to tell.
 void ImportFileController::look() {
-    ++ticks_;
     bool hasFound = false;
     bool hasEnded = false;
     {
@@ -128,11 +128,11 @@ void ImportFileController::look() {
         hasFound = work_->hasFound;
         hasEnded = work_->hasEnded;
     }
-    if (hasEnded || (isUserCancelled() && ticks_ >= kTicksOfPatience)) {
+    if (hasEnded || (isUserCancelled() && clock_.elapsed() >= kPatience)) {
         importDone();
         return;
     }
-    if (hasFound || ticks_ >= kTicksToSheet)
+    if (hasFound || clock_.elapsed() >= kTimeToSheet)
         showSheet();
     if (!hasFound)
         return;

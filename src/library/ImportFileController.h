@@ -8,6 +8,7 @@
 #include "store/SongArray.h"
 #include "views/dialogs/ImportFileView.h"
 
+#include <QElapsedTimer>
 #include <QImage>
 #include <QObject>
 #include <QPointer>
@@ -79,7 +80,7 @@ private:
     std::shared_ptr<ImportWork> work_;
     std::thread thread_; // until its end was seen, or patience was over
     QTimer lookTimer_;
-    int ticks_ = 0; // of lookTimer_, since the start or the cancel
+    QElapsedTimer clock_; // since the start, or the cancel
     QPointer<QWidget> window_;
     std::unique_ptr<ImportFileView> view_;
     QStringList failures_;

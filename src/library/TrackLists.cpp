@@ -83,6 +83,14 @@ void TrackLists::insertNewRecording(const SongPtr &song) {
         index_->put(*song);
 }
 
+void TrackLists::noteImported(const SongArray &songs) {
+    for (const SongPtr &song : songs) {
+        noteUntagged(*song);
+        if (index_)
+            index_->put(*song);
+    }
+}
+
 void TrackLists::insertImported(const SongArray &songs) {
     SongArray all;
     all.reserve(songs.size() + marrAllSongs_->size());
@@ -90,11 +98,6 @@ void TrackLists::insertImported(const SongArray &songs) {
     all += *marrAllSongs_;
     *marrAllSongs_ = std::move(all);
     sortedBy_.clear();
-    for (const SongPtr &song : songs) {
-        noteUntagged(*song);
-        if (index_)
-            index_->put(*song);
-    }
 }
 
 void TrackLists::sortAllSongs(const QList<SortDescriptor> &descriptors) {

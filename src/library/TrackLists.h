@@ -25,8 +25,11 @@ public:
     /// where `loaded` has them as well, they are the same tracks.
     void takeTracks(TrackLists loaded);
     void insertNewRecording(const SongPtr &song);
-    /// Puts `songs` before all others, the last of them first, in one pass whatever their number. They are not of this
-    /// run.
+    /// Most of the work of insertImported(), for some of its songs ahead of it. It must follow soon: they count among
+    /// the untagged ones from here on.
+    void noteImported(const SongArray &songs);
+    /// Puts `songs`, each of them noted, before all others, the last of them first, in one pass whatever their number.
+    /// They are not of this run.
     void insertImported(const SongArray &songs);
     /// Sorts all tracks in place, unless they stand in that order already. Whoever else sorts them does it by what the
     /// next call here asks for.

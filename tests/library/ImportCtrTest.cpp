@@ -48,6 +48,7 @@ protected:
     void SetUp() override {
         setLogSink([](const QString &) {});
         ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
+        ASSERT_TRUE(DataBaseManager::defaultManager().loadDataBase());
         page.show();
         importCtr.emplace(*this, lists, page);
     }

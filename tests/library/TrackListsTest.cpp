@@ -154,7 +154,10 @@ TEST(TrackLists, TakeManyAtOnceTheLastOneFirst) {
     TrackLists lists;
     lists.setAllSongs({songWith("Old", "Somebody")});
     ASSERT_EQ(lists.search(lists.allSongArray(), "new")->size(), 0); // from here on it has an index
-    lists.insertImported({songWith("New 1", "Somebody"), songWith("New 2", "Unknown Artist")});
+    const SongArray arriving{songWith("New 1", "Somebody"), songWith("New 2", "Unknown Artist")};
+    lists.noteImported(arriving);
+    EXPECT_EQ(lists.search(lists.allSongArray(), "new")->size(), 0);
+    lists.insertImported(arriving);
     QStringList titles;
     for (const SongPtr &song : *lists.allSongArray())
         titles << song->title();

@@ -7,7 +7,7 @@
 #include <QPushButton>
 
 OpenMusicPanel::OpenMusicPanel(QWidget *window, const QString &folder)
-    : QFileDialog(window, localizedString("Import Local Audio..."), folder) {
+    : QFileDialog(window, localizedString("Import Local Audio...").remove(QStringLiteral("...")), folder) {
     // The desktop's own panel takes files or folders, never both.
     setOption(QFileDialog::DontUseNativeDialog);
     setWindowModality(Qt::WindowModal);

@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <QMimeData>
+#include <QUrl>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -16,28 +17,13 @@ bool isMusic(const QString &path) {
            ending.compare(QLatin1String(".m4a"), Qt::CaseInsensitive) == 0;
 }
 
-// By hand, since a drag may bring a hundred thousand of them, and QUrl takes its time with each. Bytes that are no
-// UTF-8 show as replacement characters.
-QString localPath(QByteArrayView uri) {
-    constexpr QByteArrayView kScheme = "file://";
-    if (!uri.startsWith(kScheme))
-        return {};
-    const qsizetype start = uri.indexOf('/', kScheme.size()); // behind the host, which is this one
-    return start < 0 ? QString() : QString::fromUtf8(QByteArray::fromPercentEncoding(uri.sliced(start).toByteArray()));
-}
-
-/// Calls `work` with each local path, until it says that it has enough.
+/// Calls `work` with each local path, until it says that it has enough. Bytes that are no UTF-8 show as replacement
+/// characters. A host in front of the path is this one.
 template <typename Work>
 void forEachPath(const QMimeData &data, Work work) {
-    const QByteArray uris = data.data(QStringLiteral("text/uri-list"));
-    for (qsizetype at = 0; at < uris.size();) {
-        const qsizetype lineEnd = uris.indexOf('\n', at);
-        const qsizetype end = lineEnd < 0 ? uris.size() : lineEnd;
-        const QString path = localPath(QByteArrayView(uris).sliced(at, end - at).trimmed());
-        if (!path.isEmpty() && work(path))
+    for (const QUrl &url : data.urls())
+        if (url.isLocalFile() && work(url.path(QUrl::FullyDecoded)))
             return;
-        at = end + 1;
-    }
 }
 
 struct FolderLook {
