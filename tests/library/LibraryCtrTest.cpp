@@ -5,6 +5,7 @@
 #include "platform/run/Log.h"
 #include "platform/run/NotificationCenter.h"
 #include "store/DataBaseManager.h"
+#include "support/MadeAudio.h"
 #include "views/controls/SketchButton.h"
 #include "views/library/MyOutlineView.h"
 #include "views/library/MyTableView.h"
@@ -14,6 +15,7 @@
 #include "views/window/PlayPanel.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
@@ -205,6 +207,30 @@ TEST_F(LibraryCtrTest, SearchesWithinTheCategory) {
     isRecordView = true;
     search.setText("cafe");
     EXPECT_EQ(status, ""); // the recording page tells of its own tracks
+}
+
+TEST_F(LibraryCtrTest, ShowsWhatADropBringsInAllMusic) {
+    fill({"One", "Track 7"});
+    const auto drop = [this](const QString &path) {
+        NotificationCenter::defaultCenter().postNotification("HasImportedFiles", QStringList{path});
+        EXPECT_EQ(library->category(), "All Music");
+        const QDeadlineTimer end(30'000);
+        while (library->importCtr().isImporting() && !end.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+    };
+    drop(makeTone("a.mp3", "-metadata title=New"));
+    EXPECT_EQ(shown(), QStringList({"New", "One", "Track 7"}));
+    EXPECT_TRUE(library->listViewCtr().sortArray().isEmpty());
+    EXPECT_TRUE(status.startsWith("3 tracks"));
+    EXPECT_EQ(library->pageControls().badgeCount(kNewlyRecorded), 0);
+    // What a search has found stays; the counts follow.
+    search.setText("track");
+    drop(makeTone("b.mp3", "-metadata title=Newer"));
+    EXPECT_EQ(shown(), QStringList({"Track 7"}));
+    EXPECT_EQ(shown(), QStringList({"Track 7"}));
+    EXPECT_EQ(library->pageControls().badgeCount(kAllMusic), 4);
+    search.clear();
+    EXPECT_EQ(shown().first(), "Newer");
 }
 
 TEST_F(LibraryCtrTest, DeletesWhatIsSelected) {
