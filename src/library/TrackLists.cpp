@@ -57,20 +57,19 @@ TrackLists::TrackLists(SongArray songs) : TrackLists() {
 }
 
 void TrackLists::takeTracks(TrackLists loaded) {
-    if (!marrNewRecord_->isEmpty()) {
+    if (!marrAllSongs_->isEmpty()) {
         QSet<int32_t> listed;
-        for (const SongPtr &song : std::as_const(*marrNewRecord_))
+        for (const SongPtr &song : std::as_const(*marrAllSongs_))
             listed.insert(song->songID());
         SongArray twice;
         std::ranges::copy_if(std::as_const(*loaded.marrAllSongs_), std::back_inserter(twice),
                              [&](const SongPtr &song) { return listed.contains(song->songID()); });
         loaded.remove(twice);
-        for (qsizetype i = marrNewRecord_->size() - 1; i >= 0; --i)
-            loaded.insertNewRecording(marrNewRecord_->at(i));
+        loaded.noteImported(*marrAllSongs_);
     }
-    *marrAllSongs_ = std::move(*loaded.marrAllSongs_);
+    *marrAllSongs_ += *loaded.marrAllSongs_;
     sortedBy_.clear();
-    untagged_ = std::move(loaded.untagged_);
+    untagged_.unite(loaded.untagged_);
     index_ = std::move(loaded.index_);
 }
 

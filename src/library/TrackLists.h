@@ -21,8 +21,8 @@ public:
     /// The tracks of this run, newest first: each stands in allSongArray() as well.
     const SharedSongArray &newRecordArray() const { return marrNewRecord_; }
 
-    /// Takes the tracks of `loaded`, which has none of this run, in place of its own. Those of this run stay in front;
-    /// where `loaded` has them as well, they are the same tracks.
+    /// Takes the tracks of `loaded` in behind its own, which came while they were read. A track that both have is the
+    /// one that came.
     void takeTracks(TrackLists loaded);
     void insertNewRecording(const SongPtr &song);
     /// Most of the work of insertImported(), for some of its songs ahead of it. It must follow soon: they count among

@@ -151,8 +151,7 @@ TEST(TrackLists, KeepTheirOrderAndForgetWhatIsGone) {
 }
 
 TEST(TrackLists, TakeManyAtOnceTheLastOneFirst) {
-    TrackLists lists;
-    lists.setAllSongs({songWith("Old", "Somebody")});
+    TrackLists lists({songWith("Old", "Somebody")});
     ASSERT_EQ(lists.search(lists.allSongArray(), "new")->size(), 0); // from here on it has an index
     const SongArray arriving{songWith("New 1", "Somebody"), songWith("New 2", "Unknown Artist")};
     lists.noteImported(arriving);
