@@ -79,7 +79,7 @@ QByteArray noteFor(const Trash &trash, const QByteArray &path) {
 }
 
 /// 0, or what went wrong. EEXIST means that `name` is taken.
-int moveUnder(const QByteArray &name, const Trash &trash, const QByteArray &path) {
+int moveUnder(const QByteArray &name, const Trash &trash, const QByteArray &path, TrashedFile &trashed) {
     const QByteArray notePath = trash.folder + "/info/" + name + ".trashinfo";
     const int descriptor = open(notePath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (descriptor < 0)
@@ -96,6 +96,8 @@ int moveUnder(const QByteArray &name, const Trash &trash, const QByteArray &path
         failure = errno;
     if (failure != 0)
         unlink(notePath.constData());
+    trashed.file = target;
+    trashed.note = notePath;
     return failure;
 }
 
@@ -107,15 +109,15 @@ QByteArray shortened(const QByteArray &name) {
     return name.left(size > 0 ? size : kLongestName);
 }
 
-int moveInto(const Trash &trash, const QByteArray &path) {
+int moveInto(const Trash &trash, const QByteArray &path, TrashedFile &trashed) {
     const QByteArray base = shortened(path.mid(path.lastIndexOf('/') + 1));
     int failure = EEXIST;
     for (int i = 1; failure == EEXIST && i <= kMostTries; ++i)
-        failure = moveUnder(i == 1 ? base : base + '.' + QByteArray::number(i), trash, path);
+        failure = moveUnder(i == 1 ? base : base + '.' + QByteArray::number(i), trash, path, trashed);
     return failure;
 }
 
-int throwAway(const QString &path) {
+int throwAway(const QString &path, TrashedFile &trashed) {
     if (path.isEmpty() || path.contains(QChar::Null))
         return ENOENT;
     // The folder's real place tells the file system; the file itself may be a link, which goes and not what it names.
@@ -128,16 +130,63 @@ int throwAway(const QString &path) {
     // A library from elsewhere may name anything: a folder with all that is in it is no track.
     if (S_ISDIR(status->st_mode))
         return EISDIR;
+    trashed.path = path;
+    trashed.identity = status->st_ino;
     const auto trash = trashFor(whole);
-    return trash ? moveInto(*trash, whole) : EXDEV;
+    return trash ? moveInto(*trash, whole, trashed) : EXDEV;
+}
+
+/// Moves a file to where nothing stands. 0, or what went wrong; EEXIST where something does.
+int moveToFree(const QByteArray &from, const QByteArray &to) {
+    if (renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return errno;
+    // Some network file systems know links only.
+    if (link(from.constData(), to.constData()) != 0)
+        return errno;
+    unlink(from.constData());
+    return 0;
+}
+
+/// "song.mp3", "song 2.mp3", "song 3.mp3" and so on.
+QString numbered(const QString &path, int number) {
+    const QFileInfo file(path);
+    if (number == 1)
+        return path;
+    const QString ending = file.suffix().isEmpty() ? QString() : QLatin1Char('.') + file.suffix();
+    return file.path() + QLatin1Char('/') + file.completeBaseName() + QLatin1Char(' ') + QString::number(number) +
+           ending;
 }
 
 } // namespace
 
-bool moveToTrash(const QString &path, QString *error) {
-    const int failure = throwAway(path);
+bool moveToTrash(const QString &path, QString *error, TrashedFile *trashed) {
+    TrashedFile gone;
+    const int failure = throwAway(path, gone);
     if (failure != 0 && error)
         *error =
             failure == EXDEV ? localizedString("There is no Trash where the file stands.") : qt_error_string(failure);
+    if (failure == 0 && trashed)
+        *trashed = gone;
     return failure == 0;
+}
+
+QString restoreFromTrash(const TrashedFile &trashed, QString *error) {
+    const auto status = statusOf(trashed.file);
+    int failure = status && status->st_ino == trashed.identity ? EEXIST : ENOENT;
+    if (failure == EEXIST)
+        QDir().mkpath(QFileInfo(trashed.path).path()); // where that fails the move says why
+    QString path;
+    for (int i = 1; failure == EEXIST && i <= kMostTries; ++i) {
+        path = numbered(trashed.path, i);
+        failure = moveToFree(trashed.file, QFile::encodeName(path));
+    }
+    if (failure != 0) {
+        if (error)
+            *error = qt_error_string(failure);
+        return {};
+    }
+    unlink(trashed.note.constData());
+    return path;
 }

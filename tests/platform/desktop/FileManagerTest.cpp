@@ -83,6 +83,37 @@ TEST(FileManager, WhatCannotGoToTheTrashStaysAndTheReasonIsTold) {
     EXPECT_TRUE(QFile::exists(linked));
 }
 
+TEST(FileManager, AFileComesBackFromTheTrashBesideWhatTookItsPlace) {
+    const auto trashed = [](const QString &path) {
+        TrashedFile file;
+        EXPECT_TRUE(moveToTrash(path, nullptr, &file));
+        return file;
+    };
+    ASSERT_TRUE(QDir::home().mkpath("folder"));
+    const TrashedFile file = trashed(makeFile("folder/a.b.mp3", "first"));
+    ASSERT_TRUE(QDir::home().rmdir("folder"));
+    EXPECT_EQ(restoreFromTrash(file), inHome("folder/a.b.mp3"));
+    EXPECT_EQ(bytesOf(inHome("folder/a.b.mp3")), "first");
+    EXPECT_TRUE(QDir(inHome(kTrash) + "/info").isEmpty());
+    QString error;
+    EXPECT_EQ(restoreFromTrash(file, &error), QString()); // it is back already
+    EXPECT_FALSE(error.isEmpty());
+
+    const TrashedFile second = trashed(inHome("folder/a.b.mp3"));
+    for (const char *name : {"folder/a.b.mp3", "folder/a.b 2.mp3"})
+        makeFile(name, "new");
+    EXPECT_EQ(restoreFromTrash(second), inHome("folder/a.b 3.mp3"));
+    EXPECT_EQ(bytesOf(inHome("folder/a.b.mp3")), "new");
+
+    // The Trash was emptied, and has another file of the name.
+    const TrashedFile lost = trashed(inHome("folder/a.b 3.mp3"));
+    ASSERT_EQ(::rename(lost.file.constData(), qPrintable(inHome("elsewhere"))), 0);
+    ASSERT_TRUE(QFile::remove(QFile::decodeName(lost.note)));
+    trashed(makeFile("folder/a.b 3.mp3", "other"));
+    EXPECT_EQ(restoreFromTrash(lost, &error), QString());
+    EXPECT_FALSE(QFile::exists(inHome("folder/a.b 3.mp3")));
+}
+
 TEST(FileManager, AnotherFileSystemHasATrashOfItsOwn) {
     const QTemporaryDir folder("/dev/shm/corvidia-XXXXXX");
     struct stat here {
