@@ -11,6 +11,7 @@
 #include "store/SongItem.h"
 
 #include <QList>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -61,6 +62,9 @@ public:
     /// rates and format stay as they were inserted. True also when there is no such row.
     bool updateSongItem(SongItem &song);
 
+    /// The same for many, in one transaction.
+    void updateSongItems(const QList<std::shared_ptr<SongItem>> &songs);
+
     /// Whether a track has this path. Never for a path that holds a double quote. Any thread while a library is open;
     /// only on the main thread does it open one.
     bool isTheFileInDataBase(const QString &path);
@@ -85,6 +89,7 @@ private:
 
     [[nodiscard]] std::unique_lock<std::mutex> holdOnThisThread();
     bool openConnection(const QString &path);
+    void inOneTransaction(const char *name, const std::function<void()> &work);
     sqlite3 *openedDataBase();
     int32_t insertSongItem(SongItem &song, Statement &statement);
     std::optional<int> highestNumber(const char *sql, const char *failure);

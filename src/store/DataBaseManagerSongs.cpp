@@ -305,12 +305,25 @@ bool DataBaseManager::deleteSongItem(const SongItem &song) {
 }
 
 void DataBaseManager::deleteSongItems(const QList<std::shared_ptr<SongItem>> &songs) {
+    inOneTransaction("deleteSongItems", [&] {
+        for (const auto &song : songs)
+            deleteSongItem(*song);
+    });
+}
+
+void DataBaseManager::updateSongItems(const QList<std::shared_ptr<SongItem>> &songs) {
+    inOneTransaction("updateSongItems", [&] {
+        for (const auto &song : songs)
+            updateSongItem(*song);
+    });
+}
+
+void DataBaseManager::inOneTransaction(const char *name, const std::function<void()> &work) {
     sqlite3_exec(openedDataBase(), "BEGIN", nullptr, nullptr, nullptr);
-    for (const auto &song : songs)
-        deleteSongItem(*song);
+    work();
     // Without a transaction, since somebody holds the library, each row was on its own.
     if (const int code = sqlite3_exec(dataBase_, "COMMIT", nullptr, nullptr, nullptr); code != SQLITE_OK) {
-        logLine(QStringLiteral("deleteSongItems: COMMIT failed: %1").arg(code));
+        logLine(QStringLiteral("%1: COMMIT failed: %2").arg(QLatin1String(name)).arg(code));
         sqlite3_exec(dataBase_, "ROLLBACK", nullptr, nullptr, nullptr);
     }
 }
