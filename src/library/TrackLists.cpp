@@ -117,6 +117,39 @@ void TrackLists::remove(const SongArray &songs) {
     marrNewRecord_->removeIf(isGone);
 }
 
+void TrackLists::restore(const SongArray &songs, const SongArray &allBefore, const SongArray &newBefore) {
+    sortedBy_.clear();
+    for (const SongPtr &song : songs) {
+        noteUntagged(*song);
+        if (index_)
+            index_->put(*song);
+    }
+    putBack(songs, allBefore, *marrAllSongs_);
+    putBack(songs, newBefore, *marrNewRecord_);
+}
+
+void TrackLists::putBack(const SongArray &songs, const SongArray &before, SongArray &now) {
+    const QSet<SongPtr> missing(songs.begin(), songs.end());
+    QHash<const SongItem *, qsizetype> places;
+    places.reserve(before.size());
+    for (qsizetype i = 0; i < before.size(); ++i)
+        places.insert(before.at(i).get(), i);
+    SongArray whole;
+    whole.reserve(now.size() + songs.size());
+    qsizetype passed = 0; // of `before`
+    const auto passTo = [&](qsizetype end) {
+        for (; passed < end; ++passed)
+            if (missing.contains(before.at(passed)))
+                whole.append(before.at(passed));
+    };
+    for (const SongPtr &song : std::as_const(now)) {
+        passTo(places.value(song.get(), 0));
+        whole.append(song);
+    }
+    passTo(before.size());
+    now = std::move(whole);
+}
+
 void TrackLists::songChanged(const SongPtr &song) {
     if (!marrAllSongs_->contains(song))
         return; // it was deleted while its texts were on their way

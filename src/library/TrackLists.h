@@ -36,6 +36,10 @@ public:
     void sortAllSongs(const QList<SortDescriptor> &descriptors);
     /// Takes `songs` out of both lists, in one pass whatever their number.
     void remove(const SongArray &songs);
+    /// Puts removed tracks back to where they stood in the lists as these were.
+    void restore(const SongArray &songs, const SongArray &allBefore, const SongArray &newBefore);
+    /// Puts those of `songs` that stood in `before` back into `now`, each before what followed it then.
+    static void putBack(const SongArray &songs, const SongArray &before, SongArray &now);
     /// Title, artist or album of `song` changed. Must follow each such change; nothing for a track of no list.
     void songChanged(const SongPtr &song);
 

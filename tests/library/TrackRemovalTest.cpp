@@ -1,0 +1,97 @@
+#include "library/TrackRemoval.h"
+
+#include "platform/files/Folders.h"
+#include "platform/run/Log.h"
+#include "store/DataBaseManager.h"
+#include "support/MadeAudio.h"
+
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+
+namespace {
+
+class TrackRemovalTest : public testing::Test {
+protected:
+    void SetUp() override {
+        setLogSink([](const QString &) {});
+        ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
+        for (int i = 0; i < 5; ++i)
+            all << made(QString::number(i));
+        lists.setAllSongs(all);
+        *lists.newRecordArray() = {all[1], all[3]};
+    }
+    void TearDown() override { setLogSink({}); }
+    static SongPtr made(const QString &title) {
+        auto song = std::make_shared<SongItem>();
+        song->setTitle(title);
+        song->setSongPath(makeFile(title + ".mp3", title.toStdString()));
+        song->setCoverImages({makeFile(title + ".png", "picture of " + title.toStdString())});
+        song->setCoverImageIndex(0);
+        song->setAddedDate(QDateTime::currentDateTimeUtc().addSecs(-title.toInt()));
+        song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
+        return song;
+    }
+    /// As the library does it.
+    void remove(const SongArray &songs, SongArray &shown) {
+        removal.emplace(songs, lists, shown);
+        for (const SongPtr &song : songs) {
+            TrashedFile file;
+            ASSERT_TRUE(moveToTrash(song->songPath(), nullptr, &file));
+            removal->didTrash(*song, file);
+            shown.removeAll(song);
+        }
+        DataBaseManager::defaultManager().deleteSongItems(songs);
+        lists.remove(songs);
+    }
+    static QString titles(const SongArray &songs) {
+        QString text;
+        for (const SongPtr &song : songs)
+            text += song->title();
+        return text;
+    }
+    QString inDatabase() const {
+        QStringList rows;
+        const auto stored = DataBaseManager::defaultManager().getAllSongItems();
+        for (const SongPtr &row : *stored)
+            rows << row->title() + ' ' + QString::fromStdString(bytesOf(row->imagePath()));
+        rows.sort();
+        return rows.join(", ");
+    }
+
+    SongArray all;
+    TrackLists lists;
+    std::optional<TrackRemoval> removal;
+};
+
+} // namespace
+
+TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStood) {
+    const auto shown = std::make_shared<SongArray>(SongArray{all[4], all[3], all[1]});
+    remove({all[0], all[1], all[3], all[4]}, *shown);
+    EXPECT_TRUE(shown->isEmpty());
+    EXPECT_EQ(inDatabase(), "2 picture of 2");
+    lists.insertNewRecording(made("9"));
+    makeFile("3.mp3", "another one");
+    EXPECT_EQ(removal->undo(lists, shown).size(), 4);
+    EXPECT_EQ(titles(*lists.allSongArray()), "901234");
+    EXPECT_EQ(titles(*lists.newRecordArray()), "913");
+    EXPECT_EQ(titles(*shown), "431");
+    EXPECT_EQ(inDatabase(),
+              "0 picture of 0, 1 picture of 1, 2 picture of 2, 3 picture of 3, 4 picture of 4, 9 picture of 9");
+    EXPECT_EQ(all[3]->songPath(), inHome("3 2.mp3"));
+    EXPECT_EQ(bytesOf(all[3]->songPath()), "3");
+    EXPECT_EQ(lists.search(lists.allSongArray(), "3")->size(), 1);
+    removal.reset();
+    EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 6);
+}
+
+TEST_F(TrackRemovalTest, LeavesAwayWhatTheTrashHasLost) {
+    SongArray shown = all;
+    remove({all[1], all[2]}, shown);
+    std::reverse(lists.allSongArray()->begin(), lists.allSongArray()->end()); // sorted otherwise meanwhile
+    QFile::remove(inHome(".local/share/Trash/files/1.mp3"));
+    EXPECT_EQ(titles(removal->undo(lists, lists.allSongArray())), "2");
+    EXPECT_EQ(titles(*lists.allSongArray()), "2430");
+    EXPECT_EQ(inDatabase(), "0 picture of 0, 2 picture of 2, 3 picture of 3, 4 picture of 4");
+}
