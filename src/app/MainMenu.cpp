@@ -21,6 +21,7 @@ constexpr std::array kEntries{
     MenuEntry{MenuItem::Next, "Next Track", "Ctrl+Right"},
     MenuEntry{MenuItem::Previous, "Previous Track", "Ctrl+Left"},
     MenuEntry{MenuItem::ShowPlayed, "Show Playing Track", "Ctrl+L"},
+    MenuEntry{MenuItem::Filter, "Filter...", ""},
     MenuEntry{MenuItem::SelectAll, "Select All", "Ctrl+A"},
     MenuEntry{MenuItem::Find, "Find", "Ctrl+F"},
     MenuEntry{MenuItem::ShowFile, "Show in Finder", ""},
@@ -60,7 +61,7 @@ MainMenu::MainMenu(MainMenuDelegate &delegate, QMenu &menu, QWidget &window) : d
     using enum MenuItem;
     add(menu, {Record, Cut});
     menu.addSeparator();
-    add(*subMenu("Control"), {Play, ImportLocalAudio, Next, Previous, ShowPlayed});
+    add(*subMenu("Control"), {Play, ImportLocalAudio, Next, Previous, ShowPlayed, Filter});
     add(*subMenu("Edit"), {SelectAll, Find, ShowFile, Delete});
     add(*subMenu("View"), {ShowRecording, ShowLibrary});
     menu.addSeparator();

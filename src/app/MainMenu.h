@@ -17,6 +17,7 @@ enum class MenuItem {
     Next,
     Previous,
     ShowPlayed,
+    Filter,
     SelectAll,
     Find,
     ShowFile,

@@ -106,6 +106,10 @@ void MainWindowCtr::connectMenu() {
         changeView(MainTab::Library);
         libraryCtr_->showPlayedItem();
     });
+    mainMenu_->onChoice(Filter, onLibrary([this] {
+                            if (window_.filteradsBtn()->isEnabled())
+                                libraryCtr_->filterAds();
+                        }));
     mainMenu_->onChoice(SelectAll, onLibrary([&list] { list.selectAll(); }));
     mainMenu_->onChoice(Find, [this] { focusSearchField(); });
     mainMenu_->onChoice(ShowFile, onLibrary([&list] { list.showInFinder(); }));
@@ -135,6 +139,8 @@ bool MainWindowCtr::validateMenuItem(MenuItem item, const QString &title) {
     case MenuItem::SelectAll:
     case MenuItem::ShowFile:
         return !isDisplayRecordView() && !libraryCtr_->isToolKitShown() && libraryCtr_->getSelectedItem();
+    case MenuItem::Filter:
+        return !isDisplayRecordView() && window_.filteradsBtn()->isEnabled();
     case MenuItem::Play:
     case MenuItem::ImportLocalAudio:
     case MenuItem::Delete:

@@ -1,5 +1,6 @@
 #include "library/LibraryCtr.h"
 
+#include "library/TrackRemoval.h"
 #include "platform/desktop/FileManager.h"
 #include "platform/media/MoviePlayer.h"
 #include "platform/run/LocalizedString.h"
@@ -52,6 +53,7 @@ LibraryCtr::LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views)
     searchCtr_ = std::make_unique<SearchCtr>(*this, lists_, *listViewCtr_, views_.searchFeild, views_.buttons);
     pageControls_ = std::make_unique<PageControls>(*this, lists_);
     importCtr_ = std::make_unique<ImportCtr>(*this, lists_, views_.page);
+    connect(views_.buttons.filterBtn, &QAbstractButton::clicked, this, &LibraryCtr::filterAds);
     connect(views_.buttons.showInFinderBtn, &QAbstractButton::clicked, listViewCtr_.get(), &ListViewCtr::showInFinder);
     updateEmptyText();
 

@@ -7,6 +7,7 @@
 // Threads: main.
 #pragma once
 
+#include "library/FilterAdsController.h"
 #include "library/ImportCtr.h"
 #include "library/PageControls.h"
 #include "library/PlayCtr.h"
@@ -20,6 +21,7 @@
 #include <memory>
 
 class LibraryPage;
+class TrackRemoval;
 
 /// Hears what the library has to say, and answers what it asks for. Outlives its LibraryCtr.
 class LibraryCtrDelegate {
@@ -55,7 +57,8 @@ class LibraryCtr final : public QObject,
                          public SearchCtrDelegate,
                          public PageControlsDelegate,
                          public ToolKitCtrDelegate,
-                         public ImportCtrDelegate {
+                         public ImportCtrDelegate,
+                         public FilterAdsControllerDelegate {
     Q_OBJECT
 public:
     LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views);
@@ -80,6 +83,9 @@ public:
 
     /// What Delete in the menu does: asks, unless the keyboard is in a text.
     void deleteItems();
+    /// Opens the window that weeds the tracks of the shown list.
+    void filterAds();
+    FilterAdsController *filterAdsController() { return filterAdsController_.get(); }
 
     PlayCtr &playCtr() { return *playCtr_; }
     SearchCtr &searchCtr() { return *searchCtr_; }
@@ -108,8 +114,11 @@ private:
     void notficateUpdateForSongItem(const SongPtr &song);
 
     void askAndDelete(const SongArray &songs);
-    void deleteSongItems(const SongArray &songs);
-    void throwAway(const SongItem &song);
+    /// `isFilterAds`: what is left is shown from its first row. `removal`, if there is one, learns what went where.
+    void deleteSongItems(const SongArray &songs, bool isFilterAds = false, TrackRemoval *removal = nullptr);
+    void throwAway(const SongItem &song, TrackRemoval *removal);
+    void deleteFiltered(const SongArray &songs);
+    void saveKeptMarks();
 
     // What the list asks for
     const SongArray &allSongArray() const override { return *lists_.allSongArray(); }
@@ -132,13 +141,20 @@ private:
     // The import
     void showAllMusic() override;
     void didImport() override;
+    // The filter
+    bool canFilter() const override { return true; }
+    void deleteShortFiles() override;
+    void deleteDuplicateFiles() override;
+    SongArray undoDeletion() override;
+    void forgetDeletion() override { lastRemoval_.reset(); }
+    bool playSong(const SongPtr &song) override;
     // Passed on
     bool isRecording() const override { return delegate_.isRecording(); }
     bool isDisplayRecordView() const override { return delegate_.isDisplayRecordView(); }
     void showPlayView(bool isSpectrum) override { delegate_.showPlayView(isSpectrum); }
     void displayStatus(const QString &status) override { delegate_.displayStatus(status); }
     void didPlaySong() override { delegate_.didPlaySong(); }
-    void playbackDidChange() override { delegate_.playbackDidChange(); }
+    void playbackDidChange() override;
     void playbackDidSeek() override { delegate_.playbackDidSeek(); }
 
     LibraryCtrDelegate &delegate_;
@@ -154,6 +170,8 @@ private:
     std::unique_ptr<SearchCtr> searchCtr_;
     std::unique_ptr<PageControls> pageControls_;
     std::unique_ptr<CategoryViewCtr> categoryViewCtr_;
-    std::unique_ptr<ToolKitCtr> toolKitCtr_; // from the first visit on
+    std::unique_ptr<ToolKitCtr> toolKitCtr_;                   // from the first visit on
     std::unique_ptr<ImportCtr> importCtr_;
+    std::shared_ptr<TrackRemoval> lastRemoval_;                // by the filter, while its window is open
+    std::unique_ptr<FilterAdsController> filterAdsController_; // from its first window on
 };

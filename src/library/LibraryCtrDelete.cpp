@@ -1,6 +1,7 @@
 // How tracks leave the library.
 #include "library/LibraryCtr.h"
 
+#include "library/TrackRemoval.h"
 #include "platform/desktop/FileManager.h"
 #include "platform/desktop/Panel.h"
 #include "platform/run/LocalizedString.h"
@@ -40,14 +41,14 @@ void LibraryCtr::askAndDelete(const SongArray &songs) {
         deleteSongItems(songs);
 }
 
-void LibraryCtr::deleteSongItems(const SongArray &songs) {
+void LibraryCtr::deleteSongItems(const SongArray &songs, bool isFilterAds, TrackRemoval *removal) {
     logLine("deleteSongItems ---");
-    const int firstRow = listViewCtr_->tableView()->selectedRow();
+    const int firstRow = isFilterAds ? 0 : listViewCtr_->tableView()->selectedRow();
     const SongArray &recorded = *lists_.newRecordArray();
     const QSet<SongPtr> recordedNow(recorded.begin(), recorded.end());
     SongArray ofThisRun;
     for (const SongPtr &song : songs) {
-        throwAway(*song);
+        throwAway(*song, removal);
         if (recordedNow.contains(song))
             ofThisRun.append(song);
     }
@@ -68,12 +69,16 @@ void LibraryCtr::deleteSongItems(const SongArray &songs) {
 }
 
 /// Only what the program recorded goes to the Trash. The track leaves the library all the same when its file does not.
-void LibraryCtr::throwAway(const SongItem &song) {
+void LibraryCtr::throwAway(const SongItem &song, TrackRemoval *removal) {
     if (song.isImported() || !QFile::exists(song.songPath()))
         return;
     QString error;
-    if (moveToTrash(song.songPath(), &error))
+    TrashedFile trashed;
+    if (moveToTrash(song.songPath(), &error, &trashed)) {
+        if (removal)
+            removal->didTrash(song, trashed);
         return;
+    }
     logLine(QStringLiteral("%1 stays: %2").arg(song.songPath(), error));
     runPanel({localizedString("Remove the music failed! Maybe it is in use,or you do not have the privilege to do so"),
               song.songPath(),

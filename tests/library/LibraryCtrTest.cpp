@@ -14,6 +14,7 @@
 #include "views/window/LibraryPage.h"
 #include "views/window/PlayPanel.h"
 
+#include <QComboBox>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
@@ -298,4 +299,56 @@ TEST_F(LibraryCtrTest, LeavesTheTracksAloneWhileTheKeyboardIsInAText) {
     library->deleteItems();
     EXPECT_TRUE(asked.isEmpty());
     EXPECT_TRUE(log.contains("is text"));
+}
+
+TEST_F(LibraryCtrTest, WeedsTheShownListAndBringsItBack) {
+    fill({"One", "Two", "Three", "Four"});
+    go(kAllMusic);
+    const SongArray all = *library->listViewCtr().songArray();
+    all[0]->setIsImported(true);
+    all[2]->setIsAds(false);
+    all[3]->setLength(60'001);
+    search.setText("o"); // "Three" is not among the found
+    ASSERT_TRUE(filter.isEnabled());
+    filter.click();
+    FilterView &view = *library->filterAdsController()->view();
+    view.findChild<QComboBox *>()->setCurrentIndex(4);
+    const auto press = [&view](const char *title) {
+        for (auto *button : view.findChildren<QPushButton *>())
+            if (button->text() == title)
+                button->click();
+    };
+    search.setText("");
+    library->addNewRecordingSong(song("Came meanwhile"));
+    press("Remove");
+    EXPECT_EQ(shown(), QStringList({"Came meanwhile", "Three", "Four"}));
+    EXPECT_EQ(table().selectedRowIndexes(), QList<int>{0});
+    EXPECT_EQ(rowsInDatabase(), 3);
+    EXPECT_TRUE(QFile::exists(all[0]->songPath())); // somebody else's
+    EXPECT_FALSE(QFile::exists(all[1]->songPath()));
+    press("Undo");
+    EXPECT_EQ(shown(), QStringList({"Came meanwhile", "One", "Two", "Three", "Four"}));
+    EXPECT_EQ(rowsInDatabase(), 5);
+    EXPECT_TRUE(QFile::exists(all[1]->songPath()));
+    const auto stored = DataBaseManager::defaultManager().getAllSongItems();
+    for (const SongPtr &row : *stored)
+        EXPECT_EQ(row->isAds(), row->title() != "Three") << qPrintable(row->title());
+}
+
+TEST_F(LibraryCtrTest, ThrowsDuplicatesAwayWhereverTheyCameFrom) {
+    const SongArray all{song("Twice"), song("Once"), song("Gone", "Somebody", /*hasFile=*/false)};
+    library->setAllSongs(all);
+    go(kUntagged);
+    EXPECT_FALSE(filter.isEnabled());
+    go(kAllMusic);
+    all[0]->setDeleteForDuplicate(true);
+    all[2]->setDeleteForDuplicate(true);
+    FilterAdsControllerDelegate &forFilter = *library;
+    forFilter.deleteDuplicateFiles();
+    EXPECT_EQ(shown(), QStringList("Once"));
+    EXPECT_FALSE(QFile::exists(all[0]->songPath()));
+    EXPECT_FALSE(forFilter.playSong(all[2]));
+    EXPECT_EQ(forFilter.undoDeletion().size(), 2);
+    EXPECT_EQ(shown().size(), 3);
+    EXPECT_TRUE(forFilter.undoDeletion().isEmpty());
 }
