@@ -13,7 +13,7 @@ constexpr int kMargin = 3; // for the line that tells where the keyboard is
 void paintCheckBox(QPainter &painter, const QPointF &place, bool isChecked, bool isEnabled) {
     painter.setPen(sketchPen(lookColour(isEnabled ? LookColour::Ink : LookColour::Line), 1.4));
     painter.setBrush(lookColour(LookColour::Sheet));
-    painter.drawPath(sketchedRect(QRectF(place, QSizeF(kCheckBoxSize, kCheckBoxSize)), 4));
+    painter.drawPath(sketchedRect(QRectF(place, QSizeF(kCheckBoxSize, kCheckBoxSize)), 3));
     if (!isChecked)
         return;
     painter.setPen(sketchPen(lookColour(isEnabled ? LookColour::Teal : LookColour::Line), 2.2));

@@ -3,6 +3,7 @@
 #include "views/controls/Look.h"
 #include "views/controls/Sketch.h"
 
+#include <QAbstractItemView>
 #include <QPainter>
 
 namespace {
@@ -20,6 +21,12 @@ QSize SketchedComboBox::sizeHint() const {
     for (int i = 0; i < count(); ++i)
         widest = qMax(widest, fontMetrics().horizontalAdvance(itemText(i)));
     return {kSideMargin + widest + kArrowRoom, 30};
+}
+
+// The list is a window of its own, which would take the desktop's colours.
+void SketchedComboBox::showPopup() {
+    view()->setPalette(palette());
+    QComboBox::showPopup();
 }
 
 void SketchedComboBox::paintEvent(QPaintEvent *) {

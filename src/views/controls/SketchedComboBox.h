@@ -12,6 +12,7 @@ public:
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
+    void showPopup() override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -119,6 +119,13 @@ QLabel *plainLabel(const QString &text, QWidget *parent) {
     return label;
 }
 
+/// What stands beside `widget` stays where it is while that is hidden.
+void keepRoom(QWidget &widget) {
+    QSizePolicy policy = widget.sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    widget.setSizePolicy(policy);
+}
+
 } // namespace
 
 FilterView::FilterView(FilterViewDelegate &delegate, QWidget *parent)
@@ -148,6 +155,8 @@ QLayout *FilterView::makeThresholds() {
     popUpHeader_ = plainLabel(localizedString("Tracks of"), this);
     popUpHeader_->setBuddy(popUpButton_);
     popUpButton_->setAccessibleName(localizedString("Length of the tracks shown"));
+    keepRoom(*popUpHeader_);
+    keepRoom(*popUpButton_);
     auto *left = new QHBoxLayout;
     left->addWidget(popUpHeader_);
     left->addWidget(popUpButton_);
@@ -199,9 +208,7 @@ QLayout *FilterView::makeNews() {
     line->addWidget(lblSummary_, 1);
     line->addWidget(lblNotice_, 1);
     line->addWidget(undoBtn_);
-    QSizePolicy policy = undoBtn_->sizePolicy();
-    policy.setRetainSizeWhenHidden(true); // the list stays where it is
-    undoBtn_->setSizePolicy(policy);
+    keepRoom(*undoBtn_);
     undoBtn_->hide();
     connect(undoBtn_, &QPushButton::clicked, this, [this] { delegate_.undo(); });
     return line;
@@ -280,6 +287,9 @@ void FilterView::setIsRemoveEnabled(bool isEnabled) { removeButton_->setEnabled(
 
 void FilterView::setNotice(const QString &text, bool canUndo) {
     lblNotice_->setStringValue(text);
+    undoBtn_->setAccessibleDescription(text);
+    if (!canUndo && undoBtn_->hasFocus())
+        table(tab())->setFocus();
     undoBtn_->setVisible(canUndo);
 }
 
