@@ -1,7 +1,8 @@
 // What a library of 100,000 tracks costs, in time beside SQLite or a bare loop on the same tracks in the same run, and
 // in memory. The goals: reading at most 0.9 of a bare loop that copies the same columns, a keystroke in the search
-// field 0.1 of LIKE, a sort 0.5 of ORDER BY; at most 900 bytes a track in all.
+// field 0.1 of LIKE, a sort 0.5 of ORDER BY, a search for duplicates 0.3 of GROUP BY; at most 900 bytes a track in all.
 #include "MadeLibrary.h"
+#include "library/DuplicateSearch.h"
 #include "library/TrackLists.h"
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
@@ -235,6 +236,44 @@ void Remove(benchmark::State &state) {
         lists.remove(lists.allSongArray()->mid(lists.allSongArray()->size() / 2, state.range(0)));
 }
 BENCHMARK(Remove)->Arg(1)->Arg(1000)->Iterations(50)->Unit(benchmark::kMicrosecond);
+
+// Every title and artist `copies` times, far from each other.
+void GroupBy(benchmark::State &state) {
+    Connection connection;
+    const auto songs = kTracks / state.range(0);
+    connection.rows(
+        QStringLiteral("CREATE TEMP TABLE Copies AS SELECT one.SongID, other.Title, other.Artist FROM Song one "
+                       "JOIN Song other ON other.SongID = one.SongID % %1 + 1")
+            .arg(songs)
+            .toUtf8()
+            .constData());
+    int groups = 0;
+    for ([[maybe_unused]] auto iteration : state)
+        groups = connection.rows("SELECT count(*), Title, Artist FROM Copies GROUP BY Title, Artist");
+    state.counters["groups"] = groups;
+}
+BENCHMARK(GroupBy)->ArgName("copies")->Arg(1)->Arg(2)->Arg(10)->Unit(benchmark::kMillisecond);
+
+// With the copy of what it needs that the search is given.
+void SearchForDuplicates(benchmark::State &state) {
+    SongArray songs = loadedSongs();
+    const auto count = kTracks / state.range(0);
+    for (qsizetype i = count; i < songs.size(); ++i) {
+        const SongPtr &same = songs.at(i % count);
+        songs.at(i)->setTitle(QString(same->title().constData(), same->title().size()));
+        songs.at(i)->setArtist(QString(same->artist().constData(), same->artist().size()));
+    }
+    size_t found = 0;
+    for ([[maybe_unused]] auto iteration : state) {
+        std::vector<DuplicateCandidate> candidates;
+        candidates.reserve(static_cast<size_t>(songs.size()));
+        for (const SongPtr &song : std::as_const(songs))
+            candidates.push_back({song->title(), song->artist(), song->length()});
+        found = duplicatesAmong(candidates).size();
+    }
+    state.counters["found"] = static_cast<double>(found);
+}
+BENCHMARK(SearchForDuplicates)->ArgName("copies")->Arg(1)->Arg(2)->Arg(10)->Unit(benchmark::kMillisecond);
 
 // What the start does on a thread of its own, and then on the main thread.
 void MakeLists(benchmark::State &state) {

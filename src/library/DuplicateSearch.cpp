@@ -1,8 +1,12 @@
 #include "library/DuplicateSearch.h"
 
+#include "store/SortDescriptor.h"
+
 #include <QHashFunctions>
 #include <algorithm>
 #include <bit>
+#include <functional>
+#include <span>
 
 namespace {
 
@@ -23,16 +27,19 @@ public:
                 add(i);
     }
 
-    /// Song by song, in the order of their first tracks; without those of a single track.
-    std::vector<uint32_t> duplicates() const {
-        std::vector<uint32_t> rows;
-        for (uint32_t i = 0; i < links_.size(); ++i) {
-            if (!links_[i].isFirst || links_[i].next == kNone)
-                continue;
-            for (uint32_t row = i; row != kNone; row = links_[row].next)
-                rows.push_back(row);
-        }
-        return rows;
+    /// The first tracks of the songs that have more than one, in their order.
+    std::vector<uint32_t> repeated() const {
+        std::vector<uint32_t> firsts;
+        for (uint32_t i = 0; i < links_.size(); ++i)
+            if (links_[i].isFirst && links_[i].next != kNone)
+                firsts.push_back(i);
+        return firsts;
+    }
+
+    /// Appends the tracks of the song that begins with `first`.
+    void appendTracks(uint32_t first, std::vector<uint32_t> &rows) const {
+        for (uint32_t row = first; row != kNone; row = links_[row].next)
+            rows.push_back(row);
     }
 
 private:
@@ -72,11 +79,25 @@ private:
 } // namespace
 
 std::vector<DuplicateRow> duplicatesAmong(const std::vector<DuplicateCandidate> &candidates) {
-    std::vector<uint32_t> rows = Songs(candidates).duplicates();
-    std::ranges::stable_sort(rows, [&candidates](uint32_t one, uint32_t other) {
-        const int order = candidates[one].title.compare(candidates[other].title);
-        return order != 0 ? order > 0 : candidates[one].duration > candidates[other].duration;
-    });
+    const Songs songs(candidates);
+    const std::vector<uint32_t> firsts = songs.repeated();
+    std::vector<QStringView> titles;
+    titles.reserve(firsts.size());
+    for (const uint32_t first : firsts)
+        titles.push_back(candidates[first].title);
+    const std::vector<uint32_t> order = orderOfTexts(titles, /*ascending=*/false);
+
+    std::vector<uint32_t> rows;
+    size_t titleStart = 0; // in rows
+    for (size_t i = 0; i < order.size(); ++i) {
+        songs.appendTracks(firsts[order[i]], rows);
+        if (i + 1 < order.size() && titles[order[i + 1]] == titles[order[i]])
+            continue;
+        std::ranges::stable_sort(std::span(rows).subspan(titleStart), std::ranges::greater(),
+                                 [&candidates](uint32_t row) { return candidates[row].duration; });
+        titleStart = rows.size();
+    }
+
     std::vector<DuplicateRow> duplicates;
     duplicates.reserve(rows.size());
     for (size_t i = 0; i < rows.size(); ++i)

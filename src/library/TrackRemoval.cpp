@@ -37,9 +37,11 @@ void TrackRemoval::keepCovers(const SongItem &song) {
 
 SongArray TrackRemoval::undo(TrackLists &lists, const SharedSongArray &shown) {
     SongArray back;
-    for (const SongPtr &song : std::as_const(songs_))
-        if (bringBack(*song))
-            back.append(song);
+    DataBaseManager::defaultManager().inOneTransaction("undo", [&] {
+        for (const SongPtr &song : std::as_const(songs_))
+            if (bringBack(*song))
+                back.append(song);
+    });
     lists.restore(back, allBefore_, newBefore_);
     if (shown != lists.allSongArray() && shown != lists.newRecordArray())
         TrackLists::putBack(back, shownBefore_, *shown);

@@ -65,6 +65,9 @@ public:
     /// The same for many, in one transaction.
     void updateSongItems(const QList<std::shared_ptr<SongItem>> &songs);
 
+    /// Does `work`, which changes many rows, in one transaction; `name` is for the log.
+    void inOneTransaction(const char *name, const std::function<void()> &work);
+
     /// Whether a track has this path. Never for a path that holds a double quote. Any thread while a library is open;
     /// only on the main thread does it open one.
     bool isTheFileInDataBase(const QString &path);
@@ -89,7 +92,6 @@ private:
 
     [[nodiscard]] std::unique_lock<std::mutex> holdOnThisThread();
     bool openConnection(const QString &path);
-    void inOneTransaction(const char *name, const std::function<void()> &work);
     sqlite3 *openedDataBase();
     int32_t insertSongItem(SongItem &song, Statement &statement);
     std::optional<int> highestNumber(const char *sql, const char *failure);

@@ -21,7 +21,7 @@ uint64_t partOfNumber(qint64 number) { return static_cast<uint64_t>(number) ^ kS
 // The texts of a column one behind the other, each in the form in which it is compared.
 class TextColumn {
 public:
-    void append(const QString &text, SortComparison comparison) {
+    void append(QStringView text, SortComparison comparison) {
         letters_.insert(letters_.end(), text.utf16(), text.utf16() + text.size());
         if (comparison == SortComparison::CaseInsensitiveCompare)
             fold(letters_.size() - static_cast<size_t>(text.size()));
@@ -181,4 +181,20 @@ void sortUsingDescriptors(SongArray &songs, const QList<SortDescriptor> &descrip
     for (const uint32_t index : order)
         sorted << std::move(songs[index]);
     songs = std::move(sorted);
+}
+
+std::vector<uint32_t> orderOfTexts(const std::vector<QStringView> &texts, bool ascending) {
+    TextColumn column;
+    Rows rows;
+    rows.reserve(texts.size());
+    for (const QStringView text : texts) {
+        column.append(text, SortComparison::Compare);
+        rows.push_back({0, static_cast<uint32_t>(rows.size())});
+    }
+    sortTexts(rows, column, ascending ? 0 : ~0ULL);
+    std::vector<uint32_t> order;
+    order.reserve(rows.size());
+    for (const Row &row : rows)
+        order.push_back(row.index);
+    return order;
 }

@@ -1,9 +1,11 @@
 // How a list of tracks is sorted.
 //
-// Threads: as SongItem.
+// Threads: as SongItem; orderOfTexts() any.
 #pragma once
 
 #include "store/SongArray.h"
+
+#include <vector>
 
 enum class SortComparison {
     Compare,               ///< numbers, dates, texts letter by letter
@@ -20,3 +22,6 @@ struct SortDescriptor {
 
 /// Sorts by the first descriptor, stably, absent values first; nothing without a descriptor or with an unknown key.
 void sortUsingDescriptors(SongArray &songs, const QList<SortDescriptor> &descriptors);
+
+/// Where the texts stood, in their order letter by letter; equal ones as they came.
+std::vector<uint32_t> orderOfTexts(const std::vector<QStringView> &texts, bool ascending);

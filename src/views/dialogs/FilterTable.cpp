@@ -18,7 +18,7 @@ namespace {
 constexpr int kRowHeight = 30;
 constexpr int kTextInset = 3;
 constexpr int kCheckBoxLeft = 10;
-constexpr std::array<int, kFilterColumnCount> kWidths = {44, 210, 130, 56, 66, 88, 78, 140};
+constexpr std::array<int, kFilterColumnCount> kWidths = {44, 200, 130, 66, 66, 88, 78, 140};
 
 constexpr int columnNumber(FilterColumn column) { return static_cast<int>(column); }
 
