@@ -55,6 +55,8 @@ RecordViewCtr::RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPag
     center.addObserver(this, "UpDateSongItemNotification", [this](const auto &news) { NotifyID3Change(news.object); });
     center.addObserver(this, "HasDeleteSongItemNotification",
                        [this](const auto &news) { NotifyDeleteSongItems(news.object); });
+    center.addObserver(this, "HasRestoreSongItemNotification",
+                       [this](const auto &news) { NotifyRestoreSongItems(news.object); });
     microRecord_.setDelegate(this);
     center.addObserver(this, "PluginInstallNotification", [this](const auto &) { devicesDidIstall(); });
     center.addObserver(this, "PluginUninstallNotification", [this](const auto &) { devicesDidUnistall(); });
@@ -349,6 +351,14 @@ void RecordViewCtr::NotifyDeleteSongItems(const std::any &object) {
             view_.runTracksView()->removeSongItemOnMainThread(song);
             --songItemCount_;
         }
+    DockContentView::shared().setRecordedMusicCount(songItemCount_);
+}
+
+void RecordViewCtr::NotifyRestoreSongItems(const std::any &object) {
+    if (const auto *songs = std::any_cast<QList<std::shared_ptr<SongItem>>>(&object)) {
+        view_.runTracksView()->setSongItems(*songs);
+        songItemCount_ = static_cast<int>(songs->size());
+    }
     DockContentView::shared().setRecordedMusicCount(songItemCount_);
 }
 

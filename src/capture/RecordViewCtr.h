@@ -118,6 +118,7 @@ private:
 
     void NotifyID3Change(const std::any &object);
     void NotifyDeleteSongItems(const std::any &object);
+    void NotifyRestoreSongItems(const std::any &object);
     void devicesDidChange(const QList<SoundSource> &devices);
     void devicesDidIstall();
     void devicesDidUnistall();

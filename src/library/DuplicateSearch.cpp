@@ -16,12 +16,18 @@ bool isSameSong(const DuplicateCandidate &one, const DuplicateCandidate &other) 
     return one.title == other.title && one.artist == other.artist;
 }
 
+/// A row on its way, with all that its place depends on: the candidates lie far apart in memory.
+struct Track {
+    qint64 duration;
+    uint32_t index;
+    uint32_t first; // of its song
+};
+
 /// The candidates by song. Those of one song hang together as a chain, in the order in which they came.
 class Songs {
 public:
     explicit Songs(const std::vector<DuplicateCandidate> &candidates)
-        : candidates_(candidates), slots_(std::bit_ceil(2 * candidates.size() + 1)) {
-        links_.resize(candidates.size());
+        : candidates_(candidates), slots_(std::bit_ceil(2 * candidates.size() + 1)), links_(candidates.size()) {
         for (uint32_t i = 0; i < candidates.size(); ++i)
             if (candidates[i].takesPart())
                 add(i);
@@ -37,9 +43,13 @@ public:
     }
 
     /// Appends the tracks of the song that begins with `first`.
-    void appendTracks(uint32_t first, std::vector<uint32_t> &rows) const {
-        for (uint32_t row = first; row != kNone; row = links_[row].next)
-            rows.push_back(row);
+    void appendTracks(uint32_t first, std::vector<Track> &tracks) const {
+        for (uint32_t i = first; i != kNone; i = links_[i].next)
+            tracks.push_back({links_[i].duration, i, first});
+    }
+
+    bool haveSameTitle(uint32_t one, uint32_t other) const {
+        return links_[one].titleHash == links_[other].titleHash && candidates_[one].title == candidates_[other].title;
     }
 
 private:
@@ -49,13 +59,18 @@ private:
         uint32_t last = kNone;
     };
     struct Link {
+        qint64 duration = 0;
+        size_t titleHash = 0;
         uint32_t next = kNone;
         bool isFirst = false;
     };
 
     void add(uint32_t index) {
         const DuplicateCandidate &candidate = candidates_[index];
-        const auto hash = static_cast<uint32_t>(qHash(candidate.artist, qHash(candidate.title, seed_)));
+        Link &link = links_[index];
+        link.duration = candidate.duration;
+        link.titleHash = qHash(candidate.title, seed_);
+        const auto hash = static_cast<uint32_t>(qHash(candidate.artist, link.titleHash));
         size_t place = hash & (slots_.size() - 1);
         while (slots_[place].first != kNone &&
                (slots_[place].hash != hash || !isSameSong(candidates_[slots_[place].first], candidate)))
@@ -63,7 +78,7 @@ private:
         Slot &slot = slots_[place];
         if (slot.first == kNone) {
             slot = {hash, index, index};
-            links_[index].isFirst = true;
+            link.isFirst = true;
         } else {
             links_[slot.last].next = index;
             slot.last = index;
@@ -76,31 +91,37 @@ private:
     std::vector<Link> links_; // of the candidates
 };
 
-} // namespace
-
-std::vector<DuplicateRow> duplicatesAmong(const std::vector<DuplicateCandidate> &candidates) {
-    const Songs songs(candidates);
-    const std::vector<uint32_t> firsts = songs.repeated();
+/// `firsts` by title, descending; songs of one title stay in their order.
+std::vector<uint32_t> sortedByTitle(const std::vector<uint32_t> &firsts,
+                                    const std::vector<DuplicateCandidate> &candidates) {
     std::vector<QStringView> titles;
     titles.reserve(firsts.size());
     for (const uint32_t first : firsts)
         titles.push_back(candidates[first].title);
-    const std::vector<uint32_t> order = orderOfTexts(titles, /*ascending=*/false);
+    std::vector<uint32_t> sorted = orderOfTexts(titles, /*ascending=*/false);
+    for (uint32_t &place : sorted)
+        place = firsts[place];
+    return sorted;
+}
 
-    std::vector<uint32_t> rows;
-    size_t titleStart = 0; // in rows
-    for (size_t i = 0; i < order.size(); ++i) {
-        songs.appendTracks(firsts[order[i]], rows);
-        if (i + 1 < order.size() && titles[order[i + 1]] == titles[order[i]])
+} // namespace
+
+std::vector<DuplicateRow> duplicatesAmong(const std::vector<DuplicateCandidate> &candidates) {
+    const Songs songs(candidates);
+    const std::vector<uint32_t> firsts = sortedByTitle(songs.repeated(), candidates);
+    std::vector<Track> tracks;
+    size_t titleStart = 0; // in tracks
+    for (size_t i = 0; i < firsts.size(); ++i) {
+        songs.appendTracks(firsts[i], tracks);
+        if (i + 1 < firsts.size() && songs.haveSameTitle(firsts[i], firsts[i + 1]))
             continue;
-        std::ranges::stable_sort(std::span(rows).subspan(titleStart), std::ranges::greater(),
-                                 [&candidates](uint32_t row) { return candidates[row].duration; });
-        titleStart = rows.size();
+        std::ranges::stable_sort(std::span(tracks).subspan(titleStart), std::ranges::greater(), &Track::duration);
+        titleStart = tracks.size();
     }
 
-    std::vector<DuplicateRow> duplicates;
-    duplicates.reserve(rows.size());
-    for (size_t i = 0; i < rows.size(); ++i)
-        duplicates.push_back({rows[i], i == 0 || !isSameSong(candidates[rows[i]], candidates[rows[i - 1]])});
-    return duplicates;
+    std::vector<DuplicateRow> rows;
+    rows.reserve(tracks.size());
+    for (size_t i = 0; i < tracks.size(); ++i)
+        rows.push_back({tracks[i].index, i == 0 || tracks[i].first != tracks[i - 1].first});
+    return rows;
 }

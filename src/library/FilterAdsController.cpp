@@ -99,7 +99,6 @@ void FilterAdsController::showShortRows() { view_->table(FilterTab::Short)->setR
 
 void FilterAdsController::filterChange() {
     showShortRows();
-    hasAds();
     updateButtons();
 }
 
@@ -278,16 +277,13 @@ void FilterAdsController::undo() {
     view_->setNotice(lost.isEmpty() ? counted("One track is back.", "%1 tracks are back.", restored.size())
                                     : counted("One track can't come back.", "%1 tracks can't come back.", lost.size()),
                      /*canUndo=*/false);
-    hasAds();
     updateButtons();
 }
 
 // What is shown
 
 void FilterAdsController::didMark(FilterTab tab) {
-    if (tab == FilterTab::Short)
-        hasAds();
-    else
+    if (tab == FilterTab::Duplicate)
         isProposal_ = false;
     updateButtons();
 }

@@ -2,6 +2,7 @@
 #include "library/LibraryCtr.h"
 
 #include "library/TrackRemoval.h"
+#include "platform/run/NotificationCenter.h"
 #include "store/DataBaseManager.h"
 #include "views/library/MyTableView.h"
 #include "views/window/LibraryPage.h"
@@ -62,6 +63,8 @@ SongArray LibraryCtr::undoDeletion() {
     if (!removal)
         return {};
     const SongArray back = removal->undo(lists_, listViewCtr_->songArray());
+    // All tracks of this run, for whoever has shown those that went.
+    NotificationCenter::defaultCenter().postNotification("HasRestoreSongItemNotification", *lists_.newRecordArray());
     listViewCtr_->reloadData();
     if (!listViewCtr_->songArray()->isEmpty())
         selectRow(0);

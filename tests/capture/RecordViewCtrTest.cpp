@@ -160,6 +160,8 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
     // Deleted elsewhere in the program, it leaves the strip too.
     NotificationCenter::defaultCenter().postNotification("HasDeleteSongItemNotification", window.songs);
     EXPECT_EQ(page.runTracksView()->countOfSongItems(), 0);
+    NotificationCenter::defaultCenter().postNotification("HasRestoreSongItemNotification", window.songs);
+    EXPECT_EQ(page.runTracksView()->countOfSongItems(), 2);
 }
 
 TEST_F(RecordViewCtrTest, DropsWhatIsTooShortAndGivesItsNumberBack) {

@@ -73,24 +73,17 @@ protected:
     void finishSearch() {
         ASSERT_TRUE(waitUntil([this] { return table().isVisible(); }));
     }
-    QPushButton &button(const QString &title) {
-        for (auto *button : view().findChildren<QPushButton *>())
-            if (button->text() == title)
-                return *button;
-        throw std::runtime_error("no button " + title.toStdString());
+    /// The one whose text, or name for those who hear it, is `name`.
+    template <class Control>
+    Control *control(const QString &name, const char *property) {
+        for (auto *control : view().findChildren<Control *>())
+            if (control->property(property) == name)
+                return control;
+        return nullptr;
     }
-    QComboBox &choice(const QString &name) {
-        for (auto *box : view().findChildren<QComboBox *>())
-            if (box->accessibleName() == name)
-                return *box;
-        throw std::runtime_error("no choice " + name.toStdString());
-    }
-    bool isSaying(const QString &text) {
-        for (const auto *label : view().findChildren<QLabel *>())
-            if (label->text() == text)
-                return true;
-        return false;
-    }
+    QPushButton &button(const QString &title) { return *control<QPushButton>(title, "text"); }
+    QComboBox &choice(const QString &name) { return *control<QComboBox>(name, "accessibleName"); }
+    bool isSaying(const QString &text) { return control<QLabel>(text, "text"); }
     /// The rows, with what becomes of each.
     QStringList rows() {
         QStringList shown;

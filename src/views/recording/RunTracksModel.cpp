@@ -21,6 +21,12 @@ void RunTracksModel::removeSongItem(const std::shared_ptr<SongItem> &song) {
     endRemoveRows();
 }
 
+void RunTracksModel::setSongItems(const QList<std::shared_ptr<SongItem>> &songs) {
+    beginResetModel();
+    songs_ = songs;
+    endResetModel();
+}
+
 int RunTracksModel::rowCount(const QModelIndex &parent) const {
     return parent.isValid() ? 0 : static_cast<int>(songs_.size());
 }

@@ -19,6 +19,8 @@ public:
     /// Shows the item's values as they are now. One that is not in the list is ignored, here and below.
     void updateSongItem(const std::shared_ptr<SongItem> &song);
     void removeSongItem(const std::shared_ptr<SongItem> &song);
+    /// All of them, the newest first.
+    void setSongItems(const QList<std::shared_ptr<SongItem>> &songs);
 
     const std::shared_ptr<SongItem> &songItem(const QModelIndex &index) const { return songs_.at(index.row()); }
 

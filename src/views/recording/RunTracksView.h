@@ -16,6 +16,7 @@ public:
     void addSongItemOnMainThread(std::shared_ptr<SongItem> song);
     void updateSongItemOnMainThread(const std::shared_ptr<SongItem> &song) { model_->updateSongItem(song); }
     void removeSongItemOnMainThread(const std::shared_ptr<SongItem> &song) { model_->removeSongItem(song); }
+    void setSongItems(const QList<std::shared_ptr<SongItem>> &songs) { model_->setSongItems(songs); }
     int countOfSongItems() const { return model_->rowCount(); }
 
 signals:
