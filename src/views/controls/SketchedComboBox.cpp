@@ -5,6 +5,7 @@
 
 #include <QAbstractItemView>
 #include <QPainter>
+#include <QStyledItemDelegate>
 
 namespace {
 constexpr int kSideMargin = 12;
@@ -14,6 +15,7 @@ constexpr int kArrowRoom = 26;
 SketchedComboBox::SketchedComboBox(QWidget *parent) : QComboBox(parent) {
     setFont(lookFont(kListPixels));
     setAttribute(Qt::WA_Hover);
+    setItemDelegate(new QStyledItemDelegate(this)); // the style's own draws as a menu of the desktop does
 }
 
 QSize SketchedComboBox::sizeHint() const {
@@ -25,8 +27,9 @@ QSize SketchedComboBox::sizeHint() const {
 
 // The list is a window of its own, which would take the desktop's colours.
 void SketchedComboBox::showPopup() {
-    view()->setPalette(palette());
     QComboBox::showPopup();
+    view()->window()->setPalette(palette());
+    view()->setPalette(palette());
 }
 
 void SketchedComboBox::paintEvent(QPaintEvent *) {
