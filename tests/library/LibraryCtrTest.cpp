@@ -337,7 +337,7 @@ TEST_F(LibraryCtrTest, WeedsTheShownListAndBringsItBack) {
 
 TEST_F(LibraryCtrTest, ThrowsDuplicatesAwayWhereverTheyCameFrom) {
     const SongArray all{song("Twice"), song("Once"), song("Gone", "Somebody", /*hasFile=*/false)};
-    library->setAllSongs(all);
+    library->takeTracks(TrackLists(all));
     go(kUntagged);
     EXPECT_FALSE(filter.isEnabled());
     go(kAllMusic);

@@ -18,7 +18,7 @@ protected:
         ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
         for (int i = 0; i < 5; ++i)
             all << made(QString::number(i));
-        lists.setAllSongs(all);
+        lists.takeTracks(TrackLists(all));
         *lists.newRecordArray() = {all[1], all[3]};
     }
     void TearDown() override { setLogSink({}); }
