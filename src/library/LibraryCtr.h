@@ -170,7 +170,7 @@ private:
     std::unique_ptr<SearchCtr> searchCtr_;
     std::unique_ptr<PageControls> pageControls_;
     std::unique_ptr<CategoryViewCtr> categoryViewCtr_;
-    std::unique_ptr<ToolKitCtr> toolKitCtr_;                   // from the first visit on
+    std::unique_ptr<ToolKitCtr> toolKitCtr_; // from the first visit on
     std::unique_ptr<ImportCtr> importCtr_;
     std::shared_ptr<TrackRemoval> lastRemoval_;                // by the filter, while its window is open
     std::unique_ptr<FilterAdsController> filterAdsController_; // from its first window on
