@@ -62,7 +62,7 @@ SongArray LibraryCtr::undoDeletion() {
     const auto removal = std::exchange(lastRemoval_, nullptr);
     if (!removal)
         return {};
-    const SongArray back = removal->undo(lists_, listViewCtr_->songArray());
+    SongArray back = removal->undo(lists_, listViewCtr_->songArray());
     // All tracks of this run, for whoever has shown those that went.
     NotificationCenter::defaultCenter().postNotification("HasRestoreSongItemNotification", *lists_.newRecordArray());
     listViewCtr_->reloadData();
