@@ -49,7 +49,7 @@ QString ImportCovers::pathOf(const QImage &cover) {
     if (path.isNull())
         return {};
     if (!lastPath_.isNull() && last_ == cover) {
-        const QString linked = waitingFolder() + '/' + QFileInfo(path).fileName();
+        QString linked = waitingFolder() + '/' + QFileInfo(path).fileName();
         if (::link(QFile::encodeName(lastPath_).constData(), QFile::encodeName(linked).constData()) == 0)
             return linked;
     }

@@ -100,7 +100,7 @@ protected:
         return names;
     }
     static QString tagged(const QString &name, const QVariantMap &tags, double seconds = 1) {
-        const QString path = makeTone(name, {}, seconds);
+        QString path = makeTone(name, {}, seconds);
         EXPECT_TRUE(TagLibHelper::setID3Info(path, tags));
         return path;
     }
