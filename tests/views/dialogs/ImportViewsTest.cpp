@@ -50,7 +50,7 @@ TEST(ImportFileView, IsLeftByItsButtonEscapeAndClose) {
 
 TEST(ImportFileView, ShowsTheEndOfALongPathAndTheCount) {
     Cancelled delegate;
-    ImportFileView view(delegate, nullptr);
+    ImportFileView view(delegate, /*window=*/nullptr);
     const QList<QLabel *> labels = view.findChildren<QLabel *>();
     view.show();
     EXPECT_EQ(labels[0]->text(), "import file...");
