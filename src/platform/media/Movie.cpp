@@ -5,6 +5,7 @@
 
 #include <QFileInfo>
 #include <cmath>
+#include <limits>
 #include <mpv/client.h>
 
 namespace {
@@ -18,6 +19,9 @@ constexpr auto kLongestExtrapolation = 400ms;
 constexpr qint64 kScale = 1'000'000;
 // A file that ends so much before its length has lost its rest; rounded lengths and padding are far below.
 constexpr qint64 kMissingSound = 1 * kScale;
+
+// Bears the number of the answer to the question where the file ended.
+constexpr uint64_t kEndReply = std::numeric_limits<uint64_t>::max();
 
 constexpr const char *kPosition = "time-pos";
 constexpr const char *kDuration = "duration";
@@ -107,6 +111,7 @@ void Movie::setVolume(float volume) { player_->setVolume(std::isnan(volume) ? 0.
 
 void Movie::open() {
     fileState_ = FileState::Opening;
+    endPosition_.reset();
     player_->load(path_);
 }
 
@@ -135,9 +140,15 @@ void Movie::handle(const mpv_event &event) {
         asked_ = {};
         askForPosition();
         break;
+    case MPV_EVENT_HOOK:
+        endHook_ = static_cast<const mpv_event_hook *>(event.data)->id;
+        player_->askForNumber(kPosition, kEndReply);
+        break;
     case MPV_EVENT_GET_PROPERTY_REPLY:
         if (event.error >= 0)
             didAnswer(event);
+        if (event.reply_userdata == kEndReply)
+            player_->letFileGo(endHook_);
         break;
     default:
         break;
@@ -154,6 +165,10 @@ void Movie::didAnswer(const mpv_event &event) {
     const auto microseconds = static_cast<qint64>(std::llround(*static_cast<double *>(property->data) * kScale));
     if (qstrcmp(property->name, kDuration) == 0) {
         fileDidOpen(microseconds);
+    } else if (event.reply_userdata == kEndReply) {
+        endPosition_ = microseconds;
+        if (isMoving_)
+            hold(microseconds);
     } else if (event.reply_userdata == turn_ && isPlaying_ && !isSeeking_ && fileState_ == FileState::Open) {
         held_ = microseconds;
         heldSince_ = Clock::now();
@@ -200,11 +215,8 @@ void Movie::fileDidEnd(int reason, int error) {
         fail(reasonOf(error));
 }
 
-/// Goes by the clock where the player was not asked for long: a main thread that was held up, or that nobody had show
-/// the position, is no damage to the file.
 bool Movie::isWhole() const {
-    const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - heldSince_).count();
-    return !player_->isFileFaulty() && (!isDurationExact_ || held_ + passed > duration_ - kMissingSound);
+    return !player_->isFileFaulty() && (!isDurationExact_ || endPosition_ > duration_ - kMissingSound);
 }
 
 // What follows runs in a turn of its own: its receivers may well put another movie in the place of this one.

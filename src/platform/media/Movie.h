@@ -10,6 +10,7 @@
 #include <QString>
 #include <chrono>
 #include <memory>
+#include <optional>
 
 /// A time as value and scale: seconds are timeValue / timeScale.
 struct MovieTime {
@@ -70,9 +71,11 @@ private:
 
     const QString path_;
     FileState fileState_ = FileState::Closed;
-    QString openError_;           // why the file could not be opened, null while it could
-    qint64 duration_ = 0;         // microseconds; 0 until the file is open
-    bool isDurationExact_ = true; // and not estimated from a bit rate
+    QString openError_;                 // why the file could not be opened, null while it could
+    qint64 duration_ = 0;               // microseconds; 0 until the file is open
+    bool isDurationExact_ = true;       // and not estimated from a bit rate
+    uint64_t endHook_ = 0;              // the player's question whether it may close the file
+    std::optional<qint64> endPosition_; // microseconds; where the file that was closed last had come to
     bool isPlaying_ = false;
     bool isAtEnd_ = false;
 

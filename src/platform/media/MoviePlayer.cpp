@@ -178,7 +178,8 @@ bool MoviePlayer::setUp() {
     for (const char *name : kExtras)
         mpv().setOptionString(handle_, name, "no");
     return limitReaders(handle_) && mpv().initialize(handle_) >= 0 &&
-           mpv().addProtocol(handle_, kProtocol, &isFileFaulty_, openFile) >= 0;
+           mpv().addProtocol(handle_, kProtocol, &isFileFaulty_, openFile) >= 0 &&
+           mpv().addHook(handle_, /*reply=*/0, "on_unload", /*priority=*/0) >= 0;
 }
 
 void MoviePlayer::Closer::operator()(MoviePlayer *player) const {
@@ -234,6 +235,8 @@ void MoviePlayer::askForNumber(const char *property, uint64_t reply) {
 void MoviePlayer::askForText(const char *property, uint64_t reply) {
     mpv().getPropertyAsync(handle_, reply, property, MPV_FORMAT_STRING);
 }
+
+void MoviePlayer::letFileGo(uint64_t hook) { mpv().continueHook(handle_, hook); }
 
 const mpv_event &MoviePlayer::nextEvent(double seconds) { return *mpv().waitEvent(handle_, seconds); }
 

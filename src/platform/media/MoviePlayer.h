@@ -32,6 +32,9 @@ public:
     void setVolume(float volume);
     void askForNumber(const char *property, uint64_t reply);
     void askForText(const char *property, uint64_t reply);
+    /// Before a file that was open is closed, for whatever reason, there is a hook event, and until this is called with
+    /// its id the player can still be asked where it stands.
+    void letFileGo(uint64_t hook);
 
     /// The next event, or one that says that there was none in that time. It is valid until the next call.
     const mpv_event &nextEvent(double seconds);

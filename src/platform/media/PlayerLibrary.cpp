@@ -18,6 +18,7 @@ std::optional<PlayerLibrary> loadOnce() {
     PlayerLibrary mpv;
     if (resolve(library, "mpv_command_async", mpv.commandAsync) && resolve(library, "mpv_create", mpv.create) &&
         resolve(library, "mpv_get_property_async", mpv.getPropertyAsync) &&
+        resolve(library, "mpv_hook_add", mpv.addHook) && resolve(library, "mpv_hook_continue", mpv.continueHook) &&
         resolve(library, "mpv_initialize", mpv.initialize) && resolve(library, "mpv_set_option", mpv.setOption) &&
         resolve(library, "mpv_set_option_string", mpv.setOptionString) &&
         resolve(library, "mpv_set_property_async", mpv.setPropertyAsync) &&

@@ -12,6 +12,8 @@ struct PlayerLibrary {
     decltype(&mpv_command_async) commandAsync;
     decltype(&mpv_create) create;
     decltype(&mpv_get_property_async) getPropertyAsync;
+    decltype(&mpv_hook_add) addHook;
+    decltype(&mpv_hook_continue) continueHook;
     decltype(&mpv_initialize) initialize;
     decltype(&mpv_set_option) setOption;
     decltype(&mpv_set_option_string) setOptionString;
