@@ -55,9 +55,9 @@ Status AudioRecord::AudioInputProc(const InputSlice &slice) noexcept {
     isInBlock_.store(true, std::memory_order_seq_cst);
     int processed = 0;
     const auto mayProcess = [&] {
-        const bool isInTime =
-            processed == 0 || (processed < 2 && mp3Pending_.load(std::memory_order_relaxed) < kBlocksToSlowDownFor);
-        return isInTime && !isHolding();
+        // What a pool that is full cannot take waits in the hold.
+        const int limit = processed == 0 ? static_cast<int>(kMP3Blocks) : kBlocksToSlowDownFor;
+        return processed < 2 && mp3Pending_.load(std::memory_order_relaxed) < limit && !isHolding();
     };
     for (; mayProcess() && heldBlocks_.front(); ++processed)
         processOldestHeldBlock();
@@ -77,8 +77,8 @@ bool AudioRecord::isHolding() const noexcept {
 void AudioRecord::hold(const InputSlice &slice) noexcept {
     HeldBlock *place = heldBlocks_.beginPush();
     if (!place) {
-        // The main thread has been away too long. Without its answer to a split it goes on; but where it is changing
-        // the files, the hold is in its hands.
+        // The main thread or the MP3 writer has been away too long. Without an answer to a split it goes on; but where
+        // the main thread is changing the files, the hold is in its hands.
         if (holds_.load(std::memory_order_acquire) > 0)
             return loseBlock(slice);
         processOldestHeldBlock();
