@@ -38,7 +38,8 @@ void SearchCtr::updateStatusWithSongArray(const SongArray &songs) {
         delegate_.displayStatus(QStringLiteral(""));
         return;
     }
-    const TrackLists::Summary summary = TrackLists::summaryOf(songs);
+    const TrackLists::Summary summary =
+        &songs == lists_.allSongArray().get() ? lists_.summaryOfAll() : TrackLists::summaryOf(songs);
     delegate_.displayStatus(QStringLiteral("%1 %2, %3, %4")
                                 .arg(QString::number(summary.count),
                                      localizedString(summary.count == 1 ? "track" : "tracks"),

@@ -28,9 +28,12 @@ QStringView withoutBlanks(QStringView text) {
     return text;
 }
 
+constexpr qint64 kLeast = std::numeric_limits<qint64>::min();
+constexpr qint64 kMost = std::numeric_limits<qint64>::max();
+
 qint64 saturatedSum(qint64 sum, qint64 value) {
     if (__builtin_add_overflow(sum, value, &sum))
-        return value < 0 ? std::numeric_limits<qint64>::min() : std::numeric_limits<qint64>::max();
+        return value < 0 ? kLeast : kMost;
     return sum;
 }
 
@@ -69,6 +72,7 @@ void TrackLists::takeTracks(TrackLists loaded) {
     }
     *marrAllSongs_ += *loaded.marrAllSongs_;
     sortedBy_.clear();
+    summary_.reset();
     untagged_.unite(loaded.untagged_);
     index_ = std::move(loaded.index_);
 }
@@ -77,6 +81,7 @@ void TrackLists::insertNewRecording(const SongPtr &song) {
     marrNewRecord_->prepend(song);
     marrAllSongs_->prepend(song);
     sortedBy_.clear();
+    noteAdded(*song);
     noteUntagged(*song);
     if (index_)
         index_->put(*song);
@@ -97,6 +102,7 @@ void TrackLists::insertImported(const SongArray &songs) {
     all += *marrAllSongs_;
     *marrAllSongs_ = std::move(all);
     sortedBy_.clear();
+    summary_.reset();
 }
 
 void TrackLists::sortAllSongs(const QList<SortDescriptor> &descriptors) {
@@ -113,12 +119,34 @@ void TrackLists::remove(const SongArray &songs) {
             index_->remove(*song);
     }
     const auto isGone = [&gone](const SongPtr &song) { return gone.contains(song.get()); };
-    marrAllSongs_->removeIf(isGone);
+    if (marrAllSongs_->removeIf(isGone) != songs.size())
+        summary_.reset();
+    for (const SongPtr &song : songs)
+        noteRemoved(*song);
     marrNewRecord_->removeIf(isGone);
+}
+
+void TrackLists::noteAdded(const SongItem &song) {
+    if (!summary_)
+        return;
+    ++summary_->count;
+    if (__builtin_add_overflow(summary_->length, song.length(), &summary_->length) ||
+        __builtin_add_overflow(summary_->size, song.size(), &summary_->size))
+        summary_.reset();
+}
+
+void TrackLists::noteRemoved(const SongItem &song) {
+    if (!summary_)
+        return;
+    --summary_->count;
+    if (__builtin_sub_overflow(summary_->length, song.length(), &summary_->length) ||
+        __builtin_sub_overflow(summary_->size, song.size(), &summary_->size))
+        summary_.reset();
 }
 
 void TrackLists::restore(const SongArray &songs, const SongArray &allBefore, const SongArray &newBefore) {
     sortedBy_.clear();
+    summary_.reset();
     for (const SongPtr &song : songs) {
         noteUntagged(*song);
         if (index_)
@@ -154,6 +182,7 @@ void TrackLists::songChanged(const SongPtr &song) {
     if (!marrAllSongs_->contains(song))
         return; // it was deleted while its texts were on their way
     sortedBy_.clear();
+    summary_.reset();
     noteUntagged(*song);
     if (index_)
         index_->put(*song);
@@ -202,5 +231,14 @@ TrackLists::Summary TrackLists::summaryOf(const SongArray &songs) {
         summary.length = saturatedSum(summary.length, song->length());
         summary.size = saturatedSum(summary.size, song->size());
     }
+    return summary;
+}
+
+TrackLists::Summary TrackLists::summaryOfAll() const {
+    const Summary summary = summary_ ? *summary_ : summaryOf(*marrAllSongs_);
+    const auto isExact = [](qint64 sum) { return sum != kLeast && sum != kMost; };
+    summary_.reset();
+    if (isExact(summary.length) && isExact(summary.size))
+        summary_ = summary;
     return summary;
 }

@@ -40,7 +40,7 @@ public:
     void restore(const SongArray &songs, const SongArray &allBefore, const SongArray &newBefore);
     /// Puts those of `songs` that stood in `before` back into `now`, each before what followed it then.
     static void putBack(const SongArray &songs, const SongArray &before, SongArray &now);
-    /// Title, artist or album of `song` changed. Must follow each such change; nothing for a track of no list.
+    /// Title, artist, album or size of `song` changed. Must follow each such change; nothing for a track of no list.
     void songChanged(const SongPtr &song);
 
     /// The first track with this number; null, and a line in the log, if there is none.
@@ -61,10 +61,14 @@ public:
         qint64 size = 0;
     };
     static Summary summaryOf(const SongArray &songs);
+    /// Of allSongArray(), without a look at each of its tracks where one came or went since the last call.
+    Summary summaryOfAll() const;
 
 private:
     bool isUntagged(const SongItem &song) const;
     void noteUntagged(const SongItem &song);
+    void noteAdded(const SongItem &song);
+    void noteRemoved(const SongItem &song);
 
     SharedSongArray marrAllSongs_ = std::make_shared<SongArray>();
     SharedSongArray marrNewRecord_ = std::make_shared<SongArray>();
@@ -76,4 +80,5 @@ private:
 
     // Knows all of allSongArray(); made by the first search where nothing was loaded.
     mutable std::optional<SearchIndex> index_;
+    mutable std::optional<Summary> summary_; // of allSongArray(); nothing while unknown
 };

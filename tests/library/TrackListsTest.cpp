@@ -174,6 +174,33 @@ TEST(TrackLists, SumWithoutOverflow) {
     EXPECT_EQ(summary.count, 3);
     EXPECT_EQ(summary.length, std::numeric_limits<qint64>::min());
     EXPECT_EQ(summary.size, std::numeric_limits<qint64>::max());
+
+    // The sum that goes along with what comes and goes is that of the tracks, also behind one that no number holds.
+    TrackLists lists;
+    const SongArray small = {songWith("", "", 1), songWith("", "", 2)};
+    for (const SongPtr &track : small)
+        track->setLength(7);
+    const auto expectSum = [&](qint64 length) {
+        EXPECT_EQ(lists.summaryOfAll().count, lists.allSongArray()->size());
+        EXPECT_EQ(lists.summaryOfAll().length, length);
+    };
+    expectSum(0);
+    lists.insertNewRecording(small[0]);
+    expectSum(7);
+    lists.insertImported({small[1]});
+    expectSum(14);
+    lists.insertNewRecording(song);
+    lists.insertNewRecording(songWith("", ""));
+    expectSum(std::numeric_limits<qint64>::min() + 15);
+    lists.insertNewRecording(song);
+    expectSum(TrackLists::summaryOf(*lists.allSongArray()).length);
+    lists.remove({song}); // it stood there twice
+    expectSum(14);
+    lists.remove({small[0], songWith("", "")});
+    expectSum(7);
+    small[1]->setLength(5);
+    lists.songChanged(small[1]);
+    expectSum(5);
 }
 
 TEST(TrackLists, TakeAHostileLibraryAsItIs) {

@@ -1,9 +1,13 @@
 #include "views/controls/Sketch.h"
 
+#include <QCache>
 #include <QPen>
 #include <QtMath>
+#include <utility>
 
-QPainterPath sketchedRect(const QRectF &rect, qreal radius) {
+namespace {
+
+QPainterPath drawn(const QRectF &rect, qreal radius) {
     constexpr qreal kWaver = 0.55; // pixels
     constexpr qreal kStep = 11;    // pixels between two points: short enough to follow the corners
     QPainterPath straight;
@@ -28,6 +32,21 @@ QPainterPath sketchedRect(const QRectF &rect, qreal radius) {
     }
     path.closeSubpath();
     return path;
+}
+
+} // namespace
+
+QPainterPath sketchedRect(const QRectF &rect, qreal radius) {
+    // To find the points along the outline costs more than to draw them, and what is repainted mostly has the size that
+    // it had.
+    static QCache<std::pair<std::pair<qreal, qreal>, qreal>, QPainterPath> known(/*maxCost=*/128);
+    const std::pair key(std::pair(rect.width(), rect.height()), radius);
+    QPainterPath *path = known.object(key);
+    if (!path) {
+        path = new QPainterPath(drawn(QRectF(QPointF(), rect.size()), radius));
+        known.insert(key, path);
+    }
+    return path->translated(rect.topLeft());
 }
 
 QPen sketchPen(const QColor &colour, qreal width) {
