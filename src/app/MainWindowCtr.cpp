@@ -430,6 +430,7 @@ void MainWindowCtr::mainWindowWillClose() {
     isRecording_ = false;
     changeControlsState(isRecording_);
     stopAudioDeviceWithClassName(kCaptureDeviceClass);
+    libraryCtr_->importCtr().finish();
     AudioConverter::Uninitialize();
     DataBaseManager::defaultManager().closeDataBase();
 }

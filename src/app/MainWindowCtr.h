@@ -42,6 +42,7 @@ public:
     /// The Record button's state. It stays true, and nothing records, after an attempt to record into a folder that may
     /// not be written: the next press then takes the way of a stop.
     bool isRecording() const override { return isRecording_; }
+    QStringList pathsInProgress() const override { return recordViewCtr_->pathsInProgress(); }
     bool isDisplayRecordView() const override { return selectedView_ == MainTab::Recording; }
 
     /// Switches the page; nothing if it is shown already.

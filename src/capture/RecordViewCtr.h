@@ -78,6 +78,9 @@ public:
     /// Brings the capture device and the input unit up, if the device is installed.
     void listenAudio();
 
+    /// The files that are being recorded.
+    QStringList pathsInProgress() const { return openFiles_.keys(); }
+
     /// What the toolbar's box shows of a recording.
     QWidget *getRecordingSpectrumView() const { return recordSpectrum_.recordSpectrum(); }
 

@@ -9,6 +9,7 @@
 #include "views/dialogs/OpenMusicPanel.h"
 
 #include <QFileInfo>
+#include <QSet>
 #include <QWidget>
 
 namespace {
@@ -67,6 +68,7 @@ void ImportCtr::loadData(const QStringList &paths) {
     known.reserve(lists_.allSongArray()->size());
     for (const SongPtr &song : std::as_const(*lists_.allSongArray()))
         known << song->songPath();
+    known += delegate_.pathsInProgress();
     isImporting_ = true;
     importFileController_ = std::make_unique<ImportFileController>(*this, known);
     importFileController_->setFiles(paths);
@@ -80,10 +82,31 @@ void ImportCtr::importFileDidEnd(ImportFileController & /*controller*/, const So
     insertNext();
 }
 
+void ImportCtr::finish() {
+    if (isImporting_)
+        importFileController_->finish();
+    while (!arriving_.isEmpty())
+        insertSome();
+}
+
 // Some rows in each turn of the event loop, so that nobody waits for a large import; into the lists all at once.
 void ImportCtr::insertNext() {
-    const SongArray songs = arriving_.first(qMin(kRowsAtOnce, arriving_.size()));
+    const bool isAny = !arriving_.isEmpty();
+    insertSome();
+    if (!arriving_.isEmpty()) {
+        performAfterDelay(/*seconds=*/0, this, [this] { insertNext(); });
+        return;
+    }
+    lists_.insertImported(std::exchange(inserted_, {}));
+    if (isAny)
+        delegate_.didImport();
+    importFileController_->endSheet();
+}
+
+void ImportCtr::insertSome() {
+    SongArray songs = arriving_.first(qMin(kRowsAtOnce, arriving_.size()));
     arriving_.remove(0, songs.size());
+    leaveOutRecordings(songs);
     for (const SongPtr &song : songs)
         song->setAddedDate(QDateTime::currentDateTimeUtc());
     const QList<int32_t> numbers =
@@ -97,14 +120,15 @@ void ImportCtr::insertNext() {
     }
     lists_.noteImported(taken);
     inserted_ += taken;
-    if (!arriving_.isEmpty()) {
-        performAfterDelay(/*seconds=*/0, this, [this] { insertNext(); });
-        return;
-    }
-    lists_.insertImported(std::exchange(inserted_, {}));
-    if (!songs.isEmpty())
-        delegate_.didImport();
-    importFileController_->endSheet();
+}
+
+/// What was recorded while the import ran, in a folder that it searched, comes in as a recording only.
+void ImportCtr::leaveOutRecordings(SongArray &songs) const {
+    const QStringList inProgress = delegate_.pathsInProgress();
+    QSet<QString> recordings(inProgress.begin(), inProgress.end());
+    for (const SongPtr &song : std::as_const(*lists_.newRecordArray()))
+        recordings.insert(song->songPath());
+    songs.removeIf([&recordings](const SongPtr &song) { return recordings.contains(song->songPath()); });
 }
 
 void ImportCtr::importSheetDidEnd() { isImporting_ = false; }

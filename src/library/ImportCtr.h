@@ -20,6 +20,8 @@ public:
     /// Tracks came into TrackLists::allSongArray().
     virtual void didImport() = 0;
     virtual void displayStatus([[maybe_unused]] const QString &status) {}
+    /// Files that are being recorded.
+    virtual QStringList pathsInProgress() const { return {}; }
 
 protected:
     ~ImportCtrDelegate() = default;
@@ -36,6 +38,8 @@ public:
     bool isImporting() const { return isImporting_; }
     /// Lets the user choose files, or folders.
     void importLocalFiles();
+    /// The program ends: what an import has read so far is in the library file when this returns.
+    void finish();
 
 private:
     void openPanelDidEnd(OpenMusicPanel &panel, int returnCode);
@@ -45,6 +49,8 @@ private:
     void importFileDidEnd(ImportFileController &controller, const SongArray &returnArray, bool hasFound) override;
     void importSheetDidEnd() override;
     void insertNext();
+    void insertSome();
+    void leaveOutRecordings(SongArray &songs) const;
 
     ImportCtrDelegate &delegate_;
     TrackLists &lists_;

@@ -91,15 +91,21 @@ ImportFileController::ImportFileController(ImportFileControllerDelegate &delegat
 ImportFileController::~ImportFileController() {
     if (!thread_.joinable())
         return;
+    awaitEnd();
+    takeResults();
+}
+
+void ImportFileController::finish() {
+    if (!thread_.joinable())
+        return;
+    awaitEnd();
+    importDone();
+}
+
+void ImportFileController::awaitEnd() {
     work_->resultCode.store(kCancelled, std::memory_order_relaxed);
     std::unique_lock lock(work_->mutex);
-    const bool hasEnded = work_->ended.wait_for(lock, kPatienceAtEnd, [this] { return work_->hasEnded; });
-    work_->hasEnded = true;
-    lock.unlock();
-    if (hasEnded)
-        thread_.join();
-    else
-        thread_.detach();
+    work_->ended.wait_for(lock, kPatienceAtEnd, [this] { return work_->hasEnded; });
 }
 
 void ImportFileController::setFiles(const QStringList &files) { work_->files = files; }
@@ -153,23 +159,23 @@ void ImportFileController::showSheet() {
 
 void ImportFileController::importDone() {
     lookTimer_.stop();
-    SongArray sounds;
-    bool hasFound = false;
-    bool hasEnded = false;
-    {
-        const std::lock_guard guard(work_->mutex);
-        hasEnded = std::exchange(work_->hasEnded, true);
-        hasFound = work_->hasFound;
-        sounds = std::exchange(work_->sounds, {});
-        failures_ = std::exchange(work_->failures, {});
-    }
+    const Results results = takeResults();
+    failures_ = results.failures;
+    if (view_)
+        view_->disableCancel();
+    delegate_.importFileDidEnd(*this, results.sounds, results.hasFound || isUserCancelled());
+}
+
+ImportFileController::Results ImportFileController::takeResults() {
+    std::unique_lock lock(work_->mutex);
+    const bool hasEnded = std::exchange(work_->hasEnded, true);
+    Results results{std::exchange(work_->sounds, {}), std::exchange(work_->failures, {}), work_->hasFound};
+    lock.unlock();
     if (hasEnded)
         thread_.join();
     else
         thread_.detach();
-    if (view_)
-        view_->disableCancel();
-    delegate_.importFileDidEnd(*this, sounds, hasFound || isUserCancelled());
+    return results;
 }
 
 void ImportFileController::endSheet() {

@@ -58,6 +58,8 @@ public:
     /// than a moment. The end call follows, never before this returns.
     void runModalForMainWindow(QWidget *window);
     bool isUserCancelled() const;
+    /// Ends it at once, with what was read so far: the end call comes before this returns, unless it came already.
+    void finish();
     /// Closes the sheet, and tells of the files that failed.
     void endSheet();
 
@@ -70,10 +72,18 @@ public:
     static QString formatDurationString(int seconds);
 
 private:
+    struct Results {
+        SongArray sounds;
+        QStringList failures;
+        bool hasFound;
+    };
+
     void cancelButtonClick() override;
     void look();
     void showSheet();
+    void awaitEnd();
     void importDone();
+    Results takeResults();
     void showImportResultInfo(const QStringList &files);
 
     ImportFileControllerDelegate &delegate_;

@@ -29,6 +29,8 @@ public:
     /// Text for the status line; null clears it.
     virtual void displayStatus([[maybe_unused]] const QString &status) {}
     virtual bool isRecording() const { return false; }
+    /// Files that are being recorded.
+    virtual QStringList pathsInProgress() const { return {}; }
     virtual bool isDisplayRecordView() const { return false; }
     /// True: the spectrum takes the top box. False: the play panel does, unless something records.
     virtual void showPlayView([[maybe_unused]] bool isSpectrum) {}
@@ -141,6 +143,7 @@ private:
     // The import
     void showAllMusic() override;
     void didImport() override;
+    QStringList pathsInProgress() const override { return delegate_.pathsInProgress(); }
     // The filter
     bool canFilter() const override { return true; }
     void deleteShortFiles() override;

@@ -64,6 +64,7 @@ protected:
         isSheetUpWhenTold = shown<ImportFileView>() != nullptr;
     }
     void displayStatus(const QString &text) override { status = text; }
+    QStringList pathsInProgress() const override { return inProgress; }
 
     static void waitUntil(const std::function<bool()> &isSo) {
         QElapsedTimer clock;
@@ -111,6 +112,7 @@ protected:
     TrackLists lists;
     QString shownCategory = "Newly Recorded";
     QString status;
+    QStringList inProgress;
     int imports = 0;
     qsizetype rowsWhenTold = 0;
     bool isSheetUpWhenTold = false;
@@ -271,19 +273,39 @@ TEST_F(Import, CancelEndsItWithinASecondWhateverHangs) {
     EXPECT_EQ(rowsInDatabase(), 2);
 }
 
-TEST_F(Import, TheEndOfTheProgramWaitsForNoFile) {
-    const QString path = titled("1.mp3", "One");
+TEST_F(Import, TheEndOfTheProgramKeepsWhatWasReadAndWaitsForNoFile) {
+    const QStringList paths{titled("1.mp3", "One"), titled("2.mp3", "Two")};
     std::signal(SIGIO, SIG_IGN);
-    const int leased = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC);
+    const int leased = ::open(QFile::encodeName(paths[1]).constData(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(fcntl(leased, F_SETLEASE, F_WRLCK), 0);
-    begin({path});
-    begin({path}); // there is one import at a time
-    waitUntil([] { return shown<ImportFileView>() != nullptr; });
+    begin(paths);
+    begin(paths); // there is one import at a time
+    waitUntil([] {
+        auto *sheet = shown<ImportFileView>();
+        return sheet && sheet->findChild<ProgressLine *>()->value() == 1;
+    });
     QElapsedTimer clock;
     clock.start();
+    importCtr->finish();
+    EXPECT_EQ(rowsInDatabase(), 1);
     importCtr.reset();
     EXPECT_LT(clock.elapsed(), 600);
     ::close(leased);
+}
+
+TEST_F(Import, WhatIsBeingRecordedComesInAsARecordingOnly) {
+    ASSERT_TRUE(QDir::home().mkpath("Music"));
+    for (const char *name : {"ended.mp3", "growing.mp3", "other.mp3"})
+        titled(QString("Music/") + name, name);
+    inProgress = {inHome("Music/growing.mp3")};
+    begin({inHome("Music")});
+    const auto recording = std::make_shared<SongItem>();
+    recording->setTitle("recording");
+    recording->setSongPath(inHome("Music/ended.mp3"));
+    lists.insertNewRecording(recording);
+    waitUntil([this] { return !importCtr->isImporting(); });
+    EXPECT_EQ(titles(), (QStringList{"other.mp3", "recording"}));
+    EXPECT_TRUE(failures().isEmpty());
 }
 
 TEST_F(Import, OnePictureTakesTheDisksRoomOnce) {
