@@ -170,7 +170,7 @@ void CorvidiaAppDelegate::terminate() {
 
 void CorvidiaAppDelegate::terminateNow() {
     applicationWillTerminate();
-    QCoreApplication::quit();
+    QCoreApplication::exit(); // quit() asks each window first, and a sheet that stays open says no
 }
 
 void CorvidiaAppDelegate::applicationWillTerminate() {

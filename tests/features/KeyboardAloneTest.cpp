@@ -1,6 +1,12 @@
 // Whoever has no mouse misses nothing.
 #include "features/LibrarySession.h"
 #include "support/Keyboard.h"
+#include "support/MadeAudio.h"
+
+#include <QFile>
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 class KeyboardAlone : public LibrarySession {};
@@ -32,4 +38,23 @@ TEST_F(KeyboardAlone, RecordsFindsPlaysAndDeletes) {
     ASSERT_TRUE(focusTopmostOf(1));
     pressKeys({"ctrl+q"});
     EXPECT_TRUE(program->endsWell());
+}
+
+TEST_F(KeyboardAlone, QuitsInTheMidstOfAnImportThatHangs) {
+    const QString first = makeTone("first.mp3", "-metadata title=First"), second = makeTone("second.mp3");
+    // Whoever opens a leased file waits until the lease is given back.
+    std::signal(SIGIO, SIG_IGN);
+    const int leased = ::open(QFile::encodeName(second).constData(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(fcntl(leased, F_SETLEASE, F_WRLCK), 0);
+    startProgram();
+    pressKeys({"ctrl+2", "ctrl+o"});
+    ASSERT_TRUE(focusTopmostOf(2));
+    typeText('"' + first + "\" \"" + second + '"');
+    pressKeys({"Return"});
+    ASSERT_TRUE(waitUntil([this] { return program->count("fileType MP3 audio") == 1; }));
+    ASSERT_TRUE(focusTopmostOf(2)); // the sheet
+    ASSERT_TRUE(program->activateAction("quit"));
+    EXPECT_TRUE(program->endsWell());
+    EXPECT_EQ(titles(), "Anchor\nBell\nTrace\nFirst"); // what was read is kept
+    ::close(leased);
 }

@@ -9,7 +9,8 @@
 bool focusTopmostOf(int count) {
     QStringList windows;
     const bool areShown = waitUntil([&] {
-        const std::string found = outputOf("xdotool", {"search", "--onlyvisible", "--name", "^Tessarine Corvidia$"});
+        const std::string found =
+            outputOf("xdotool", {"search", "--onlyvisible", "--name", "^(Tessarine Corvidia|Import Local Audio)$"});
         windows = QString::fromStdString(found).split('\n', Qt::SkipEmptyParts);
         return windows.size() == count;
     });
