@@ -117,7 +117,8 @@ private:
 
     void askAndDelete(const SongArray &songs);
     /// `isFilterAds`: what is left is shown from its first row. `removal`, if there is one, learns what went where.
-    void deleteSongItems(const SongArray &songs, bool isFilterAds = false, TrackRemoval *removal = nullptr);
+    void deleteSongItems(SongArray songs, bool isFilterAds = false, TrackRemoval *removal = nullptr);
+    void throwAway(const SongArray &songs, TrackRemoval *removal);
     void throwAway(const SongItem &song, TrackRemoval *removal);
     void deleteFiltered(const SongArray &songs);
     void saveKeptMarks();

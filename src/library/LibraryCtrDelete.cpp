@@ -8,11 +8,18 @@
 #include "platform/run/Log.h"
 #include "platform/run/NotificationCenter.h"
 #include "store/DataBaseManager.h"
+#include "views/dialogs/BusyTurns.h"
 #include "views/library/MyTableView.h"
+#include "views/window/LibraryPage.h"
 
 #include <QApplication>
 #include <QFile>
 #include <QSet>
+#include <algorithm>
+
+namespace {
+constexpr qsizetype kRowsAtOnce = 50; // deleted in some milliseconds, with their covers
+} // namespace
 
 bool LibraryCtr::isListFocused() const {
     const QWidget *focus = QApplication::focusWidget();
@@ -41,21 +48,17 @@ void LibraryCtr::askAndDelete(const SongArray &songs) {
         deleteSongItems(songs);
 }
 
-void LibraryCtr::deleteSongItems(const SongArray &songs, bool isFilterAds, TrackRemoval *removal) {
+// Events are handled meanwhile: `songs` is no list of anybody's.
+void LibraryCtr::deleteSongItems(SongArray songs, bool isFilterAds, TrackRemoval *removal) {
     logLine("deleteSongItems ---");
     const int firstRow = isFilterAds ? 0 : listViewCtr_->tableView()->selectedRow();
-    const SongArray &recorded = *lists_.newRecordArray();
-    const QSet<SongPtr> recordedNow(recorded.begin(), recorded.end());
+    throwAway(songs, removal);
+    const QSet<SongPtr> gone(songs.begin(), songs.end());
     SongArray ofThisRun;
-    for (const SongPtr &song : songs) {
-        throwAway(*song, removal);
-        if (recordedNow.contains(song))
-            ofThisRun.append(song);
-    }
-    DataBaseManager::defaultManager().deleteSongItems(songs);
+    std::ranges::copy_if(*lists_.newRecordArray(), std::back_inserter(ofThisRun),
+                         [&gone](const SongPtr &song) { return gone.contains(song); });
     lists_.remove(songs);
     // Search results and the untagged tracks are arrays of their own.
-    const QSet<SongPtr> gone(songs.begin(), songs.end());
     listViewCtr_->songArray()->removeIf([&gone](const SongPtr &song) { return gone.contains(song); });
     listViewCtr_->reloadData();
     if (const auto rows = static_cast<int>(listViewCtr_->songArray()->size()); rows > 0)
@@ -66,6 +69,21 @@ void LibraryCtr::deleteSongItems(const SongArray &songs, bool isFilterAds, Track
         playCtr_->stopPlay();
     updateEmptyText();
     refreshCounts();
+}
+
+/// Files and rows. A program that is killed in the midst leaves few rows whose files went.
+void LibraryCtr::throwAway(const SongArray &songs, TrackRemoval *removal) {
+    BusyTurns turns(views_.page.window(), localizedString("Removing tracks..."), songs.size());
+    for (qsizetype first = 0; first < songs.size(); first += kRowsAtOnce) {
+        const SongArray some = songs.mid(first, kRowsAtOnce);
+        for (const SongPtr &song : some) {
+            if (removal)
+                removal->keepCovers(*song);
+            throwAway(*song, removal);
+            turns.next();
+        }
+        DataBaseManager::defaultManager().deleteSongItems(some);
+    }
 }
 
 /// Only what the program recorded goes to the Trash. The track leaves the library all the same when its file does not.

@@ -2,8 +2,10 @@
 #include "library/LibraryCtr.h"
 
 #include "library/TrackRemoval.h"
+#include "platform/run/LocalizedString.h"
 #include "platform/run/NotificationCenter.h"
 #include "store/DataBaseManager.h"
+#include "views/dialogs/BusyTurns.h"
 #include "views/library/MyTableView.h"
 #include "views/window/LibraryPage.h"
 
@@ -62,7 +64,9 @@ SongArray LibraryCtr::undoDeletion() {
     const auto removal = std::exchange(lastRemoval_, nullptr);
     if (!removal)
         return {};
-    SongArray back = removal->undo(lists_, listViewCtr_->songArray());
+    BusyTurns turns(views_.page.window(), localizedString("Bringing tracks back..."), removal->count());
+    SongArray back = removal->bringBack(turns);
+    removal->restore(back, lists_, listViewCtr_->songArray());
     // All tracks of this run, for whoever has shown those that went.
     NotificationCenter::defaultCenter().postNotification("HasRestoreSongItemNotification", *lists_.newRecordArray());
     listViewCtr_->reloadData();

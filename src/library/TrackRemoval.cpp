@@ -3,6 +3,7 @@
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
+#include "views/dialogs/BusyTurns.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,14 +11,16 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr qsizetype kRowsAtOnce = 50; // brought back in some milliseconds, with their files
+
 QString keptCovers() { return coverImageFolder() + QStringLiteral("/Removed"); }
+
 } // namespace
 
 TrackRemoval::TrackRemoval(const SongArray &songs, const TrackLists &lists, const SongArray &shown)
     : songs_(songs), allBefore_(*lists.allSongArray()), newBefore_(*lists.newRecordArray()), shownBefore_(shown) {
     QDir(keptCovers()).removeRecursively(); // what a program that was killed has left
-    for (const SongPtr &song : songs)
-        keepCovers(*song);
 }
 
 TrackRemoval::~TrackRemoval() { QDir(keptCovers()).removeRecursively(); }
@@ -35,17 +38,24 @@ void TrackRemoval::keepCovers(const SongItem &song) {
     covers_.insert(&song, kept);
 }
 
-SongArray TrackRemoval::undo(TrackLists &lists, const SharedSongArray &shown) {
+SongArray TrackRemoval::bringBack(BusyTurns &turns) const {
     SongArray back;
-    DataBaseManager::defaultManager().inOneTransaction("undo", [&] {
-        for (const SongPtr &song : std::as_const(songs_))
-            if (bringBack(*song))
-                back.append(song);
-    });
+    for (qsizetype first = 0; first < songs_.size(); first += kRowsAtOnce) {
+        const SongArray some = songs_.mid(first, kRowsAtOnce);
+        DataBaseManager::defaultManager().inOneTransaction("undo", [&] {
+            for (const SongPtr &song : some)
+                if (bringBack(*song))
+                    back.append(song);
+        });
+        turns.next(some.size());
+    }
+    return back;
+}
+
+void TrackRemoval::restore(const SongArray &back, TrackLists &lists, const SharedSongArray &shown) const {
     lists.restore(back, allBefore_, newBefore_);
     if (shown != lists.allSongArray() && shown != lists.newRecordArray())
         TrackLists::putBack(back, shownBefore_, *shown);
-    return back;
 }
 
 bool TrackRemoval::bringBack(SongItem &song) const {

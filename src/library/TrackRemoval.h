@@ -11,6 +11,8 @@
 
 #include <QHash>
 
+class BusyTurns;
+
 class TrackRemoval {
 public:
     /// `songs` are about to leave the lists, and `shown`, which may be one of them.
@@ -19,14 +21,18 @@ public:
     TrackRemoval(const TrackRemoval &) = delete;
     TrackRemoval &operator=(const TrackRemoval &) = delete;
 
+    /// Before the library deletes the row.
+    void keepCovers(const SongItem &song);
     void didTrash(const SongItem &song, const TrashedFile &file) { files_.insert(&song, file); }
 
-    /// Brings back the files, the rows in the database and the tracks in the lists, each at its old place. Tracks whose
-    /// files the Trash no longer has stay away. `shown` is the list shown now. Those that came back.
-    SongArray undo(TrackLists &lists, const SharedSongArray &shown);
+    qsizetype count() const { return songs_.size(); }
+    /// Brings back the files and the rows in the database, and gives `turns` between them. The tracks that came back:
+    /// not those whose files the Trash no longer has.
+    SongArray bringBack(BusyTurns &turns) const;
+    /// Puts `back` into the lists, each track at its old place. `shown` is the list shown now.
+    void restore(const SongArray &back, TrackLists &lists, const SharedSongArray &shown) const;
 
 private:
-    void keepCovers(const SongItem &song);
     bool bringBack(SongItem &song) const;
 
     SongArray songs_;

@@ -4,6 +4,7 @@
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "support/MadeAudio.h"
+#include "views/dialogs/BusyTurns.h"
 
 #include <QDir>
 #include <QFile>
@@ -36,6 +37,7 @@ protected:
     void remove(const SongArray &songs, SongArray &shown) {
         removal.emplace(songs, lists, shown);
         for (const SongPtr &song : songs) {
+            removal->keepCovers(*song);
             TrashedFile file;
             ASSERT_TRUE(moveToTrash(song->songPath(), nullptr, &file));
             removal->didTrash(*song, file);
@@ -43,6 +45,12 @@ protected:
         }
         DataBaseManager::defaultManager().deleteSongItems(songs);
         lists.remove(songs);
+    }
+    SongArray undo(const SharedSongArray &shown) {
+        BusyTurns turns(nullptr, {}, removal->count());
+        SongArray back = removal->bringBack(turns);
+        removal->restore(back, lists, shown);
+        return back;
     }
     static QString titles(const SongArray &songs) {
         QString text;
@@ -73,7 +81,7 @@ TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStood) {
     EXPECT_EQ(inDatabase(), "2 picture of 2");
     lists.insertNewRecording(made("9"));
     makeFile("3.mp3", "another one");
-    EXPECT_EQ(removal->undo(lists, shown).size(), 4);
+    EXPECT_EQ(undo(shown).size(), 4);
     EXPECT_EQ(titles(*lists.allSongArray()), "901234");
     EXPECT_EQ(titles(*lists.newRecordArray()), "913");
     EXPECT_EQ(titles(*shown), "431");
@@ -91,7 +99,7 @@ TEST_F(TrackRemovalTest, LeavesAwayWhatTheTrashHasLost) {
     remove({all[1], all[2]}, shown);
     std::reverse(lists.allSongArray()->begin(), lists.allSongArray()->end()); // sorted otherwise meanwhile
     QFile::remove(inHome(".local/share/Trash/files/1.mp3"));
-    EXPECT_EQ(titles(removal->undo(lists, lists.allSongArray())), "2");
+    EXPECT_EQ(titles(undo(lists.allSongArray())), "2");
     EXPECT_EQ(titles(*lists.allSongArray()), "2430");
     EXPECT_EQ(inDatabase(), "0 picture of 0, 2 picture of 2, 3 picture of 3, 4 picture of 4");
 }

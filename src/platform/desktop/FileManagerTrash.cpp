@@ -7,6 +7,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QStandardPaths>
 #include <cerrno>
 #include <cstdio>
@@ -18,7 +19,15 @@
 namespace {
 
 constexpr int kLongestName = 200; // bytes; with a number and ".trashinfo" it stays below 255
-constexpr int kMostTries = 10'000;
+constexpr int kTriesInOrder = 8;
+constexpr int kMostTries = 60;
+
+/// What stands behind a name when `tries` names were taken. Where a crowd shares a name, as "01.mp3" of every album,
+/// looking for the lowest free number would take the longer the more there are.
+quint32 numberFor(int tries) {
+    const auto next = static_cast<quint32>(tries) + 1;
+    return tries < kTriesInOrder ? next : next + QRandomGenerator::global()->bounded(1U << qMin(tries, 30));
+}
 
 struct Trash {
     QByteArray folder;
@@ -112,8 +121,9 @@ QByteArray shortened(const QByteArray &name) {
 int moveInto(const Trash &trash, const QByteArray &path, TrashedFile &trashed) {
     const QByteArray base = shortened(path.mid(path.lastIndexOf('/') + 1));
     int failure = EEXIST;
-    for (int i = 1; failure == EEXIST && i <= kMostTries; ++i)
-        failure = moveUnder(i == 1 ? base : base + '.' + QByteArray::number(i), trash, path, trashed);
+    for (int tries = 0; failure == EEXIST && tries < kMostTries; ++tries)
+        failure =
+            moveUnder(tries == 0 ? base : base + '.' + QByteArray::number(numberFor(tries)), trash, path, trashed);
     return failure;
 }
 
@@ -150,7 +160,7 @@ int moveToFree(const QByteArray &from, const QByteArray &to) {
 }
 
 /// "song.mp3", "song 2.mp3", "song 3.mp3" and so on.
-QString numbered(const QString &path, int number) {
+QString numbered(const QString &path, quint32 number) {
     const QFileInfo file(path);
     if (number == 1)
         return path;
@@ -178,8 +188,8 @@ QString restoreFromTrash(const TrashedFile &trashed, QString *error) {
     if (failure == EEXIST)
         QDir().mkpath(QFileInfo(trashed.path).path()); // where that fails the move says why
     QString path;
-    for (int i = 1; failure == EEXIST && i <= kMostTries; ++i) {
-        path = numbered(trashed.path, i);
+    for (int tries = 0; failure == EEXIST && tries < kMostTries; ++tries) {
+        path = numbered(trashed.path, numberFor(tries));
         failure = moveToFree(trashed.file, QFile::encodeName(path));
     }
     if (failure != 0) {

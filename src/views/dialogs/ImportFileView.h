@@ -3,10 +3,8 @@
 // Threads: main.
 #pragma once
 
-#include <QDialog>
+#include "views/dialogs/ProgressSheet.h"
 
-class ProgressLine;
-class QLabel;
 class SketchedPushButton;
 
 /// Outlives its ImportFileView.
@@ -19,32 +17,18 @@ protected:
     ~ImportFileViewDelegate() = default;
 };
 
-class ImportFileView final : public QDialog {
+class ImportFileView final : public ProgressSheet {
     Q_OBJECT
 public:
     /// `window` can't be used while the sheet is shown.
     ImportFileView(ImportFileViewDelegate &delegate, QWidget *window);
 
-    void setMessage(const QString &message);
-    void setProgressMinValue(int value);
-    void setProgressMaxValue(int value);
-    void setProgressCurrentValue(int value);
     /// A second cancel asks for nothing more.
     void disableCancel();
 
     void reject() override;
 
-protected:
-    void resizeEvent(QResizeEvent *event) override;
-
 private:
-    void showMessage();
-    void showCount();
-
     ImportFileViewDelegate &delegate_;
-    QString message_;
-    QLabel *messageTextField_;
-    QLabel *informationTextField_;
-    ProgressLine *progressIndicator_;
     SketchedPushButton *cancelButton_;
 };

@@ -10,6 +10,7 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -60,6 +61,14 @@ TEST(FileManager, AFileOfAnyNameGoesToTheTrashAndItsNoteSaysWhereItWas) {
     const QString note = QString::fromStdString(bytesOf(inHome(kTrash) + "/info/-rf %n\n<b>.mp3.trashinfo"));
     EXPECT_TRUE(note.startsWith("[Trash Info]\nPath=" + QDir::homePath() + "/-rf%20%25n%0A%3Cb%3E.mp3\nDeletionDate=2"))
         << qPrintable(note);
+    // Where a crowd has one name, the lowest free number is not looked for.
+    QSet<QByteArray> crowd;
+    for (int i = 0; i < 300; ++i) {
+        TrashedFile trashed;
+        ASSERT_TRUE(moveToTrash(makeFile("a.mp3", "sound"), &error, &trashed)) << qPrintable(error);
+        crowd.insert(trashed.file);
+    }
+    EXPECT_EQ(crowd.size(), 300);
 }
 
 TEST(FileManager, WhatCannotGoToTheTrashStaysAndTheReasonIsTold) {

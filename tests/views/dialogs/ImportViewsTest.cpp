@@ -1,8 +1,9 @@
-// What an import shows.
+// What an import shows, and other work that takes its time.
 #include "views/dialogs/ImportFileView.h"
 #include "views/dialogs/ImportResultView.h"
 
 #include "views/controls/ProgressLine.h"
+#include "views/dialogs/BusyTurns.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -13,6 +14,8 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QShortcut>
+#include <QThread>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 namespace {
@@ -84,4 +87,29 @@ TEST(ImportResultView, ListsNamesAndGoesWithItsButton) {
     view->findChild<QPushButton *>()->click();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(view.isNull());
+}
+
+TEST(BusyTurns, LetsOthersWorkAndHoldsTheUserOffTheWindow) {
+    QWidget window;
+    QDialog question(&window);
+    window.show();
+    question.setWindowModality(Qt::WindowModal);
+    question.show();
+    {
+        bool hasHadItsTurn = false;
+        QTimer::singleShot(0, &window, [&] { hasHadItsTurn = true; });
+        BusyTurns turns(&window, "Removing...", 1'000'000);
+        for (int i = 0; i < 1'000'000 && QApplication::activeModalWidget() == &question; ++i) {
+            QThread::usleep(100);
+            turns.next();
+        }
+        EXPECT_TRUE(hasHadItsTurn);
+        auto *sheet = qobject_cast<ProgressSheet *>(QApplication::activeModalWidget());
+        ASSERT_NE(sheet, nullptr);
+        EXPECT_EQ(sheet->parentWidget(), &question);
+        press(*sheet, Qt::Key_Escape);
+        EXPECT_TRUE(sheet->isVisible());
+        EXPECT_GT(sheet->findChild<ProgressLine *>()->value(), 100);
+    }
+    EXPECT_EQ(QApplication::activeModalWidget(), &question);
 }
