@@ -578,7 +578,7 @@ TEST_F(ListView, DragsCarryPathsAndDropsTakeMusicOnly) {
     EXPECT_EQ(std::any_cast<QStringList>(heard.first().object), (QStringList{"/b.MP3", folder.path(), "/c.m4a"}));
     QMimeData raw; // as other programs write it
     raw.setData("text/uri-list",
-                "# two\r\nfile://host/m/%C3%BC%20%25.Mp3\r\nfile:///m/%FF.m4a\r\nfile:///\r\nx\r\nfile:");
+                "# two\r\nfile://host/m/%C3%BC%20%25.Mp3\r\nfile:///m/%FF.m4a\r\nfile:///?x.mp3\r\nx\r\nfile:");
     EXPECT_TRUE(list.acceptDrop(raw));
     EXPECT_EQ(std::any_cast<QStringList>(heard.last().object),
               (QStringList{QString::fromUtf8("/m/ü %.Mp3"), QString::fromUtf8("/m/\uFFFD.m4a"), "/"}));
