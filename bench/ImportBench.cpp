@@ -36,7 +36,7 @@
 namespace {
 
 constexpr int kFiles = 1'000;   // of each kind
-constexpr int kCovered = 200;   // with a picture; the figures are for each
+constexpr int kCovered = 1'000; // with a picture; the figures are for each
 constexpr int kFolder = 10'000; // files in a folder
 constexpr int kMissing = 100'000;
 
