@@ -1,5 +1,6 @@
 #include "library/FilterAdsController.h"
 
+#include "library/Filtered.h"
 #include "library/TrackLists.h"
 #include "platform/desktop/Panel.h"
 #include "platform/run/LocalizedString.h"
@@ -31,13 +32,6 @@ UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
 
 QString counted(const char *one, const char *many, qsizetype count) {
     return count == 1 ? localizedString(one) : localizedString(many).arg(QLocale().toString(count));
-}
-
-template <class Condition>
-FilterAdsItems filtered(const FilterAdsItems &items, Condition holds) {
-    FilterAdsItems result;
-    std::ranges::copy_if(items, std::back_inserter(result), holds);
-    return result;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // How tracks leave the library.
 #include "library/LibraryCtr.h"
 
+#include "library/Filtered.h"
 #include "library/TrackRemoval.h"
 #include "platform/desktop/FileManager.h"
 #include "platform/desktop/Panel.h"
@@ -15,7 +16,6 @@
 #include <QApplication>
 #include <QFile>
 #include <QSet>
-#include <algorithm>
 
 namespace {
 constexpr qsizetype kRowsAtOnce = 50; // deleted in some milliseconds, with their covers
@@ -54,9 +54,8 @@ void LibraryCtr::deleteSongItems(SongArray songs, bool isFilterAds, TrackRemoval
     const int firstRow = isFilterAds ? 0 : listViewCtr_->tableView()->selectedRow();
     throwAway(songs, removal);
     const QSet<SongPtr> gone(songs.begin(), songs.end());
-    SongArray ofThisRun;
-    std::ranges::copy_if(*lists_.newRecordArray(), std::back_inserter(ofThisRun),
-                         [&gone](const SongPtr &song) { return gone.contains(song); });
+    const SongArray ofThisRun =
+        filtered(*lists_.newRecordArray(), [&gone](const SongPtr &song) { return gone.contains(song); });
     lists_.remove(songs);
     // Search results and the untagged tracks are arrays of their own.
     listViewCtr_->songArray()->removeIf([&gone](const SongPtr &song) { return gone.contains(song); });

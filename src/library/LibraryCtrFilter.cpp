@@ -1,6 +1,7 @@
 // How the filter weeds the shown list.
 #include "library/LibraryCtr.h"
 
+#include "library/Filtered.h"
 #include "library/TrackRemoval.h"
 #include "platform/run/LocalizedString.h"
 #include "platform/run/NotificationCenter.h"
@@ -10,18 +11,10 @@
 #include "views/window/LibraryPage.h"
 
 #include <QFile>
-#include <algorithm>
 
 namespace {
 
 constexpr qint64 kLongestAdvert = 60'000; // milliseconds
-
-template <class Condition>
-SongArray filtered(const SongArray &songs, Condition holds) {
-    SongArray result;
-    std::ranges::copy_if(songs, std::back_inserter(result), holds);
-    return result;
-}
 
 } // namespace
 

@@ -1,15 +1,16 @@
 #include "views/dialogs/FilterTable.h"
 
 #include "platform/run/LocalizedString.h"
-#include "views/controls/CustomizeScroller.h"
 #include "views/controls/Look.h"
 #include "views/controls/Sketch.h"
 #include "views/controls/SketchedCheckBox.h"
 #include "views/dialogs/FilterTableModel.h"
 #include "views/library/MyTableViewHeadView.h"
+#include "views/library/TableSetUp.h"
 
 #include <QKeyEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <algorithm>
 
@@ -111,25 +112,11 @@ public:
     }
 };
 
-class HeaderEnd : public QWidget {
-public:
-    explicit HeaderEnd(QWidget *parent) : QWidget(parent) { setFixedHeight(MyTableViewHeadView::kHeight); }
-
-protected:
-    void paintEvent(QPaintEvent *) override {
-        QPainter painter(this);
-        paintHeaderBackground(painter, rect());
-    }
-};
-
 } // namespace
 
 FilterTable::FilterTable(FilterTab tab, QWidget *parent)
     : QTableView(parent), tab_(tab), model_(new FilterTableModel(tab, this)) {
-    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setMinimumSectionSize(kRowHeight);
-    verticalHeader()->setDefaultSectionSize(kRowHeight);
-    verticalHeader()->hide();
+    setUpTable(*this, kRowHeight);
     auto *header = new FilterHeader(this);
     setHorizontalHeader(header);
     setModel(model_);
@@ -139,19 +126,6 @@ FilterTable::FilterTable(FilterTab tab, QWidget *parent)
     header->setMinimumSectionSize(kWidths.front());
     header->setSectionResizeMode(columnNumber(FilterColumn::Keep), QHeaderView::Fixed);
     header->setStretchLastSection(true);
-    setSelectionBehavior(SelectRows);
-    setSelectionMode(ExtendedSelection);
-    setEditTriggers(NoEditTriggers);
-    setShowGrid(false);
-    setWordWrap(false);
-    setCornerButtonEnabled(false);
-    setFrameShape(NoFrame);
-    setTabKeyNavigation(false); // Tab leaves the table
-    setVerticalScrollMode(ScrollPerPixel);
-    setHorizontalScrollMode(ScrollPerPixel);
-    setVerticalScrollBar(new CustomizeScroller(Qt::Vertical, this));
-    setHorizontalScrollBar(new CustomizeScroller(Qt::Horizontal, this));
-    addScrollBarWidget(new HeaderEnd(this), Qt::AlignTop);
     setAccessibleName(localizedString(tab == FilterTab::Short ? "Short tracks" : "Duplicates"));
     setToolTip({});
     connect(model_, &FilterTableModel::didMark, this, &FilterTable::didMark);

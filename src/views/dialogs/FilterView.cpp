@@ -8,6 +8,7 @@
 #include "views/controls/SketchedCheckBox.h"
 #include "views/controls/SketchedComboBox.h"
 #include "views/controls/SketchedPushButton.h"
+#include "views/controls/SketchedSheet.h"
 #include "views/dialogs/FilterTable.h"
 
 #include <QBasicTimer>
@@ -69,21 +70,6 @@ private:
         painter.setFont(lookFont(kListPixels, isChosen ? QFont::DemiBold : QFont::Normal));
         painter.setPen(lookColour(isChosen ? LookColour::Teal : LookColour::Ink));
         painter.drawText(tabRect(index), Qt::AlignCenter, tabText(index));
-    }
-};
-
-/// The sheet that a list lies on.
-class Sheet : public QWidget {
-public:
-    using QWidget::QWidget;
-
-protected:
-    void paintEvent(QPaintEvent *) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(sketchPen(lookColour(LookColour::Line), 1.4));
-        painter.setBrush(lookColour(LookColour::Sheet));
-        painter.drawPath(sketchedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 8));
     }
 };
 
@@ -170,7 +156,7 @@ QLayout *FilterView::makeThresholds() {
 }
 
 QWidget *FilterView::makeLists() {
-    auto *sheet = new Sheet(this);
+    auto *sheet = new SketchedSheet(/*margin=*/1, /*radius=*/8, this);
     for (const FilterTab tab : {FilterTab::Short, FilterTab::Duplicate}) {
         auto *table = new FilterTable(tab, lists_);
         tables_.at(static_cast<size_t>(tab)) = table;

@@ -5,8 +5,8 @@
 #include "platform/run/LocalizedString.h"
 #include "views/controls/Look.h"
 #include "views/controls/ProgressLine.h"
-#include "views/controls/Sketch.h"
 #include "views/controls/SketchedPushButton.h"
+#include "views/controls/SketchedSheet.h"
 #include "views/library/MissingTracksView.h"
 
 #include <QEvent>
@@ -22,21 +22,6 @@ namespace {
 constexpr QSize kPictureSize(40, 40);
 constexpr int kPageMargin = 20;
 constexpr int kCardMargin = 18;
-
-/// A sketched sheet.
-class Card : public QWidget {
-public:
-    using QWidget::QWidget;
-
-protected:
-    void paintEvent(QPaintEvent *) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(sketchPen(lookColour(LookColour::Line), 1.4));
-        painter.setBrush(lookColour(LookColour::Sheet));
-        painter.drawPath(sketchedRect(QRectF(rect()).adjusted(2, 2, -2, -2), 12));
-    }
-};
 
 class Picture : public QWidget {
 public:
@@ -124,7 +109,7 @@ MusicToolKitView::MusicToolKitView(MusicToolKitViewDelegate &delegate, QWidget *
 }
 
 QWidget *MusicToolKitView::makeFolderCard() {
-    auto *card = new Card(this);
+    auto *card = new SketchedSheet(/*margin=*/2, /*radius=*/12, this);
     card->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     auto *text = new SoftLabel(localizedString("What you record is saved here."), card);
     auto *button = new SketchedPushButton(localizedString("Open the folder of recordings"), /*isDefault=*/false, card);
@@ -136,7 +121,7 @@ QWidget *MusicToolKitView::makeFolderCard() {
 }
 
 QWidget *MusicToolKitView::makeMissingCard() {
-    auto *card = new Card(this);
+    auto *card = new SketchedSheet(/*margin=*/2, /*radius=*/12, this);
     lblMissing_ = new SoftLabel(localizedString("Looks for tracks whose files are no longer where they were."), card);
     findBtn_ = new SketchedPushButton(localizedString("Find missing tracks"), /*isDefault=*/false, card);
     progress_ = new ProgressLine(card);

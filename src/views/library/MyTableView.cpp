@@ -2,10 +2,10 @@
 
 #include "platform/run/LocalizedString.h"
 #include "platform/run/NotificationCenter.h"
-#include "views/controls/CustomizeScroller.h"
 #include "views/controls/Look.h"
 #include "views/controls/Sketch.h"
 #include "views/library/MyTableViewHeadView.h"
+#include "views/library/TableSetUp.h"
 #include "views/library/TrackCell.h"
 #include "views/library/TrackTableColumns.h"
 #include "views/library/TrackTableModel.h"
@@ -20,18 +20,6 @@ namespace {
 
 constexpr QSize kButtonSize(68, 22);
 
-/// The end of the header's line, above the vertical scroll bar.
-class HeaderEnd : public QWidget {
-public:
-    explicit HeaderEnd(QWidget *parent) : QWidget(parent) { setFixedHeight(MyTableViewHeadView::kHeight); }
-
-protected:
-    void paintEvent(QPaintEvent *) override {
-        QPainter painter(this);
-        paintHeaderBackground(painter, rect());
-    }
-};
-
 int sortColumn(const QList<SortDescriptor> &descriptors) {
     if (!descriptors.isEmpty())
         for (int i = 0; i < kTrackColumnCount; ++i)
@@ -44,33 +32,16 @@ int sortColumn(const QList<SortDescriptor> &descriptors) {
 
 MyTableView::MyTableView(QWidget *parent)
     : QTableView(parent), model_(new TrackTableModel(this)), header_(new MyTableViewHeadView(this)) {
-    // A header of rows that are all alike keeps no sizes of its own for each of them that it would have to look at.
-    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setMinimumSectionSize(kRowHeight);
-    verticalHeader()->setDefaultSectionSize(kRowHeight);
-    verticalHeader()->hide();
+    setUpTable(*this, kRowHeight);
     setHorizontalHeader(header_);
     setModel(model_);
     columns_ = new TrackTableColumns(*header_);
     columns_->setParent(this);
     setItemDelegate(new TrackCell(*this));
-    setSelectionBehavior(SelectRows);
-    setSelectionMode(ExtendedSelection);
-    setEditTriggers(NoEditTriggers);
-    setShowGrid(false);
-    setWordWrap(false);
-    setCornerButtonEnabled(false);
-    setFrameShape(NoFrame);
-    setTabKeyNavigation(false); // Tab leaves the table
-    setVerticalScrollMode(ScrollPerPixel);
-    setHorizontalScrollMode(ScrollPerPixel);
     setDragDropMode(DragDrop);
     setDefaultDropAction(Qt::CopyAction);
     viewport()->setMouseTracking(true);
     viewport()->setBackgroundRole(QPalette::Window);
-    setVerticalScrollBar(new CustomizeScroller(Qt::Vertical, this));
-    setHorizontalScrollBar(new CustomizeScroller(Qt::Horizontal, this));
-    addScrollBarWidget(new HeaderEnd(this), Qt::AlignTop);
     setAccessibleName(localizedString("Tracks"));
     connect(header_, &QHeaderView::sectionClicked, this, &MyTableView::headerWasClicked);
 }
