@@ -108,33 +108,24 @@ protected:
 } // namespace
 
 TEST_F(Filter, ShowsTracksUpToTheLengthAndRemembersWhatTheUserKept) {
-    open({{"19", "A", 19'000},
-          {"20", "A", 20'000},
-          {"20.001", "A", 20'001},
-          {"60", "A", 60'000, /*isAds=*/false},
-          {"60.001", "A", 60'001}});
-    EXPECT_EQ(rows(), QStringList({"-19", "-20"}));
-    EXPECT_TRUE(isSaying("2 tracks go, 2.0 MB."));
+    open({{"20", "A", 20'000}, {"20.001", "A", 20'001}, {"60", "A", 60'000, /*isAds=*/false}, {"60.001", "A", 60'001}});
+    EXPECT_EQ(rows(), QStringList("-20"));
     QComboBox &lengths = choice("Length of the tracks shown");
-    EXPECT_EQ(lengths.currentText(), "less than 20 s");
     lengths.setCurrentIndex(4);
-    EXPECT_EQ(rows(), QStringList({"-19", "-20", "-20.001", "+60"}));
-
+    EXPECT_EQ(rows(), QStringList({"-20", "-20.001", "+60"}));
+    EXPECT_TRUE(isSaying("2 tracks go, 2.0 MB."));
     key(1, Qt::Key_Delete);
-    key(2, Qt::Key_Delete);
-    EXPECT_EQ(rows(), QStringList({"-19", "+20", "+20.001", "+60"}));
     lengths.setCurrentIndex(0);
     EXPECT_FALSE(button("Remove").isEnabled()); // nothing is shown
     lengths.setCurrentIndex(1);
     button("Remove").click();
     EXPECT_EQ(asksToDelete, QStringList("short up to 20000"));
     EXPECT_TRUE(asked.isEmpty());
-    EXPECT_EQ(rows(), QStringList("+20"));
-    EXPECT_FALSE(button("Remove").isEnabled());
+    EXPECT_TRUE(rows().isEmpty());
     QList<bool> marks; // of rows above the length, too
     for (const SongPtr &song : songs)
         marks << song->isAds();
-    EXPECT_EQ(marks, QList<bool>({true, false, false, false, true}));
+    EXPECT_EQ(marks, QList<bool>({true, false, false, true}));
 }
 
 TEST_F(Filter, ProposesToKeepTheLongestOfEachSong) {
@@ -165,7 +156,6 @@ TEST_F(Filter, ProposesToKeepTheLongestOfEachSong) {
 TEST_F(Filter, ForgetsASearchThatIsLeft) {
     open({{"Song"}, {"Song"}, {"Other"}});
     view().selectTab(FilterTab::Duplicate);
-    EXPECT_FALSE(table().isVisible());
     EXPECT_FALSE(button("Remove").isEnabled());
     EXPECT_TRUE(isSaying("Scanning \"All Music\" for duplicates..."));
     view().selectTab(FilterTab::Short);
@@ -173,7 +163,6 @@ TEST_F(Filter, ForgetsASearchThatIsLeft) {
     for (int i = 0; i < 5; ++i)
         QApplication::processEvents();
     EXPECT_TRUE(view().table(FilterTab::Duplicate)->rows().isEmpty());
-    EXPECT_EQ(rows().size(), 3);
     search();
     EXPECT_EQ(rows(), QStringList({"+Song", "-Song"}));
     // A short track that goes is no duplicate in the next search.
@@ -182,20 +171,15 @@ TEST_F(Filter, ForgetsASearchThatIsLeft) {
     button("Remove").click();
     search();
     EXPECT_TRUE(rows().isEmpty());
-    EXPECT_FALSE(button("Remove").isEnabled());
-    EXPECT_TRUE(log.filter("There are not songs!").isEmpty());
     open({});
     search();
     EXPECT_TRUE(log.contains("There are not songs!"));
-    view().selectTab(FilterTab::Short);
-    view().selectTab(FilterTab::Duplicate);
-    view().reject(); // in the midst of it
-    EXPECT_EQ(controller->view(), nullptr);
-    QApplication::processEvents();
-    open({{"Song"}, {"Song"}});
-    view().selectTab(FilterTab::Duplicate);
-    controller.reset();
-    QApplication::processEvents();
+    for (const bool isClosed : {true, false}) {
+        open({{"Song"}, {"Song"}});
+        view().selectTab(FilterTab::Duplicate);
+        isClosed ? view().reject() : controller.reset(); // in the midst of it
+        QApplication::processEvents();
+    }
 }
 
 TEST_F(Filter, BringsTheLastRemovalBack) {
@@ -214,12 +198,10 @@ TEST_F(Filter, BringsTheLastRemovalBack) {
     EXPECT_FALSE(songs[1]->deleteForDuplicate());
     view().selectTab(FilterTab::Short);
     EXPECT_EQ(rows(), QStringList({"-Song", "-Song", "-Other"}));
-    // From the other tab: the search begins anew.
     button("Remove").click();
     search();
-    EXPECT_TRUE(rows().isEmpty());
     back = {songs[0], songs[1], songs[3]};
-    button("Undo").click();
+    button("Undo").click(); // from the other tab: the search begins anew
     finishSearch();
     EXPECT_EQ(rows(), QStringList({"+Song", "-Song"}));
 }
@@ -237,13 +219,10 @@ TEST_F(Filter, PlaysARowAndTellsOfAFileThatIsGone) {
 TEST_F(Filter, SetsTheAutomaticFilter) {
     auto &defaults = UserDefaults::standardUserDefaults();
     open({});
-    auto *box = view().findChild<QCheckBox *>();
-    EXPECT_TRUE(box->isChecked());
     EXPECT_EQ(choice("Seconds").currentText(), "5");
     choice("Seconds").setCurrentIndex(60);
-    box->click();
-    EXPECT_FALSE(choice("Seconds").isEnabled());
-    EXPECT_FALSE(defaults.boolForKey("AutoFilterMusic"));
+    view().findChild<QCheckBox *>()->click();
+    EXPECT_FALSE(choice("Seconds").isEnabled() || defaults.boolForKey("AutoFilterMusic"));
     EXPECT_EQ(defaults.integerForKey("AutoFilterTimeInterval"), 60);
     // What nobody can choose is shown as the nearest choice, and stays.
     defaults.setInteger(9'000'000'000, "AutoFilterTimeInterval");

@@ -77,7 +77,6 @@ protected:
 TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStood) {
     const auto shown = std::make_shared<SongArray>(SongArray{all[4], all[3], all[1]});
     remove({all[0], all[1], all[3], all[4]}, *shown);
-    EXPECT_TRUE(shown->isEmpty());
     EXPECT_EQ(inDatabase(), "2 picture of 2");
     lists.insertNewRecording(made("9"));
     makeFile("3.mp3", "another one");
@@ -87,8 +86,8 @@ TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStood) {
     EXPECT_EQ(titles(*shown), "431");
     EXPECT_EQ(inDatabase(),
               "0 picture of 0, 1 picture of 1, 2 picture of 2, 3 picture of 3, 4 picture of 4, 9 picture of 9");
+    EXPECT_EQ(bytesOf(inHome("3 2.mp3")), "3");
     EXPECT_EQ(all[3]->songPath(), inHome("3 2.mp3"));
-    EXPECT_EQ(bytesOf(all[3]->songPath()), "3");
     EXPECT_EQ(lists.search(lists.allSongArray(), "3")->size(), 1);
     removal.reset();
     EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 6);
