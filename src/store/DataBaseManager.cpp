@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QThread>
+#include <atomic>
+#include <thread>
 
 namespace {
 
@@ -25,6 +27,29 @@ constexpr const char *kSelectAllColumns =
 
 // An import asks for every file whether it is there already.
 constexpr const char *kIndexPaths = "CREATE INDEX IF NOT EXISTS SongFilePath ON Song(FilePath)";
+
+constexpr int kPagesToCheckpoint = 1000; // as many as SQLite itself lets the log grow
+
+/// Brings the log into the library file at `path`. Waits for the disk, but keeps nobody else waiting.
+void checkpoint(const QByteArray &path) {
+    sqlite3 *connection = nullptr;
+    if (sqlite3_open_v2(path.constData(), &connection, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) ==
+        SQLITE_OK) // a connection that has read nothing knows of no log yet
+        sqlite3_exec(connection, "PRAGMA user_version; PRAGMA wal_checkpoint(PASSIVE)", nullptr, nullptr, nullptr);
+    sqlite3_close(connection); // what could not be brought in stays in the log
+}
+
+/// Called behind each change of the library, with the size of its log.
+int logDidGrow(void *, sqlite3 *connection, const char *name, int pages) {
+    static std::atomic isBusy = false;
+    static std::jthread worker;
+    if (pages >= kPagesToCheckpoint && !isBusy.exchange(true))
+        worker = std::jthread([path = QByteArray(sqlite3_db_filename(connection, name))] {
+            checkpoint(path);
+            isBusy = false;
+        });
+    return SQLITE_OK;
+}
 
 } // namespace
 
@@ -124,6 +149,7 @@ bool DataBaseManager::openConnection(const QString &path) {
     // Write-ahead logging keeps the file whole through a power cut. Where it can't be had (a read-only or locked file)
     // the library works as before, so the result is of no interest; a file that is no library shows in the next step.
     sqlite3_exec(dataBase_, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+    sqlite3_wal_hook(dataBase_, &logDidGrow, nullptr);
     return true;
 }
 

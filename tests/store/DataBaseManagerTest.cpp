@@ -7,6 +7,7 @@
 #include "support/NoRoomOnDisk.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTimeZone>
 #include <gtest/gtest.h>
@@ -217,6 +218,23 @@ TEST_F(Library, InsertsManyOrNone) {
     songs[1]->setTitle("no");
     EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{4, -1, 5}));
     EXPECT_EQ(reload().size(), 5);
+}
+
+TEST_F(Library, ALogThatGrowsComesIntoTheFileMeanwhile) {
+    QList<std::shared_ptr<SongItem>> songs;
+    for (int i = 0; i < 250; ++i) {
+        songs << std::make_shared<SongItem>();
+        songs.last()->setTitle(QString(20'000, u'x'));
+    }
+    ASSERT_EQ(manager_.insertSongItems(songs).last(), 250);
+    QElapsedTimer clock;
+    clock.start();
+    while (QFileInfo(path_).size() < 5'000'000 && clock.elapsed() < 20'000) {
+        SongItem more; // the library goes on
+        ASSERT_GT(manager_.insertSongItem(more), 250);
+    }
+    EXPECT_GE(QFileInfo(path_).size(), 5'000'000);
+    EXPECT_EQ(Connection(path_).run("PRAGMA integrity_check"), "ok");
 }
 
 TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
