@@ -362,18 +362,6 @@ TEST_F(Import, ACoverThatCannotBeWrittenIsNoFailure) {
     EXPECT_FALSE(QFile::exists(inHome("nothing.jpg")));
 }
 
-TEST_F(Import, ALockedLibraryDropsTheTracks) {
-    drop({titled("1.mp3", "One")});
-    QProcess other;
-    other.start("sqlite3", {applicationSupportFolder() + "/Library.db"});
-    other.write("BEGIN EXCLUSIVE; SELECT 'held';\n");
-    other.waitForReadyRead();
-    EXPECT_EQ(drop({titled("2.mp3", "Two")}), QStringList{"One"});
-    other.closeWriteChannel();
-    other.waitForFinished();
-    EXPECT_EQ(drop({inHome("2.mp3")}), (QStringList{"Two", "One"}));
-}
-
 TEST_F(Import, ThePanelStartsInTheMusicFolderAndTakesAFolder) {
     QDir::home().mkpath("Music/Album");
     makeTone("Music/Album/1.mp3");
@@ -432,9 +420,4 @@ TEST_F(Import, TakesInWhatOthersHaveTagged) {
                           all[i]);
         }
     }
-}
-
-TEST(ImportFileController, FormatsADuration) {
-    EXPECT_EQ(ImportFileController::formatDurationString(3599), "59:59");
-    EXPECT_EQ(ImportFileController::formatDurationString(3661), " 1:01:01");
 }

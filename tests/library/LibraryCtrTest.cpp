@@ -334,21 +334,3 @@ TEST_F(LibraryCtrTest, WeedsTheShownListAndBringsItBack) {
     for (const SongPtr &row : *stored)
         EXPECT_EQ(row->isAds(), row->title() != "Three") << qPrintable(row->title());
 }
-
-TEST_F(LibraryCtrTest, ThrowsDuplicatesAwayWhereverTheyCameFrom) {
-    const SongArray all{song("Twice"), song("Once"), song("Gone", "Somebody", /*hasFile=*/false)};
-    library->takeTracks(TrackLists(all));
-    go(kUntagged);
-    EXPECT_FALSE(filter.isEnabled());
-    go(kAllMusic);
-    all[0]->setDeleteForDuplicate(true);
-    all[2]->setDeleteForDuplicate(true);
-    FilterAdsControllerDelegate &forFilter = *library;
-    forFilter.deleteDuplicateFiles();
-    EXPECT_EQ(shown(), QStringList("Once"));
-    EXPECT_FALSE(QFile::exists(all[0]->songPath()));
-    EXPECT_FALSE(forFilter.playSong(all[2]));
-    EXPECT_EQ(forFilter.undoDeletion().size(), 2);
-    EXPECT_EQ(shown().size(), 3);
-    EXPECT_TRUE(forFilter.undoDeletion().isEmpty());
-}
