@@ -12,6 +12,7 @@
 #include "platform/run/Log.h"
 #include "platform/run/NotificationCenter.h"
 #include "views/controls/SketchButton.h"
+#include "views/controls/TextButton.h"
 #include "views/library/ImageFlow.h"
 #include "views/library/MyOutlineView.h"
 #include "views/library/MyTableView.h"
@@ -136,9 +137,11 @@ private:
     SketchButton playBtn_{{}, {38, 38}, "Play", /*parent=*/nullptr};
     PlayPanel playPanel_{nullptr};
     QPushButton filter_, show_, handOver_;
+    TextButton editBtn_{"Info", /*parent=*/nullptr};
 
 public:
-    LibraryCtr library{*this, LibraryViews{page_, playBtn_, playPanel_, search, {&filter_, &show_, &handOver_}}};
+    LibraryCtr library{*this,
+                       LibraryViews{page_, playBtn_, playPanel_, search, {&filter_, &show_, &handOver_}, editBtn_}};
 };
 
 void makeCovers() {

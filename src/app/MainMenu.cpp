@@ -25,6 +25,7 @@ constexpr std::array kEntries{
     MenuEntry{MenuItem::SelectAll, "Select All", "Ctrl+A"},
     MenuEntry{MenuItem::Find, "Find", "Ctrl+F"},
     MenuEntry{MenuItem::ShowFile, "Show in Finder", ""},
+    MenuEntry{MenuItem::EditTags, "Edit Music Tags", "Ctrl+I"},
     MenuEntry{MenuItem::Delete, "Delete", "Del"},
     MenuEntry{MenuItem::ShowRecording, "Recording", "Ctrl+1"},
     MenuEntry{MenuItem::ShowLibrary, "Library", "Ctrl+2"},
@@ -62,7 +63,7 @@ MainMenu::MainMenu(MainMenuDelegate &delegate, QMenu &menu, QWidget &window) : d
     add(menu, {Record, Cut});
     menu.addSeparator();
     add(*subMenu("Control"), {Play, ImportLocalAudio, Next, Previous, ShowPlayed, Filter});
-    add(*subMenu("Edit"), {SelectAll, Find, ShowFile, Delete});
+    add(*subMenu("Edit"), {SelectAll, Find, ShowFile, EditTags, Delete});
     add(*subMenu("View"), {ShowRecording, ShowLibrary});
     menu.addSeparator();
     add(menu, {InstallDevice});

@@ -21,6 +21,7 @@ enum class MenuItem {
     SelectAll,
     Find,
     ShowFile,
+    EditTags,
     Delete,
     ShowRecording,
     ShowLibrary,

@@ -36,6 +36,21 @@ constexpr const char *kHasToldOfHiding = "HasToldOfHiding";
 UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
 
 void tell(const QString &message, const QString &text) { runPanel({message, text, {localizedString("OK")}, {}}); }
+
+QString reasonOf(TagWriteOutcome outcome) {
+    switch (outcome) {
+    case TagWriteOutcome::DiskFull:
+        return localizedString("The disk is full.");
+    case TagWriteOutcome::NotWritable:
+        return localizedString("It may not be written.");
+    case TagWriteOutcome::Refused:
+        return localizedString("Other tags in it would be lost.");
+    case TagWriteOutcome::OtherFormat:
+        return localizedString("It is missing, or holds no sound that can have tags.");
+    default:
+        return localizedString("It could not be written.");
+    }
+}
 } // namespace
 
 QString recordingExtraText() {
@@ -54,7 +69,8 @@ MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
                             *window_.playBtn(),
                             *window_.displayBox()->playPanel(),
                             *window_.searchField(),
-                            {window_.filteradsBtn(), window_.showFinderBtn(), window_.addToItunesBtn()}});
+                            {window_.filteradsBtn(), window_.showFinderBtn(), window_.addToItunesBtn()},
+                            *window_.editBtn()});
     window_.soundSlider()->setDelegate(this);
     setVolume(libraryCtr_->playCtr().volume());
     window_.setWindowTitle(kApplicationFolderName);
@@ -113,6 +129,7 @@ void MainWindowCtr::connectMenu() {
     mainMenu_->onChoice(SelectAll, onLibrary([&list] { list.selectAll(); }));
     mainMenu_->onChoice(Find, [this] { focusSearchField(); });
     mainMenu_->onChoice(ShowFile, onLibrary([&list] { list.showInFinder(); }));
+    mainMenu_->onChoice(EditTags, onLibrary([this] { libraryCtr_->toggleEdit(); }));
     mainMenu_->onChoice(Delete, onLibrary([this] { libraryCtr_->deleteItems(); }));
     mainMenu_->onChoice(ShowRecording, [this] { changeView(MainTab::Recording); });
     mainMenu_->onChoice(ShowLibrary, [this] { changeView(MainTab::Library); });
@@ -137,6 +154,7 @@ bool MainWindowCtr::validateMenuItem(MenuItem item, const QString &title) {
     case MenuItem::ShowPlayed:
         return player.playItem() != nullptr;
     case MenuItem::SelectAll:
+    case MenuItem::EditTags:
     case MenuItem::ShowFile:
         return !isDisplayRecordView() && !libraryCtr_->isToolKitShown() && libraryCtr_->getSelectedItem();
     case MenuItem::Filter:
@@ -330,13 +348,24 @@ void MainWindowCtr::tellOfTags(const SongItem &song, TagWriteOutcome outcome) {
     // A file in which no sound is found has nobody who would miss its tags.
     if (outcome == TagWriteOutcome::OtherFormat || std::exchange(hasToldOfTags_, true))
         return;
-    const QString reason = localizedString(outcome == TagWriteOutcome::DiskFull      ? "The disk is full."
-                                           : outcome == TagWriteOutcome::NotWritable ? "It may not be written."
-                                           : outcome == TagWriteOutcome::Refused     ? "Other tags in it would be lost."
-                                                                                     : "It could not be written.");
     tellOnceShown(localizedString("A recording has no title in its file"),
                   localizedString("%1 can't be given its tags. The recording itself is whole.\n\n%2")
-                      .arg(QFileInfo(song.songPath()).fileName(), reason));
+                      .arg(QFileInfo(song.songPath()).fileName(), reasonOf(outcome)));
+}
+
+void MainWindowCtr::tagsWereNotWritten(const SongItem &song, TagWriteOutcome outcome) {
+    const QString name = QFileInfo(song.songPath()).fileName();
+    displayStatus(localizedString("%1 did not take the changes. %2").arg(name, reasonOf(outcome)));
+    // What is told of a file in the first place stands in a dialog, later changes of it need none.
+    if (std::exchange(notWrittenPath_, song.songPath()) == song.songPath())
+        return;
+    tellOnceShown(
+        localizedString("The file did not take the changes"),
+        localizedString("The library has the new values, %1 has the old ones.\n\n%2").arg(name, reasonOf(outcome)));
+}
+
+void MainWindowCtr::coverWasRefused(const QString &reason) {
+    tellOnceShown(localizedString("The picture can't be a cover"), reason);
 }
 
 void MainWindowCtr::recordingDidFail(const QString &path, const QString &reason) {
@@ -372,6 +401,7 @@ void MainWindowCtr::showTab() {
     const bool isLibrary = selectedView_ == MainTab::Library;
     window_.setBelowHided(!isLibrary);
     window_.searchField()->setVisible(isLibrary);
+    window_.editBtn()->setVisible(isLibrary);
     if (isLibrary)
         window_.showPage(*libraryPage_);
     else
@@ -426,6 +456,7 @@ void MainWindowCtr::mainWindowWillClose() {
     mainExiting_ = true;
     if (libraryCtr_->playCtr().playItem())
         libraryCtr_->playCtr().stopPlay();
+    libraryCtr_->editCtr().endEditing();
     recordViewCtr_->stopRecordingFile();
     isRecording_ = false;
     changeControlsState(isRecording_);

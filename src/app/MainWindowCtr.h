@@ -84,6 +84,8 @@ public:
     void didPlaySong() override { ++musicPlayNum_; }
     void playbackDidChange() override { emit playbackDidChanged(); }
     void playbackDidSeek() override { emit playbackDidSeeked(); }
+    void tagsWereNotWritten(const SongItem &song, TagWriteOutcome outcome) override;
+    void coverWasRefused(const QString &reason) override;
     /// Tracks played in this run.
     int musicPlayNum() const { return musicPlayNum_; }
 
@@ -126,6 +128,7 @@ private:
     bool isRecording_ = false;
     bool asksForDevice_ = false;
     bool hasToldOfTags_ = false; // once in a run
+    QString notWrittenPath_;     // of the last file that did not take an edit
     bool mainExiting_ = false;
     int recordTracksNum_ = 0;
     int musicPlayNum_ = 0;

@@ -5,6 +5,7 @@
 #include "platform/media/MoviePlayer.h"
 #include "platform/run/LocalizedString.h"
 #include "platform/run/NotificationCenter.h"
+#include "views/controls/TextButton.h"
 #include "views/library/MusicToolKitView.h"
 #include "views/library/MyTableView.h"
 #include "views/window/LibraryPage.h"
@@ -51,10 +52,12 @@ LibraryCtr::LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views)
     views_.page.setDisplayView(listViewCtr_->view());
     playCtr_ = std::make_unique<PlayCtr>(*this, *listViewCtr_, views_.playBtn, views_.playMusicView);
     searchCtr_ = std::make_unique<SearchCtr>(*this, lists_, *listViewCtr_, views_.searchFeild, views_.buttons);
+    editCtr_ = std::make_unique<EditCtr>(*this, lists_, views_.page);
     pageControls_ = std::make_unique<PageControls>(*this, lists_);
     importCtr_ = std::make_unique<ImportCtr>(*this, lists_, views_.page);
     connect(views_.buttons.filterBtn, &QAbstractButton::clicked, this, &LibraryCtr::filterAds);
     connect(views_.buttons.showInFinderBtn, &QAbstractButton::clicked, listViewCtr_.get(), &ListViewCtr::showInFinder);
+    connect(&views_.editBtn, &QAbstractButton::clicked, this, &LibraryCtr::toggleEdit);
     updateEmptyText();
 
     auto &center = NotificationCenter::defaultCenter();
@@ -100,6 +103,7 @@ void LibraryCtr::showCategory(const QString &category) {
     } else {
         views_.page.setDisplayView(listViewCtr_->view());
         views_.searchFeild.setVisible(!isDisplayRecordView());
+        views_.editBtn.setEnabled(true);
         sortArray_ = listViewCtr_->sortArray();
         listViewCtr_->setIsCanDrop(true);
         if (category == newlyRecorded()) {
@@ -120,6 +124,7 @@ void LibraryCtr::showCategory(const QString &category) {
         selectRow(0);
         listViewCtr_->setIsNeedChangeTableViewSelected(true);
     }
+    selectedDidChange();
     playCtr_->changePlayStatus();
     searchCtr_->updateStatus();
     if (isToolKit)
@@ -160,7 +165,10 @@ void LibraryCtr::showToolKitControls() {
     for (QAbstractButton *button :
          {views_.buttons.filterBtn, views_.buttons.showInFinderBtn, views_.buttons.addToItunesBtn})
         button->setEnabled(false);
+    views_.editBtn.setEnabled(false);
     displayStatus(QStringLiteral(""));
+    if (isEditPanelExpend())
+        toggleEdit();
 }
 
 void LibraryCtr::updateEmptyText() {
@@ -318,3 +326,29 @@ void LibraryCtr::notficateUpdateForSongItem(const SongPtr &song) {
 }
 
 void LibraryCtr::showFile(const QString &path) { selectFileInFileManager(path); }
+
+// The tag editor
+
+void LibraryCtr::toggleEdit() { editCtr_->toggleEdit(&views_.editBtn); }
+
+void LibraryCtr::showEditTagsPanel() { editCtr_->showEditTagsPanel(); }
+
+void LibraryCtr::selectedDidChange() {
+    if (editCtr_) // the list is there first
+        editCtr_->selectedDidChange();
+}
+
+void LibraryCtr::focusList() { listViewCtr_->tableView()->setFocus(); }
+
+void LibraryCtr::songDidChange(const SongPtr &song) {
+    if (song == playCtr_->playItem())
+        playCtr_->updatePlayTitle();
+    if (listViewCtr_->isCanSorted()) {
+        listViewCtr_->tableView()->setSortDescriptors({});
+    } else {
+        isChangeID3Sort_ = true;
+        listViewCtr_->setSortArray({});
+    }
+    listViewCtr_->reloadData();
+    categoryViewCtr_->reloadData();
+}

@@ -1,12 +1,13 @@
 // The library page: which list is shown, how a track enters it and leaves it.
 //
-// The page has a class for each of its subjects: PlayCtr (playback), SearchCtr (search field, status line),
-// PageControls (menus and badges), ToolKitCtr (the page of tools), ImportCtr. This one stands in their middle: it owns
-// them, the lists (TrackLists), and the table and tree that show them.
+// The page has a class for each of its subjects: PlayCtr (playback), SearchCtr (search field, status line), EditCtr
+// (the tag editor), PageControls (menus and badges), ToolKitCtr (the page of tools), ImportCtr. This one stands in their
+// middle: it owns them, the lists (TrackLists), and the table and tree that show them.
 //
 // Threads: main.
 #pragma once
 
+#include "library/EditCtr.h"
 #include "library/FilterAdsController.h"
 #include "library/ImportCtr.h"
 #include "library/PageControls.h"
@@ -38,6 +39,9 @@ public:
     virtual void didPlaySong() {}
     virtual void playbackDidChange() {}
     virtual void playbackDidSeek() {}
+    /// An edit is in the library, and not in the file.
+    virtual void tagsWereNotWritten([[maybe_unused]] const SongItem &song, [[maybe_unused]] TagWriteOutcome outcome) {}
+    virtual void coverWasRefused([[maybe_unused]] const QString &reason) {}
 
 protected:
     ~LibraryCtrDelegate() = default;
@@ -50,6 +54,7 @@ struct LibraryViews {
     PlayPanel &playMusicView;
     QLineEdit &searchFeild;
     ListButtons buttons;
+    TextButton &editBtn;
 };
 
 class LibraryCtr final : public QObject,
@@ -60,7 +65,8 @@ class LibraryCtr final : public QObject,
                          public PageControlsDelegate,
                          public ToolKitCtrDelegate,
                          public ImportCtrDelegate,
-                         public FilterAdsControllerDelegate {
+                         public FilterAdsControllerDelegate,
+                         public EditCtrDelegate {
     Q_OBJECT
 public:
     LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views);
@@ -89,7 +95,11 @@ public:
     void filterAds();
     FilterAdsController *filterAdsController() { return filterAdsController_.get(); }
 
+    /// Opens the tag editor, or closes it.
+    void toggleEdit() override;
+
     PlayCtr &playCtr() { return *playCtr_; }
+    EditCtr &editCtr() { return *editCtr_; }
     SearchCtr &searchCtr() { return *searchCtr_; }
     const PageControls &pageControls() const { return *pageControls_; }
     ImportCtr &importCtr() { return *importCtr_; }
@@ -113,7 +123,6 @@ private:
     void reloadData();
     void refreshCounts();
     void reloadWithSongItem(const SongPtr &song);
-    void notficateUpdateForSongItem(const SongPtr &song);
 
     void askAndDelete(const SongArray &songs);
     /// `isFilterAds`: what is left is shown from its first row. `removal`, if there is one, learns what went where.
@@ -127,6 +136,20 @@ private:
     const SongArray &allSongArray() const override { return *lists_.allSongArray(); }
     void showFile(const QString &path) override;
     bool canImport() const override { return !importCtr_->isImporting(); }
+    void selectedDidChange() override;
+    void showEditTagsPanel() override;
+    bool isEditPanelExpend() const override { return editCtr_->isEditPanelExpend(); }
+    bool canEditTags() const override { return true; }
+    // The tag editor
+    void notficateUpdateForSongItem(const SongPtr &song) override;
+    void songDidChange(const SongPtr &song) override;
+    void updateStatus() override { searchCtr_->updateStatus(); }
+    void focusList() override;
+    void updateTrackingAreas() override { listViewCtr_->updateTrackingAreas(); }
+    void tagsWereNotWritten(const SongItem &song, TagWriteOutcome outcome) override {
+        delegate_.tagsWereNotWritten(song, outcome);
+    }
+    void coverWasRefused(const QString &reason) override { delegate_.coverWasRefused(reason); }
     // The tree
     void outlineViewSelectionDidChange(const OutlineItem &item) override;
     int badgeCount(int row) const override { return pageControls_->badgeCount(row); }
@@ -172,6 +195,7 @@ private:
     std::unique_ptr<ListViewCtr> listViewCtr_;
     std::unique_ptr<PlayCtr> playCtr_;
     std::unique_ptr<SearchCtr> searchCtr_;
+    std::unique_ptr<EditCtr> editCtr_;
     std::unique_ptr<PageControls> pageControls_;
     std::unique_ptr<CategoryViewCtr> categoryViewCtr_;
     std::unique_ptr<ToolKitCtr> toolKitCtr_; // from the first visit on

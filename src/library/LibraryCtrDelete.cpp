@@ -66,6 +66,7 @@ void LibraryCtr::deleteSongItems(SongArray songs, bool isFilterAds, TrackRemoval
         NotificationCenter::defaultCenter().postNotification("HasDeleteSongItemNotification", ofThisRun);
     if (gone.contains(playCtr_->playItem()))
         playCtr_->stopPlay();
+    selectedDidChange();
     updateEmptyText();
     refreshCounts();
 }

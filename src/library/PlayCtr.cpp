@@ -87,7 +87,6 @@ void PlayCtr::playSongItem(const SongPtr &song) {
     }
     playProgressView_.playSliderBar()->setMaxTime(timeValueOf(duration));
     updatePlayTitle();
-    showCover();
     musicTimer_.start();
     delegate_.didPlaySong();
     delegate_.playbackDidChange();
@@ -352,6 +351,7 @@ void PlayCtr::setVolume(float volume) {
 void PlayCtr::updatePlayTitle() {
     playProgressView_.setTitle(playItem_ ? playItem_->title() : QString());
     playProgressView_.setArtist(playItem_ ? playItem_->artist() : QString());
+    showCover();
     delegate_.playbackDidChange();
 }
 

@@ -57,7 +57,7 @@ public:
     /// As the menu of the list has it, for a file that was found.
     void RightMouseDownForPlay();
     void stopPlay();
-    /// Title and artist again, as they are now.
+    /// Title, artist and cover again, as they are now.
     void updatePlayTitle();
     /// Whether the play button does something.
     bool canPlay() const;

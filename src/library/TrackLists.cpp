@@ -16,18 +16,6 @@ QString untaggedFormat() {
         .arg(localizedString("Track"), localizedString("Unknown Artist"));
 }
 
-// Blanks of every width and tabs; a newline stays.
-QStringView withoutBlanks(QStringView text) {
-    const auto isBlank = [](QChar character) {
-        return character == '\t' || character.category() == QChar::Separator_Space;
-    };
-    while (!text.isEmpty() && isBlank(text.front()))
-        text = text.sliced(1);
-    while (!text.isEmpty() && isBlank(text.back()))
-        text.chop(1);
-    return text;
-}
-
 constexpr qint64 kLeast = std::numeric_limits<qint64>::min();
 constexpr qint64 kMost = std::numeric_limits<qint64>::max();
 

@@ -7,6 +7,7 @@
 #include "store/DataBaseManager.h"
 #include "support/MadeAudio.h"
 #include "views/controls/SketchButton.h"
+#include "views/controls/TextButton.h"
 #include "views/library/MyOutlineView.h"
 #include "views/library/MyTableView.h"
 #include "views/library/MyTableViewHeadView.h"
@@ -69,7 +70,7 @@ protected:
     }
     void begin() {
         library.reset();
-        library.emplace(*this, LibraryViews{page, playBtn, playPanel, search, {&filter, &show, &handOver}});
+        library.emplace(*this, LibraryViews{page, playBtn, playPanel, search, {&filter, &show, &handOver}, editBtn});
     }
     /// A start of the program with these tracks.
     void fill(const QStringList &titles) {
@@ -101,6 +102,7 @@ protected:
     PlayPanel playPanel{nullptr};
     QLineEdit search;
     QPushButton filter, show, handOver;
+    TextButton editBtn{"Info", /*parent=*/nullptr};
     QStringList log, asked;
     std::function<void()> meanwhile = [] {}; ///< happens while a question stands
     int answer = 0;

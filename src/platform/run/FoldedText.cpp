@@ -166,3 +166,14 @@ bool containsFolded(QStringView text, QByteArrayView needle) {
     return memmem(folded.constData(), static_cast<size_t>(folded.size()), needle.data(),
                   static_cast<size_t>(needle.size())) != nullptr;
 }
+
+QStringView withoutBlanks(QStringView text) {
+    const auto isBlank = [](QChar character) {
+        return character == '\t' || character.category() == QChar::Separator_Space;
+    };
+    while (!text.isEmpty() && isBlank(text.front()))
+        text = text.sliced(1);
+    while (!text.isEmpty() && isBlank(text.back()))
+        text.chop(1);
+    return text;
+}

@@ -24,3 +24,6 @@ QByteArray foldedText(QStringView text);
 
 /// Whether `text` holds what `needle` is the folded form of. No text holds an empty one.
 bool containsFolded(QStringView text, QByteArrayView needle);
+
+/// `text` without the blanks of every width and the tabs around it; a newline stays.
+QStringView withoutBlanks(QStringView text);

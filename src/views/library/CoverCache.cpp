@@ -1,22 +1,17 @@
 #include "views/library/CoverCache.h"
 
 #include "platform/desktop/ImageNamed.h"
+#include "views/library/PictureFile.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QImageReader>
 #include <QPointer>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 namespace {
 
 constexpr const char *kDefaultCover = ":/images/default_coverImage.png";
-constexpr qint64 kMostPixels = 100'000'000;
-constexpr qint64 kMostFileBytes = 256 * 1024 * 1024;
-constexpr int kAllocationLimitMiB = 384; // kMostPixels of four bytes
 
 // A file whose reading ends at once when the cache goes: a picture of many million pixels takes its time.
 class StoppableFile : public QFile {
@@ -32,32 +27,6 @@ private:
     const std::atomic<bool> &isStopping_;
 };
 
-// A plain open() of a pipe or a device could wait for ever; without a file behind it the path is no cover.
-bool openRegularFile(QFile &file) {
-    const QString path = file.fileName();
-    if (path.startsWith(QLatin1String(":/")))
-        return file.open(QIODevice::ReadOnly);
-    if (path.isEmpty() || path.contains(QChar::Null))
-        return false;
-    const int descriptor =
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); // NOLINT
-    if (descriptor < 0)
-        return false;
-    struct stat status {};
-    const bool isGood =
-        ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= kMostFileBytes;
-    if (isGood && file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
-        return true;
-    ::close(descriptor);
-    return false;
-}
-
-// By what the file holds, not by its name. Left out are formats that name other files or are programs of a kind.
-bool isKnownFormat(const QByteArray &format) {
-    return format == "jpeg" || format == "png" || format == "gif" || format == "bmp" || format == "webp" ||
-           format == "tiff";
-}
-
 // The largest part in the middle of `whole` that has the proportions of `shape`.
 QRect middlePart(const QSize &whole, const QSize &shape) {
     QSize part = shape.scaled(whole, Qt::KeepAspectRatio).expandedTo({1, 1});
@@ -72,11 +41,9 @@ QImage readPicture(const QString &path, const QSize &pixels, const std::atomic<b
         return {};
     QImageReader reader(&file);
     reader.setAutoTransform(true);
-    if (!isKnownFormat(reader.format()))
+    if (troubleOf(reader) != PictureTrouble::None)
         return {};
     const QSize size = reader.size();
-    if (size.isEmpty() || qint64(size.width()) * size.height() > kMostPixels)
-        return {};
     const bool isLying = reader.transformation() & QImageIOHandler::TransformationRotate90;
     const QSize drawn = isLying ? pixels.transposed() : pixels;
     reader.setClipRect(middlePart(size, drawn));
@@ -105,7 +72,7 @@ CoverCache &CoverCache::shared() {
 
 CoverCache::CoverCache(QObject *parent) : QObject(parent), images_(kMostBytes) {
     pool_.setMaxThreadCount(1);
-    QImageReader::setAllocationLimit(kAllocationLimitMiB);
+    limitPictureMemory();
     // What every failure falls back on; the question also brings the resources in.
     [[maybe_unused]] const bool isThere = isImageNamed(QStringLiteral("default_coverImage"));
     Q_ASSERT(isThere);

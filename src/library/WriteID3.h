@@ -1,0 +1,21 @@
+// The tags of a track into its file, and the file's name after them.
+//
+// Threads: main; the file is written before the function returns.
+#pragma once
+
+#include "store/SongItem.h"
+#include "tags/access/TagWriteOutcome.h"
+
+struct WriteID3Result {
+    TagWriteOutcome outcome = TagWriteOutcome::Failed;
+    /// False where the file bears the name already that it would get: nothing of what is shown is different then.
+    bool isStatusStale = true;
+};
+
+/// Writes the tags of `song`, with `isNeedChangeCover` its chosen cover too, and gives it the size that its file has
+/// then. With `isNeedChangeFileName` a recording's file is renamed after title and artist; a name that the file can't
+/// have leaves it the old one, without a word. The database is the caller's matter.
+WriteID3Result writeID3inFile(SongItem &song, bool isNeedChangeCover, bool isNeedChangeFileName);
+
+/// `path` with the characters that other systems allow in no file name replaced in its last component.
+QString theValidPath(const QString &path);

@@ -1,0 +1,67 @@
+#include "views/library/PictureFile.h"
+
+#include "platform/run/LocalizedString.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 kMostFileBytes = 256 * 1024 * 1024;
+constexpr int kAllocationLimitMiB = 384; // kMostPixels of four bytes
+
+// By what the file holds, not by its name. Left out are formats that name other files or are programs of a kind.
+bool isKnownFormat(const QByteArray &format) {
+    return format == "jpeg" || format == "png" || format == "gif" || format == "bmp" || format == "webp" ||
+           format == "tiff";
+}
+
+} // namespace
+
+bool openRegularFile(QFile &file) {
+    const QString path = file.fileName();
+    if (path.startsWith(QLatin1String(":/")))
+        return file.open(QIODevice::ReadOnly);
+    if (path.isEmpty() || path.contains(QChar::Null))
+        return false;
+    const int descriptor =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); // NOLINT
+    if (descriptor < 0)
+        return false;
+    struct stat status {};
+    const bool isGood =
+        ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= kMostFileBytes;
+    if (isGood && file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return true;
+    ::close(descriptor);
+    return false;
+}
+
+PictureTrouble troubleOf(QImageReader &reader) {
+    if (!isKnownFormat(reader.format()))
+        return PictureTrouble::NotAPicture;
+    const QSize size = reader.size();
+    if (size.isEmpty())
+        return PictureTrouble::Empty;
+    return qint64(size.width()) * size.height() > kMostPixels ? PictureTrouble::TooLarge : PictureTrouble::None;
+}
+
+void limitPictureMemory() { QImageReader::setAllocationLimit(kAllocationLimitMiB); }
+
+QString textOf(PictureTrouble trouble) {
+    switch (trouble) {
+    case PictureTrouble::NotAPicture:
+        return localizedString("It is no picture. Covers can be JPEG, PNG, GIF, BMP, WebP and TIFF files.");
+    case PictureTrouble::Empty:
+        return localizedString("The picture has no size.");
+    case PictureTrouble::TooLarge:
+        return localizedString("The picture has more than 100 million points.");
+    case PictureTrouble::Broken:
+        return localizedString("The picture is broken.");
+    case PictureTrouble::NoRoom:
+        return localizedString("There is no room for a copy of the picture.");
+    default:
+        return {};
+    }
+}

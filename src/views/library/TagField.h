@@ -1,0 +1,38 @@
+// A line of text that is edited in the tag editor.
+//
+// Threads: main.
+#pragma once
+
+#include "views/library/TagFormatters.h"
+
+#include <QLineEdit>
+#include <memory>
+
+/// Enter ends the editing, Escape takes it back; where there is nothing to take back, Escape leaves the field.
+class TagField : public QLineEdit {
+    Q_OBJECT
+public:
+    explicit TagField(std::unique_ptr<NSStringFormatter> formatter);
+    ~TagField() override;
+
+    /// The value that Escape goes back to. Where it is shown already, cursor and undo stay as they are.
+    void setValue(const QString &value);
+    /// The user has changed the text since setValue().
+    bool isChanged() const { return text() != value_; }
+
+signals:
+    void left();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    class Guard;
+    void remember();
+
+    std::unique_ptr<NSStringFormatter> formatter_;
+    QString value_;
+    QString formerText_; // as it was before the edit under way
+    TextRange formerSelection_;
+    bool isSetting_ = false; // what a file says may be longer than what may be typed
+};
