@@ -5,6 +5,7 @@
 #include "platform/run/Log.h"
 #include "support/MadeAudio.h"
 #include "views/controls/SketchButton.h"
+#include "views/controls/TextButton.h"
 #include "views/library/MyTableView.h"
 #include "views/window/LibraryPage.h"
 #include "views/window/PlayPanel.h"
@@ -69,7 +70,8 @@ protected:
     PlayPanel playPanel{nullptr};
     QLineEdit search;
     QPushButton filter, show, handOver;
-    LibraryCtr library{*this, {page, playBtn, playPanel, search, {&filter, &show, &handOver}}};
+    TextButton editBtn{"Info", /*parent=*/nullptr};
+    LibraryCtr library{*this, {page, playBtn, playPanel, search, {&filter, &show, &handOver}, editBtn}};
     SongPtr a, b, c, d;
     int questions = 0;
     bool records = false;

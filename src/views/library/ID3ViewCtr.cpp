@@ -88,7 +88,10 @@ ID3ViewCtr::ID3ViewCtr(ID3ViewCtrDelegate &delegate) : delegate_(delegate), view
     changeImageBrowserViewButton();
 }
 
-ID3ViewCtr::~ID3ViewCtr() { delete view_; }
+ID3ViewCtr::~ID3ViewCtr() {
+    songItem_.reset(); // a field that loses the keyboard with its window ends nothing any more
+    delete view_;
+}
 
 QWidget *ID3ViewCtr::view() const { return view_; }
 TagField *ID3ViewCtr::field(const QString &key) const { return view_->fields.value(key); }
@@ -196,7 +199,7 @@ void ID3ViewCtr::endEditing() {
 }
 
 void ID3ViewCtr::textFieldAction(const QString &key) {
-    if (!isEditable())
+    if (!view_ || !isEditable())
         return;
     TagField &field = *this->field(key);
     QString value = withoutBlanks(field.text()).toString();
