@@ -51,13 +51,14 @@ public:
 
     /// Another row may be selected: the editor follows a moment later, so that rapid moves cost it nothing.
     void selectedDidChange();
+    /// What is selected now is shown at once.
+    void changeID3Edit();
     /// Takes over what is typed.
     void endEditing() { id3ViewCtr_.endEditing(); }
 
     ID3ViewCtr &id3ViewCtr() { return id3ViewCtr_; }
 
 private:
-    void changeID3Edit();
     void panelDidSlide();
     void id3DataDidChange(const SongPtr &song, const QVariantMap &changes) override;
     void coverWasRefused(const QString &reason) override { delegate_.coverWasRefused(reason); }

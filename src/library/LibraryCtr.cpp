@@ -123,8 +123,10 @@ void LibraryCtr::showCategory(const QString &category) {
     if (!listViewCtr_->songArray()->isEmpty()) {
         selectRow(0);
         listViewCtr_->setIsNeedChangeTableViewSelected(true);
+        selectedDidChange();
+    } else {
+        editCtr_->changeID3Edit();
     }
-    selectedDidChange();
     playCtr_->changePlayStatus();
     searchCtr_->updateStatus();
     if (isToolKit)
@@ -194,6 +196,7 @@ SharedSongArray LibraryCtr::categoryArray() {
 
 void LibraryCtr::searchDidChange() {
     updateEmptyText();
+    editCtr_->changeID3Edit();
     playCtr_->changePlayStatus();
 }
 

@@ -62,6 +62,8 @@ void LibraryCtr::deleteSongItems(SongArray songs, bool isFilterAds, TrackRemoval
     listViewCtr_->reloadData();
     if (const auto rows = static_cast<int>(listViewCtr_->songArray()->size()); rows > 0)
         selectRow(qBound(0, firstRow, rows - 1));
+    else
+        editCtr_->changeID3Edit();
     if (!ofThisRun.isEmpty())
         NotificationCenter::defaultCenter().postNotification("HasDeleteSongItemNotification", ofThisRun);
     if (gone.contains(playCtr_->playItem()))

@@ -48,6 +48,9 @@ const QString &valueOf(const SongItem &song, const QString &key) {
                                             : song.genre();
 }
 
+// A cover whose file was gone when the library was read is in no list.
+bool hasLocalCover(const SongItem &song) { return song.isHasLocalCover() && !song.coverImages().isEmpty(); }
+
 // Without leading zeros; "0" where there is none.
 QString leadingNumber(const QString &text) {
     return QString::number(std::clamp<long long>(std::strtoll(text.toUtf8().constData(), /*endptr=*/nullptr, 10),
@@ -76,7 +79,7 @@ QString described(const QVariantMap &changes) {
 
 ID3ViewCtr::ID3ViewCtr(ID3ViewCtrDelegate &delegate) : delegate_(delegate), view_(new TagEditorView) {
     for (auto field = view_->fields.cbegin(); field != view_->fields.cend(); ++field) {
-        connect(field.value(), &QLineEdit::editingFinished, this, [this, key = field.key()] { textFieldAction(key); });
+        connect(field.value(), &TagField::ended, this, [this, key = field.key()] { textFieldAction(key); });
         connect(field.value(), &TagField::left, this, [this] { delegate_.editorWasLeft(); });
     }
     connect(leftButton(), &SketchButton::clicked, this, &ID3ViewCtr::leftButtonClicked);
@@ -237,10 +240,10 @@ void ID3ViewCtr::updateStateUI() {
         };
         coverImages_.append(makeItem(localizedString("No cover"), QStringLiteral("Sound.png"), {}, version));
         for (qsizetype i = 0; i < covers.size(); ++i) {
-            const bool isLocal = songItem_->isHasLocalCover() && i == covers.size() - 1;
+            const bool isLocal = hasLocalCover(*songItem_) && i == covers.size() - 1;
             coverImages_.append(makeItem(name(i + 1), covers.at(i), isLocal ? covers.at(i) : QString(), version));
         }
-        if (!songItem_->isHasLocalCover())
+        if (!hasLocalCover(*songItem_))
             coverImages_.append(makeItem(localizedString("Add a cover"), QStringLiteral("SelectCoverImage.png"),
                                          QStringLiteral("SelectCoverPictureHighlight.png"), version));
     }
@@ -275,7 +278,7 @@ void ID3ViewCtr::rightButtonClicked() {
         return;
     imageBrowser()->scrollIndexToVisible(visible() + 1, /*animated=*/true);
     // The cell for adding a cover is no choice.
-    if (songItem_->isHasLocalCover() || visible() != count() - 1) {
+    if (hasLocalCover(*songItem_) || visible() != count() - 1) {
         songItem_->setCoverImageIndex(visible() - 1);
         coverImageIndexDidEndChange();
     }
@@ -330,7 +333,7 @@ bool ID3ViewCtr::takeThumbnail(const QString &path) {
     coverImages_.last()->setHighlightImagePath(path);
     imageBrowser()->reloadData();
     QStringList covers = songItem_->coverImages();
-    if (songItem_->isHasLocalCover() && !covers.isEmpty())
+    if (hasLocalCover(*songItem_))
         covers.last() = path;
     else
         covers.append(path);
@@ -346,9 +349,12 @@ bool ID3ViewCtr::takeThumbnail(const QString &path) {
 
 // The bytes as they came: whoever decodes them for us would not look at their size first.
 QString ID3ViewCtr::thumbnailOf(const QMimeData &data, PictureTrouble *trouble) const {
-    for (const QUrl &url : data.urls())
-        if (url.isLocalFile())
-            return ThumbnailComposer::prepareThumbnailWithImage(url.toLocalFile(), kCoverSize, trouble);
+    const QList<QUrl> urls = data.urls();
+    if (const auto file = std::ranges::find_if(urls, &QUrl::isLocalFile); file != urls.cend()) {
+        QString path = ThumbnailComposer::prepareThumbnailWithImage(file->toLocalFile(), kCoverSize, trouble);
+        if (!path.isNull())
+            return path;
+    }
     for (const char *format : {"image/png", "image/jpeg", "image/webp", "image/gif", "image/bmp", "image/tiff"}) {
         QByteArray bytes = data.data(QString::fromLatin1(format));
         if (bytes.isEmpty())

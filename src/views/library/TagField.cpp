@@ -38,6 +38,7 @@ TagField::TagField(std::unique_ptr<NSStringFormatter> formatter) : formatter_(st
     connect(this, &QLineEdit::selectionChanged, this, &TagField::remember);
     connect(this, &QLineEdit::cursorPositionChanged, this, &TagField::remember);
     connect(this, &QLineEdit::textChanged, this, &TagField::remember);
+    connect(this, &QLineEdit::returnPressed, this, &TagField::ended);
 }
 
 TagField::~TagField() = default;
@@ -57,6 +58,12 @@ void TagField::setValue(const QString &value) {
     isSetting_ = false;
     if (!hasFocus())
         setCursorPosition(0); // the beginning of a long text says more than its end
+}
+
+void TagField::focusOutEvent(QFocusEvent *event) {
+    QLineEdit::focusOutEvent(event);
+    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
+        emit ended();
 }
 
 void TagField::keyPressEvent(QKeyEvent *event) {

@@ -21,10 +21,14 @@ public:
     bool isChanged() const { return text() != value_; }
 
 signals:
+    /// Enter, or the keyboard goes elsewhere in the window; changed or not, which editingFinished() of some versions of
+    /// Qt makes a difference.
+    void ended();
     void left();
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
 
 private:
     class Guard;
