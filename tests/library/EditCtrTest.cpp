@@ -15,27 +15,18 @@
 #include "views/window/LibraryPage.h"
 #include "views/window/PlayPanel.h"
 
-#include <QApplication>
-#include <QDeadlineTimer>
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMimeData>
 #include <QProcess>
 #include <QPushButton>
-#include <QUrl>
 #include <gtest/gtest.h>
 
 namespace {
-
-/// Handles events until `isDone`, or for ten seconds.
-bool waitFor(const std::function<bool()> &isDone) {
-    const QDeadlineTimer deadline(10'000);
-    while (!isDone() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    return isDone();
-}
 
 struct Edits : testing::Test, LibraryCtrDelegate {
     Edits() {
@@ -57,13 +48,13 @@ struct Edits : testing::Test, LibraryCtrDelegate {
         songs.append(song);
         library->takeTracks(TrackLists(songs));
         library->categoryViewCtr().selectRow(2);
-        select(song);
+        click(song);
+        library->editCtr().changeID3Edit();
         return song;
     }
-    void select(const SongPtr &song) {
+    void click(const SongPtr &song) {
         const auto row = static_cast<int>(library->listViewCtr().songArray()->indexOf(song));
         library->listViewCtr().tableView()->selectRowIndexes({row});
-        EXPECT_TRUE(waitFor([&] { return editor().songItem() == song; }));
     }
     ID3ViewCtr &editor() { return library->editCtr().id3ViewCtr(); }
     void edit(const char *key, const QString &text) {
@@ -73,10 +64,7 @@ struct Edits : testing::Test, LibraryCtrDelegate {
     }
     static SongPtr stored(const SongPtr &song) {
         const SongArray rows = *DataBaseManager::defaultManager().getAllSongItems();
-        for (const SongPtr &row : rows)
-            if (row->songID() == song->songID())
-                return row;
-        return nullptr;
+        return *std::ranges::find(rows, song->songID(), &SongItem::songID);
     }
 
     LibraryPage page{nullptr};
@@ -90,43 +78,41 @@ struct Edits : testing::Test, LibraryCtrDelegate {
     std::optional<LibraryCtr> library;
 };
 
-// Keys in lower letters: each container has its own.
-QJsonObject ffprobeTags(const QString &path) {
-    QProcess probe;
-    probe.start("ffprobe", {"-v", "error", "-show_format", "-of", "json", path});
-    EXPECT_TRUE(probe.waitForFinished());
-    return QJsonDocument::fromJson(probe.readAllStandardOutput())["format"]["tags"].toObject();
-}
-
-// The distribution's, which has its packages.
-const QString kPython = QStringLiteral("/usr/bin/python3");
-
-void giveOldCovers(const QString &path) {
-    static const QString script = QStringLiteral("import sys\nfrom mutagen.mp4 import MP4, MP4Cover\n"
-                                                 "f = MP4(sys.argv[1])\nf['covr'] = [MP4Cover(b'old')] * 2\nf.save()");
-    EXPECT_EQ(QProcess::execute(kPython, {"-c", script, path}), 0);
-}
-
-QJsonObject mutagenTags(const QString &path) {
-    static const QString script = QStringLiteral(R"(
-import json, sys, mutagen
-f = mutagen.File(sys.argv[1])
-names = dict(title=('TIT2', '\xa9nam'), artist=('TPE1', '\xa9ART'), album=('TALB', '\xa9alb'),
-             date=('TDRC', '\xa9day'), genre=('TCON', '\xa9gen'))
-tags = {k: str(t[0]) for k, n in names.items() for t in [f.tags.get(n[0]) or f.tags.get(n[1])] if t}
-tags = {k: str(f.tags[n].text[0]) if n in f.tags and hasattr(f.tags[n], 'text') else tags.get(k)
-        for k, ns in names.items() for n in [ns[0] if ns[0] in f.tags else ns[1]]}
-covers = [p.data for p in f.tags.getall('APIC')] if hasattr(f.tags, 'getall') else [bytes(c) for c in f.tags.get('covr', [])]
-tags['covers'] = str(len(covers))
-tags['jpeg'] = str(all(c[:2] == b'\xff\xd8' for c in covers))
-print(json.dumps(tags))
-)");
+QJsonObject answerOf(const QString &program, const QStringList &arguments) {
     QProcess reader;
-    reader.start(kPython, {"-c", script, path});
+    reader.start(program, arguments);
     EXPECT_TRUE(reader.waitForFinished());
     EXPECT_EQ(reader.readAllStandardError(), QByteArray());
     return QJsonDocument::fromJson(reader.readAllStandardOutput()).object();
 }
+
+QJsonObject ffprobeTags(const QString &path) {
+    return answerOf("ffprobe", {"-v", "error", "-show_format", "-of", "json", path})["format"]
+        .toObject()["tags"]
+        .toObject();
+}
+
+// The distribution's Python, which has its packages.
+QJsonObject mutagen(const QString &script, const QString &path) {
+    return answerOf("/usr/bin/python3", {"-c", "import json, sys\nfrom mutagen import *\n" + script, path});
+}
+
+const QString kGiveTwoCovers = R"(
+from mutagen import id3, mp4
+f = File(sys.argv[1])
+if 'TSSE' in f.tags:
+    f.tags.setall('APIC', [id3.APIC(type=t, desc=str(t), mime='image/png', data=b'old') for t in (3, 4)])
+else:
+    f['covr'] = [mp4.MP4Cover(b'old')] * 2
+f.save()
+)";
+
+const QString kRead = R"(
+tags = {key: texts[0] for key, texts in File(sys.argv[1], easy=True).tags.items()}
+f = File(sys.argv[1])
+covers = [p.data for p in f.tags.getall('APIC')] if 'TIT2' in f.tags else f.tags.get('covr', [])
+print(json.dumps(tags | {'covers': [bytes(c[:2]).hex() for c in covers]}))
+)";
 
 } // namespace
 
@@ -134,9 +120,6 @@ TEST_F(Edits, GoIntoTheRowTheFileAndTheLists) {
     const SongPtr song = add(makeTone("Track12.mp3"), "Track12");
     EXPECT_EQ(library->pageControls().badgeCount(3), 1);
     song->setGetID3Status(3);
-    int updates = 0;
-    NotificationCenter::defaultCenter().addObserver(&page, "UpDateSongItemNotification",
-                                                    [&](const auto &) { ++updates; });
     edit("title", "What? Ömer");
     EXPECT_EQ(library->pageControls().badgeCount(3), 0);
     EXPECT_EQ(song->getID3Status(), 6);
@@ -148,11 +131,6 @@ TEST_F(Edits, GoIntoTheRowTheFileAndTheLists) {
     EXPECT_TRUE(library->listViewCtr().tableView()->sortDescriptors().isEmpty());
     search.setText("omer");
     EXPECT_EQ(library->listViewCtr().songArray()->size(), 1);
-    EXPECT_TRUE(outcomes.isEmpty());
-    EXPECT_EQ(updates, 0); // it is none of this run's recordings
-    const int version = song->version();
-    edit("album", "Quay");
-    EXPECT_EQ(song->version(), version);
 }
 
 TEST_F(Edits, NameTheFilesOfRecordingsOnly) {
@@ -208,44 +186,40 @@ TEST_F(Edits, StayInTheLibraryWhereTheFileTakesThemNot) {
     EXPECT_EQ(outcomes.value(1), TagWriteOutcome::DiskFull);
     EXPECT_EQ(bytesOf(full->songPath()), before);
     EXPECT_EQ(full->artist(), "Else");
-    const SongPtr text = add(makeFile("text.mp3", "no sound"), "Text", /*isImported=*/true);
-    edit("year", "2019");
-    EXPECT_EQ(outcomes.size(), 3);
-    for (const SongPtr &song : {gone, text})
-        EXPECT_EQ(stored(song)->album() + stored(song)->year(), song->album() + song->year());
+    EXPECT_EQ(stored(gone)->album(), "Quay");
 }
 
 TEST_F(Edits, KeepToTheTrackThatIsShown) {
     const SongPtr first = add(makeTone("1.mp3"), "First", /*isImported=*/true);
     const SongPtr second = add(makeTone("2.mp3"), "Second", /*isImported=*/true);
-    const int row = static_cast<int>(library->listViewCtr().songArray()->indexOf(first));
-    editor().field("album")->selectAll();
-    editor().field("album")->insert("Quay");
-    library->listViewCtr().tableView()->selectRowIndexes({row}); // the editor follows a moment later
-    library->editCtr().endEditing();
-    EXPECT_EQ(second->album(), "Quay");
+    click(first); // the editor follows a moment later
+    edit("album", "Quay");
     EXPECT_EQ(first->album(), "Unknown Album");
     EXPECT_EQ(ffprobeTags(first->songPath())["album"].toString(), "");
     EXPECT_EQ(ffprobeTags(second->songPath())["album"].toString(), "Quay");
-    EXPECT_TRUE(waitFor([&] { return editor().songItem() == first; }));
+    while (editor().songItem() != first)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     library->listViewCtr().tableView()->selectAll(); // several: the first one's
-    EXPECT_TRUE(waitFor([&] { return editor().songItem() == library->getSelectedItem(); }));
+    library->editCtr().changeID3Edit();
     edit("album", "Salt");
-    EXPECT_NE(first->album() == "Salt", second->album() == "Salt");
+    EXPECT_EQ(library->getSelectedItem()->album(), "Salt");
+    EXPECT_NE(first->album(), second->album());
 }
 
 TEST_F(Edits, AreReachedByTheButtonAndTheMenu) {
-    add(makeTone("1.mp3"), "First");
-    const auto finished = [this] { return page.editBox()->isVisible() == page.isExpanded(); };
+    const SongPtr song = add(makeTone("1.mp3"), "First");
     const QString closed = editBtn.shownImage();
     library->editCtr().showEditTagsPanel();
     EXPECT_TRUE(library->editCtr().isEditPanelExpend());
     EXPECT_EQ(editBtn.shownImage(), closed); // the list's own menu leaves the button as it is
-    ASSERT_TRUE(waitFor(finished));
     editBtn.click();
     EXPECT_FALSE(library->editCtr().isEditPanelExpend());
     editBtn.click();
     EXPECT_NE(editBtn.shownImage(), closed);
+    search.setText("nobody");
+    EXPECT_EQ(editor().songItem(), nullptr);
+    search.clear();
+    EXPECT_EQ(editor().songItem(), song);
     library->categoryViewCtr().selectRow(5);
     EXPECT_FALSE(library->editCtr().isEditPanelExpend()); // the tools have no tracks
     EXPECT_FALSE(editBtn.isEnabled());
@@ -259,29 +233,27 @@ TEST_F(Edits, AreReadByOtherPrograms) {
                                        {"genre", "Chanson d'été"}};
     QImage image(700, 700, QImage::Format_RGB32);
     image.fill(Qt::green);
-    ASSERT_TRUE(image.save(inHome("cover.png")));
+    QMimeData cover;
+    cover.setImageData(image);
     for (const QString &name : {QString("a.mp3"), QString("b.m4a")}) {
         SCOPED_TRACE(name.toStdString());
         const SongPtr song = add(makeTone(name), "Old", /*isImported=*/true);
+        mutagen(kGiveTwoCovers, song->songPath()); // an M4A gets pictures only where it has some
         for (auto text = texts.cbegin(); text != texts.cend(); ++text)
             edit(text.key().toLatin1(), text.value());
-        if (name.endsWith("m4a")) // which gets pictures only where it has some
-            giveOldCovers(song->songPath());
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(inHome("cover.png"))});
-        EXPECT_TRUE(editor().takeCover(data));
+        EXPECT_EQ(mutagen(kRead, song->songPath())["covers"].toArray().size(), 2);
+        EXPECT_TRUE(editor().takeCover(cover));
         EXPECT_EQ(outcomes.size(), 0);
         const QJsonObject probed = ffprobeTags(song->songPath());
-        const QJsonObject read = mutagenTags(song->songPath());
+        const QJsonObject read = mutagen(kRead, song->songPath());
         for (auto text = texts.cbegin(); text != texts.cend(); ++text) {
             const QString key = text.key() == "year" ? "date" : text.key();
             EXPECT_EQ(probed[key].toString(), text.value());
             EXPECT_EQ(read[key].toString(), text.value());
         }
-        EXPECT_EQ(read["covers"].toString() + read["jpeg"].toString(), "1True");
+        EXPECT_EQ(read["covers"].toArray(), QJsonArray{"ffd8"}); // the beginning of a JPEG
         const SongPtr row = stored(song);
-        ASSERT_EQ(row->coverImages().size(), 1);
-        EXPECT_EQ(QImage(row->coverImages().at(0)).size(), QSize(600, 600));
+        EXPECT_EQ(QImage(row->coverImages().value(0)).size(), QSize(600, 600));
         EXPECT_EQ(row->coverImages(), song->coverImages());
     }
 }

@@ -354,6 +354,8 @@ QString ID3ViewCtr::thumbnailOf(const QMimeData &data, PictureTrouble *trouble) 
         QString path = ThumbnailComposer::prepareThumbnailWithImage(file->toLocalFile(), kCoverSize, trouble);
         if (!path.isNull())
             return path;
+    } else if (!urls.isEmpty()) {
+        *trouble = PictureTrouble::Elsewhere;
     }
     for (const char *format : {"image/png", "image/jpeg", "image/webp", "image/gif", "image/bmp", "image/tiff"}) {
         QByteArray bytes = data.data(QString::fromLatin1(format));

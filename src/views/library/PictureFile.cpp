@@ -59,6 +59,8 @@ QString textOf(PictureTrouble trouble) {
         return localizedString("The picture has more than 100 million points.");
     case PictureTrouble::Broken:
         return localizedString("The picture is broken.");
+    case PictureTrouble::Elsewhere:
+        return localizedString("Only its address came, and nothing is loaded from the web. Copy the picture itself.");
     case PictureTrouble::NoRoom:
         return localizedString("There is no room for a copy of the picture.");
     default:

@@ -13,6 +13,7 @@ enum class PictureTrouble {
     Empty,       ///< 0 points wide or high, or it does not say
     TooLarge,    ///< more than kMostPixels
     Broken,      ///< it can't be decoded
+    Elsewhere,   ///< only its address on the web came
     NoRoom       ///< its copy can't be written
 };
 
