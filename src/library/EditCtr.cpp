@@ -73,12 +73,12 @@ void EditCtr::id3DataDidChange(const SongPtr &song, const QVariantMap &changes) 
     if (song->getID3Status() == static_cast<int32_t>(ID3Status::NotFound) && isNamed(*song))
         song->setGetID3Status(static_cast<int32_t>(ID3Status::Identified));
     const WriteID3Result written = writeID3inFile(*song, isCover, isName);
+    lists_.songChanged(song); // the status line sums what it knows
     if (written.isStatusStale)
         delegate_.updateStatus();
     if (isCover || isName)
         delegate_.notficateUpdateForSongItem(song);
     DataBaseManager::defaultManager().updateSongItem(*song);
-    lists_.songChanged(song);
     delegate_.songDidChange(song);
     if (written.outcome != TagWriteOutcome::Written)
         delegate_.tagsWereNotWritten(*song, written.outcome);
