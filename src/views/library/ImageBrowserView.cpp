@@ -103,7 +103,7 @@ QString ImageBrowserView::shownImagePath(int index) const {
 
 QImage ImageBrowserView::coverOf(const ImageBrowserItem &item, const QString &path) {
     const CoverKey key{path, item.version(), (QSizeF(kPictureSize) * devicePixelRatioF()).toSize()};
-    const QImage cover = CoverCache::shared().cover(key);
+    QImage cover = CoverCache::shared().cover(key);
     if (cover.isNull())
         CoverCache::shared().want(this, {key});
     return cover;
