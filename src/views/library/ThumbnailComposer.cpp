@@ -16,7 +16,7 @@ QString failed(PictureTrouble *trouble, PictureTrouble why) {
 }
 
 QString writePicture(const QImage &image) {
-    const QString path = getTempImagePath();
+    QString path = getTempImagePath();
     QImageWriter writer(path, "tiff");
     writer.setCompression(kLzw);
     const bool isSuccess = !path.isNull() && writer.write(image);
