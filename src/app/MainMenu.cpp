@@ -10,7 +10,7 @@ namespace {
 struct MenuEntry {
     MenuItem item;
     const char *title;
-    const char *shortcut;
+    const char *shortcut; // several are parted by "; "
 };
 
 constexpr std::array kEntries{
@@ -25,7 +25,7 @@ constexpr std::array kEntries{
     MenuEntry{MenuItem::SelectAll, "Select All", "Ctrl+A"},
     MenuEntry{MenuItem::Find, "Find", "Ctrl+F"},
     MenuEntry{MenuItem::ShowFile, "Show in Finder", ""},
-    MenuEntry{MenuItem::EditTags, "Edit Music Tags", "Ctrl+I"},
+    MenuEntry{MenuItem::EditTags, "Edit Music Tags", "F2; Ctrl+I"},
     MenuEntry{MenuItem::Delete, "Delete", "Del"},
     MenuEntry{MenuItem::ShowRecording, "Recording", "Ctrl+1"},
     MenuEntry{MenuItem::ShowLibrary, "Library", "Ctrl+2"},
@@ -45,7 +45,7 @@ bool isShownOnly(MenuItem item) { return item == MenuItem::Play; }
 MainMenu::MainMenu(MainMenuDelegate &delegate, QMenu &menu, QWidget &window) : delegate_(delegate) {
     for (const MenuEntry &entry : kEntries) {
         auto *action = new QAction(localizedString(entry.title).replace(QLatin1String("%1"), kProgramName), this);
-        action->setShortcut(QKeySequence(QString::fromLatin1(entry.shortcut)));
+        action->setShortcuts(QKeySequence::listFromString(QString::fromLatin1(entry.shortcut)));
         actions_.emplace(entry.item, action);
         if (isShownOnly(entry.item))
             action->setShortcutContext(Qt::WidgetShortcut);
