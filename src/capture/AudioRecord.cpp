@@ -15,6 +15,7 @@ namespace {
 // How often the main thread looks for reports. Each look costs more than what it finds.
 constexpr std::chrono::milliseconds kDisplayInterval{100}; // a clock runs, or the sound itself is displayed
 constexpr std::chrono::milliseconds kIdleInterval{1000};   // the first sound wakes the main thread
+constexpr size_t kDisplayBacklog = 28;                     // blocks, three fragments of the device
 // A writer that takes nothing for so long stands still.
 constexpr int kPatienceMilliseconds = 1000;
 
@@ -39,6 +40,8 @@ AudioRecord::~AudioRecord() {
 void AudioRecord::setDelegatePCMWave(AudioPCMWaveDelegate *delegate) {
     delegatePCMWave_ = delegate;
     wantsSamples_.store(delegate != nullptr, std::memory_order_relaxed);
+    while (samples_.front()) // of an earlier display
+        samples_.pop();
     paceReports();
 }
 
@@ -328,8 +331,8 @@ void AudioRecord::paceReports() {
 }
 
 void AudioRecord::deliverReports() {
-    // Each report is out of the queue, together with its samples, before anybody hears of it: who hears of it may run
-    // an event loop that comes here again.
+    // Each report is out of the queue before anybody hears of it: who hears of it may run an event loop that comes here
+    // again.
     std::optional<BlockReport> split;
     bool isAnswer = false;
     while (const BlockReport *next = reports_.front()) {
@@ -337,13 +340,12 @@ void AudioRecord::deliverReports() {
         reports_.pop();
         ++deliveredReports_;
         isAnswer |= result.holdsForSplit;
-        if (result.hasSamples)
-            deliverSamples();
         if (!split && result.checksSplit && isSplitCheckDue())
             split = result;
         else
             deliver(result);
     }
+    deliverSamples();
     checkOpenFile();
     // Reports that found the queue full are gone, but not that there was sound among them.
     if (lostAudibleReport_.exchange(false, std::memory_order_relaxed) && delegate_)
@@ -364,10 +366,16 @@ void AudioRecord::deliverReports() {
 }
 
 void AudioRecord::deliverSamples() {
-    const SoundBlock samples = *samples_.front();
-    samples_.pop();
-    if (delegatePCMWave_ && audioUnit_)
-        delegatePCMWave_->sendAudioDataProc(samples.left.data(), samples.right.data(), kBlockFrames);
+    // What is displayed is what is heard: of a backlog, as behind a turn that took long, only the end.
+    if (samples_.size() > kDisplayBacklog)
+        while (samples_.size() > AudioPCMWaveDelegate::kDisplayBlocks)
+            samples_.pop();
+    for (size_t i = 0; i < AudioPCMWaveDelegate::kDisplayBlocks && samples_.front(); ++i) {
+        if (delegatePCMWave_ && audioUnit_)
+            delegatePCMWave_->sendAudioDataProc(samples_.front()->left.data(), samples_.front()->right.data(),
+                                                kBlockFrames);
+        samples_.pop();
+    }
 }
 
 void AudioRecord::deliver(const BlockReport &result) {

@@ -51,9 +51,12 @@ protected:
     ~AudioRecordDelegate() = default;
 };
 
-/// Receives the sound itself, for display.
+/// Receives the sound itself, for display: what is heard now, whatever becomes of it in files.
 class AudioPCMWaveDelegate {
 public:
+    /// So many blocks may come in one turn. They come in bursts, 8.6 in a look of the main thread.
+    static constexpr size_t kDisplayBlocks = 10;
+
     /// Main thread. One block of `forNumer` samples a channel; the pointers are valid during the call.
     virtual void sendAudioDataProc(const float *left, const float *forRightData, uint32_t forNumer) = 0;
 
@@ -179,12 +182,12 @@ private:
         bool isForOpenFile = false; // a file was open and the samples were good
         bool checksSplit = false;   // written silence: the split check is due
         bool holdsForSplit = false; // the check will cut; the audio thread holds further blocks until it has run
-        bool hasSamples = false;    // the samples lie in the queue beside this one
         bool wakes = false;         // sound behind a long silence
     };
 
     // AudioRecordBlocks.cpp: the audio thread
     bool isHolding() const noexcept;
+    void display(const InputSlice &block) noexcept;
     void hold(const InputSlice &slice) noexcept;
     void loseBlock(const InputSlice &block) noexcept;
     void processOldestHeldBlock() noexcept;
@@ -194,7 +197,7 @@ private:
     void writeBlock(const InputSlice &block) noexcept;
     void writeMP3AudioData(const float *left, const float *forRightData) noexcept;
     audioDataMemery *getAudioFrame() noexcept;
-    void report(BlockReport &report, const InputSlice &block) noexcept;
+    void report(BlockReport &report) noexcept;
 
     // AudioRecordWriter.cpp: "Thread-MP3"
     void writeMP3Data();

@@ -48,11 +48,13 @@ Status AudioRecord::AudioInputProc(const InputSlice &slice) noexcept {
     if (slice.frames != kBlockFrames) {
         BlockReport wrong;
         wrong.isWrongSize = true;
-        report(wrong, slice);
+        report(wrong);
         return 0;
     }
     // In one order with the test for holds: a hold that is not seen here waits until this block is through.
     isInBlock_.store(true, std::memory_order_seq_cst);
+    if (wantsSamples_.load(std::memory_order_relaxed))
+        display(slice);
     int processed = 0;
     const auto mayProcess = [&] {
         // What a pool that is full cannot take waits in the hold.
@@ -67,6 +69,15 @@ Status AudioRecord::AudioInputProc(const InputSlice &slice) noexcept {
         hold(slice);
     isInBlock_.store(false, std::memory_order_release); // what was done is seen by the hold that waited for it
     return slice.status;
+}
+
+/// Before anything holds the block back: a display shows what is heard.
+void AudioRecord::display(const InputSlice &block) noexcept {
+    SoundBlock *samples = block.left && block.right ? samples_.beginPush() : nullptr;
+    if (!samples)
+        return;
+    samples->copyFrom(block.left, block.right);
+    samples_.endPush();
 }
 
 bool AudioRecord::isHolding() const noexcept {
@@ -92,7 +103,7 @@ void AudioRecord::loseBlock(const InputSlice &block) noexcept {
     BlockReport result = listen(block);
     if (!result.isNull && block.status == 0)
         lostHeldBlocks_.fetch_add(1, std::memory_order_relaxed);
-    report(result, block);
+    report(result);
 }
 
 void AudioRecord::processOldestHeldBlock() noexcept {
@@ -117,7 +128,7 @@ void AudioRecord::processBlock(const InputSlice &block) noexcept {
     BlockReport result = listen(block);
     result.isForOpenFile = isRecording() && block.status == 0;
     result.checksSplit = recordBlock(block, result.isNull) && result.isNull;
-    report(result, block);
+    report(result);
 }
 
 AudioRecord::BlockReport AudioRecord::listen(const InputSlice &block) noexcept {
@@ -193,7 +204,7 @@ AudioRecord::audioDataMemery *AudioRecord::getAudioFrame() noexcept {
     return nullptr;
 }
 
-void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept {
+void AudioRecord::report(BlockReport &result) noexcept {
     result.fileNumber = fileNumber_.load(std::memory_order_relaxed);
     result.recordedSize = RecordedSize_.load(std::memory_order_relaxed);
     result.nullNumber = AudioNULLNumber_.load(std::memory_order_relaxed);
@@ -204,13 +215,6 @@ void AudioRecord::report(BlockReport &result, const InputSlice &block) noexcept 
     if (result.holdsForSplit)
         splitPending_.store(true, std::memory_order_relaxed);
     if (BlockReport *slot = reports_.beginPush()) {
-        const bool hasSamples = !result.isWrongSize && block.left && block.right;
-        if (SoundBlock *samples =
-                hasSamples && wantsSamples_.load(std::memory_order_relaxed) ? samples_.beginPush() : nullptr) {
-            samples->copyFrom(block.left, block.right);
-            samples_.endPush();
-            result.hasSamples = true;
-        }
         *slot = result;
         reports_.endPush();
         if (result.wakes && wantsWake_.load(std::memory_order_relaxed))

@@ -15,7 +15,14 @@ public:
     /// Any thread. A system call only when somebody waits.
     void post() noexcept { sem_post(&semaphore_); }
 
-    /// Waits until there has been a post(), or `milliseconds` (below 1000) are over, and takes all posts so far.
+    /// Waits until there has been a post(), and takes all posts so far.
+    void wait() noexcept {
+        while (sem_wait(&semaphore_) != 0 && errno == EINTR) {
+        }
+        takeAll();
+    }
+
+    /// As wait(), but at most until `milliseconds` (below 1000) are over.
     void waitAtMost(int milliseconds) noexcept {
         timespec end{};
         clock_gettime(CLOCK_MONOTONIC, &end);
@@ -26,10 +33,14 @@ public:
         }
         while (sem_clockwait(&semaphore_, CLOCK_MONOTONIC, &end) != 0 && errno == EINTR) {
         }
+        takeAll();
+    }
+
+private:
+    void takeAll() noexcept {
         while (sem_trywait(&semaphore_) == 0) {
         }
     }
 
-private:
     sem_t semaphore_;
 };

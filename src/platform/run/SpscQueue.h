@@ -47,7 +47,7 @@ public:
         isTaken.store(false, std::memory_order_release);
     }
 
-    /// Writing thread. Elements in the queue; the reader may have taken some of them by now.
+    /// Elements in the queue, to one of its two threads; the other may have taken or added some by now.
     size_t size() const noexcept {
         return written_.load(std::memory_order_relaxed) - read_.load(std::memory_order_relaxed);
     }

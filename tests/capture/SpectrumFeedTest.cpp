@@ -1,0 +1,127 @@
+// The way of the sound from the engine to the bars: nothing is lost on it in steady running, and it shows what is
+// heard.
+#include "capture/AudioTransToPCMWave.h"
+#include "platform/run/Log.h"
+#include "support/FakeInputUnit.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QThread>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Display final : AudioTransToPCMWaveDelegate {
+    QList<QList<int32_t>> results;
+    void sendAudioSpectrum(const int32_t *bars) override { results.append(QList<int32_t>(bars, bars + kBars)); }
+    /// False if there are not so many within ten seconds.
+    bool hasResults(qsizetype count) {
+        QElapsedTimer timer;
+        for (timer.start(); results.size() < count && timer.elapsed() < 10'000; QThread::usleep(50))
+            QCoreApplication::processEvents();
+        return results.size() == count;
+    }
+};
+
+class SpectrumFeedTest : public testing::Test {
+protected:
+    void SetUp() override {
+        feed.setDelegate(&display);
+        engine.setDelegatePCMWave(&feed);
+        engine.configureAudioUnit(1);
+        blocks = std::make_unique<BlockFeed>(*units.client);
+    }
+    void tone(int count) {
+        for (int i = 0; i < count; ++i)
+            blocks->tone();
+    }
+
+    Display display;
+    FakeInputUnits units;
+    AudioTransToPCMWave feed; // outlives the engine that speaks to it
+    AudioRecord engine{units.factory()};
+    std::unique_ptr<BlockFeed> blocks;
+};
+
+} // namespace
+
+TEST_F(SpectrumFeedTest, LosesNothingInSteadyRunning) {
+    // Fragments of nine blocks, at times none or two of them to a look of the main thread.
+    int waiting = 0;
+    int delivered = 0;
+    for (const int fragments : {1, 1, 0, 2, 1, 1, 1, 0, 2, 0, 2, 0, 1, 1, 2, 0, 1, 0, 1, 1, 0, 1, 0, 0}) {
+        tone(9 * fragments);
+        waiting += 9 * fragments;
+        engine.deliverReports();
+        const int taken = std::min(waiting, 10);
+        waiting -= taken;
+        delivered += taken;
+        ASSERT_TRUE(display.hasResults(delivered / 9));
+    }
+    EXPECT_EQ(delivered, 19 * 9);
+    EXPECT_NE(display.results.first(), QList<int32_t>(Display::kBars));
+}
+
+TEST_F(SpectrumFeedTest, NineBlocksGiveAResultAndEightGiveNone) {
+    tone(8);
+    engine.deliverReports();
+    tone(1);
+    engine.deliverReports();
+    ASSERT_TRUE(display.hasResults(1));
+    tone(8);
+    engine.deliverReports();
+    QThread::msleep(20); // for the worker
+    QCoreApplication::processEvents();
+    EXPECT_EQ(display.results.size(), 1);
+}
+
+TEST_F(SpectrumFeedTest, ShowsWhatIsHeardWhileTheEngineHoldsItBack) {
+    const AudioRecord::BlockHold hold(engine);
+    for (qsizetype results = 1; results <= 4; ++results) {
+        tone(9);
+        engine.deliverReports();
+        ASSERT_TRUE(display.hasResults(results));
+    }
+}
+
+TEST_F(SpectrumFeedTest, OfABacklogItShowsTheEnd) {
+    for (int i = 0; i < 50; ++i)
+        blocks->silence();
+    tone(10);
+    engine.deliverReports();
+    ASSERT_TRUE(display.hasResults(1));
+    EXPECT_NE(display.results.last(), QList<int32_t>(Display::kBars));
+}
+
+TEST_F(SpectrumFeedTest, RestsWhileNobodyLooks) {
+    tone(20);
+    engine.setDelegatePCMWave(nullptr);
+    tone(40);
+    engine.setDelegatePCMWave(&feed);
+    engine.deliverReports();
+    tone(9);
+    engine.deliverReports();
+    EXPECT_TRUE(display.hasResults(1)); // nothing of before
+}
+
+TEST_F(SpectrumFeedTest, SkipsAndLogsAWrongSize) {
+    QStringList lines;
+    setLogSink([&](const QString &line) { lines << line; });
+    const std::array<float, 2 * kBlockFrames> samples{};
+    for (const uint32_t count : {0U, 511U, 513U})
+        feed.sendAudioDataProc(samples.data(), samples.data(), count);
+    setLogSink({});
+    EXPECT_EQ(lines, QStringList(3, "deal with spectrum nNumber != AUDIOFRAMENUMBER"));
+}
+
+TEST_F(SpectrumFeedTest, AFloodIsDroppedAndNeverWaitedFor) {
+    const std::array<float, kBlockFrames> samples{0.5F};
+    for (int i = 0; i < 20'000; ++i)
+        feed.sendAudioDataProc(samples.data(), samples.data(), kBlockFrames);
+    ASSERT_TRUE(display.results.isEmpty()); // they come in turns of their own
+    tone(9);
+    engine.deliverReports();
+    for (int i = 0; i < 3 && display.results.isEmpty(); ++i)
+        QThread::msleep(10), QCoreApplication::processEvents();
+    EXPECT_FALSE(display.results.isEmpty());
+}
