@@ -2,6 +2,7 @@
 
 #include "capture/SilenceWatch.h"
 #include "demo/DecodedAudio.h"
+#include "demo/FrameCamera.h"
 #include "demo/PrivateMachine.h"
 #include "demo/RunningProgram.h"
 #include "platform/run/UserDefaults.h"
@@ -12,6 +13,7 @@
 #include <QThread>
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace {
 void prepareHome(const RecordingPlan &plan) {
@@ -28,9 +30,13 @@ QString recordOn(const RecordingPlan &plan, PrivateMachine &machine) {
         return "the program did not come up, see corvidia.log";
     if (!program.startRecording())
         return "no sound arrived from the capture device, see corvidia.log";
+    std::optional<FrameCamera> camera;
+    if (!plan.framesFolder.isNull())
+        camera.emplace(plan.framesFolder);
     if (!machine.sound().play(plan.wavPath))
         return "the file could not be played: " + machine.sound().errorText();
     QThread::sleep(2);
+    camera.reset();
     if (!program.activateAction("stop"))
         return "the program does not answer";
     QThread::msleep(500); // for the picture only: the last track's card comes up

@@ -18,6 +18,7 @@ struct RecordingPlan {
     PrivateSoundServer::Kind server = PrivateSoundServer::Kind::PulseAudio;
     ExportType type = ExportType::M4A;
     bool keepsShort = false; ///< turns the length filter off
+    QString framesFolder;    ///< takes pictures of the window, every 200 ms of the recording; null for none
 };
 
 /// Brings up sound server, display and session bus, starts the program, records exactly what is played of the WAV file

@@ -46,6 +46,7 @@ int main(int argc, char **argv) {
     options.addOptions({{"type", "Format of the recording: m4a or mp3.", "type", "m4a"},
                         {"server", "Sound server: pulseaudio or pipewire.", "server", "pulseaudio"},
                         {"out", "Folder for everything that stays.", "folder", "demo"},
+                        {"frames", "Folder for pictures of the window, one every 200 ms.", "folder"},
                         {"keep-short", "Keep recordings below the length limit too."}});
     options.addPositionalArgument("FILE", "A WAV file.", "[FILE.wav]");
     options.process(application);
@@ -61,6 +62,12 @@ int main(int argc, char **argv) {
     plan.type = type == "mp3" ? ExportType::MP3 : ExportType::M4A;
     plan.server = server == "pipewire" ? PrivateSoundServer::Kind::PipeWire : PrivateSoundServer::Kind::PulseAudio;
     plan.keepsShort = options.isSet("keep-short");
+
+    if (options.isSet("frames")) {
+        plan.framesFolder = QDir(options.value("frames")).absolutePath();
+        if (!QDir().mkpath(plan.framesFolder))
+            return fail(plan.framesFolder + " cannot be made");
+    }
 
     SongStream stream;
     const bool isOwnStream = options.positionalArguments().isEmpty();
