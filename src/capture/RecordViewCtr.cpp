@@ -12,6 +12,7 @@
 #include "store/DataBaseManager.h"
 #include "store/TimeAndSizeText.h"
 #include "tags/audio/AudioConverter.h"
+#include "views/recording/RecordAnimationCtr.h"
 #include "views/recording/RunTracksView.h"
 #include "views/window/DockContentView.h"
 #include "views/window/ReadyStatusPanel.h"
@@ -23,6 +24,7 @@
 
 namespace {
 constexpr double kClearUpSeconds = 0.2;
+constexpr int kHighestColumn = 16;
 constexpr double kShortestTrackSeconds = 0.5; // below it there is nothing to keep, whatever the filter says
 
 UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
@@ -57,7 +59,14 @@ RecordViewCtr::RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPag
                        [this](const auto &news) { NotifyDeleteSongItems(news.object); });
     center.addObserver(this, "HasRestoreSongItemNotification",
                        [this](const auto &news) { NotifyRestoreSongItems(news.object); });
+    RecordAnimationCtr &scene = RecordAnimationCtr::recordAnimation();
+    view_.setScene(*scene.view());
+    animationdelegate_ = &scene;
     microRecord_.setDelegate(this);
+    audioTransToPCMWave_.setDelegate(this);
+    recordSpectrum_.spectrumView()->setDataSource(this);
+    connect(recordSpectrum_.spectrumView(), &SpectrumView::sightChanged, this, &RecordViewCtr::followSpectrum);
+    followSpectrum();
     center.addObserver(this, "PluginInstallNotification", [this](const auto &) { devicesDidIstall(); });
     center.addObserver(this, "PluginUninstallNotification", [this](const auto &) { devicesDidUnistall(); });
     // Once the window is up: a sound server that does not answer shall not hold it.
@@ -71,6 +80,7 @@ RecordViewCtr::RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPag
 
 RecordViewCtr::~RecordViewCtr() {
     SoundServer::defaultServer().setInputDevicesChanged({});
+    recordSpectrum_.spectrumView()->setDataSource(nullptr);
     microRecord_.setDelegate(nullptr);
 }
 
@@ -195,7 +205,11 @@ void RecordViewCtr::finishRecordedFile(const RecordedFile &file) {
         return;
     }
     const std::shared_ptr<SongItem> song = keepRecordedFile(file, size, info);
+    if (animationdelegate_)
+        animationdelegate_->startCoverAnimation();
     view_.runTracksView()->addSongItemOnMainThread(song);
+    if (animationdelegate_)
+        animationdelegate_->stopCoverAnimation(); // it goes on to its end
     sendRecordedSongItem(song, file.deviceType);
     DockContentView::shared().setRecordedMusicCount(++songItemCount_);
     if (delegate_)
@@ -338,6 +352,36 @@ QString RecordViewCtr::rotatingStatusText() {
     return localizedString("Rec...");
 }
 
+// The spectrum
+
+// Bars that nobody sees cost nothing, and begin anew from the ground.
+void RecordViewCtr::followSpectrum() {
+    const bool isSeen = recordSpectrum_.spectrumView()->isInSight();
+    microRecord_.setDelegatePCMWave(isSeen ? &audioTransToPCMWave_ : nullptr);
+    if (!isSeen)
+        clearSpectrum();
+}
+
+void RecordViewCtr::sendAudioSpectrum(const int32_t *bars) {
+    if (!microRecord_.delegatePCMWave())
+        return; // the last result of bars that have just gone out of sight
+    pcmNumberAry_.clear();
+    for (int i = 0; i < kBars; ++i)
+        pcmNumberAry_ << qMin(static_cast<int>(bars[i] * 24.0 * 4.0 / 8000.0), kHighestColumn);
+    recordSpectrum_.spectrumView()->reloadData();
+}
+
+void RecordViewCtr::clearSpectrum() {
+    pcmNumberAry_.fill(0, kBars);
+    recordSpectrum_.spectrumView()->reloadData();
+}
+
+int RecordViewCtr::numberOfColumnsInSpectrumView([[maybe_unused]] SpectrumView &spectrumView) { return kBars; }
+
+int RecordViewCtr::objectValueForColumnIndex([[maybe_unused]] SpectrumView &spectrumView, int index) {
+    return pcmNumberAry_.at(index);
+}
+
 // Tracks and devices that changed elsewhere
 
 void RecordViewCtr::NotifyID3Change(const std::any &object) {
@@ -393,6 +437,7 @@ void RecordViewCtr::devicesDidUnistall() {
 }
 
 void RecordViewCtr::clearUpOnMainThread() {
+    clearSpectrum();
     if (!recordStarting_)
         changedRecordingStatus(RecordingStatus::Idle);
 }

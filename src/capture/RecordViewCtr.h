@@ -5,9 +5,12 @@
 #pragma once
 
 #include "capture/AudioRecord.h"
+#include "capture/AudioTransToPCMWave.h"
 #include "platform/sound/SoundServer.h"
 #include "store/SongItem.h"
+#include "views/recording/RecordAnimationDelegate.h"
 #include "views/recording/RecordingPage.h"
+#include "views/recording/SpectrumView.h"
 #include "views/window/DisplayBox.h"
 
 #include <QHash>
@@ -43,23 +46,14 @@ protected:
     ~RecordViewCtrDelegate() = default;
 };
 
-/// Moves the scene of the recording page. Each operation may come again and again.
-class RecordAnimationDelegate {
-public:
-    virtual void startMicrophoneAnimation() {}
-    virtual void stopMicrophoneAnimation() {}
-    virtual void startNoteAnimation() {}
-    virtual void stopNoteAnimation() {}
-
-protected:
-    ~RecordAnimationDelegate() = default;
-};
-
 /// Tests a folder for writing; where it may not be written, says so to the user. Against its name, true means that the
 /// folder may NOT be used.
 bool isDraggingDestPermited(const QString &folder);
 
-class RecordViewCtr final : public QObject, public AudioRecordDelegate {
+class RecordViewCtr final : public QObject,
+                            public AudioRecordDelegate,
+                            public AudioTransToPCMWaveDelegate,
+                            public SpectrumViewDataSource {
     Q_OBJECT
 public:
     /// `view` is the page below the toolbar, `recordSpectrum` the box in it; both outlive this controller.
@@ -99,6 +93,11 @@ public:
 
     void changedRecordingStatus(RecordingStatus status);
 
+    // The spectrum
+    void sendAudioSpectrum(const int32_t *bars) override;
+    int numberOfColumnsInSpectrumView(SpectrumView &spectrumView) override;
+    int objectValueForColumnIndex(SpectrumView &spectrumView, int index) override;
+
 private:
     /// What a file is, as it was when it was opened.
     struct RecordedFile {
@@ -126,6 +125,8 @@ private:
     void devicesDidIstall();
     void devicesDidUnistall();
     void clearUpOnMainThread();
+    void clearSpectrum();
+    void followSpectrum();
 
     RecordingPage &view_;
     DisplayBox &recordSpectrum_;
@@ -140,6 +141,8 @@ private:
     int songItemCount_ = 0;                  // tracks recorded in this run and still present
     int recordCountShow_ = 0;                // phase of the text that shows that the recording runs
     DeviceType deviceType_ = DeviceType::SystemAudio;
-    DeviceID defaultDeviceID_ = 0; // the default output at launch, then the device of the last recording
+    DeviceID defaultDeviceID_ = 0;                // the default output at launch, then the device of the last recording
+    QList<int> pcmNumberAry_ = QList<int>(kBars); // the columns that the spectrum shows
+    AudioTransToPCMWave audioTransToPCMWave_;     // outlives the engine, which speaks to it
     AudioRecord microRecord_;
 };

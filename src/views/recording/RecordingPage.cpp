@@ -1,6 +1,5 @@
 #include "views/recording/RecordingPage.h"
 
-#include "platform/desktop/ImageNamed.h"
 #include "platform/run/LocalizedString.h"
 #include "views/controls/Look.h"
 #include "views/controls/Sketch.h"
@@ -12,31 +11,17 @@
 
 namespace {
 
-constexpr QSize kSceneSize(520, 240);
 constexpr QSize kFormatStripSize(240, 28);
 constexpr int kFormatStripTop = 5;
 constexpr int kSentenceHeight = 40;
-constexpr int kSentenceGap = 14; // between the scene and its sentence
+constexpr int kSentenceTop = 133; // below the middle of the scene
 
 } // namespace
 
-/// The microphone at rest.
-class MicrophoneScene : public QWidget {
-public:
-    using QWidget::QWidget;
-
-protected:
-    void paintEvent(QPaintEvent *) override {
-        QPainter(this).drawPixmap(0, 0,
-                                  imageNamed(QStringLiteral("microphone-scene"), kSceneSize, devicePixelRatioF()));
-    }
-};
-
 RecordingPage::RecordingPage(QWidget *parent)
     : QWidget(parent),
-      animationViewBox_(new QWidget(this)),
-      scene_(new MicrophoneScene(animationViewBox_)),
       lblSentence_(new QLabel(this)),
+      animationViewBox_(new QWidget(this)),
       formatStripPlace_(new QWidget(this)),
       flowViewBox_(new QWidget(this)),
       runTracksView_(new RunTracksView(flowViewBox_)) {
@@ -50,7 +35,15 @@ RecordingPage::RecordingPage(QWidget *parent)
     connect(runTracksView_->model(), &QAbstractItemModel::rowsInserted, this, &RecordingPage::updateSentence);
     connect(runTracksView_->model(), &QAbstractItemModel::rowsRemoved, this, &RecordingPage::updateSentence);
     updateSentence();
+    setAttribute(Qt::WA_OpaquePaintEvent); // what moves costs no more than the page below it
     resize(kSize);
+}
+
+void RecordingPage::setScene(QWidget &scene) {
+    scene_ = &scene;
+    scene.setParent(animationViewBox_);
+    scene.setGeometry(animationViewBox_->rect());
+    scene.show();
 }
 
 void RecordingPage::setState(RecordingPageState state) {
@@ -94,8 +87,7 @@ void RecordingPage::resizeEvent(QResizeEvent *) {
     flowViewBox_->setGeometry(0, sceneAreaHeight, width(), kStripHeight);
     formatStripPlace_->setGeometry(
         QRect(QPoint((width() - kFormatStripSize.width()) / 2, kFormatStripTop), kFormatStripSize));
-    const int used = kSceneSize.height() + kSentenceGap + kSentenceHeight;
-    const int top = qMax(0, kFormatStripTop + kFormatStripSize.height() + sceneAreaHeight - used) / 2;
-    scene_->setGeometry(QRect(QPoint((width() - kSceneSize.width()) / 2, top), kSceneSize));
-    lblSentence_->setGeometry(60, top + kSceneSize.height() + kSentenceGap, width() - 120, kSentenceHeight);
+    if (scene_)
+        scene_->setGeometry(animationViewBox_->rect());
+    lblSentence_->setGeometry(60, sceneAreaHeight / 2 + kSentenceTop, width() - 120, kSentenceHeight);
 }

@@ -3,10 +3,10 @@
 // Threads: main.
 #pragma once
 
+#include <QPointer>
 #include <QWidget>
 
 class QLabel;
-class MicrophoneScene;
 class RunTracksView;
 
 /// What the page tells its user to do, or what is going on.
@@ -26,7 +26,8 @@ public:
     /// The sentence shown; empty while the page idles and has tracks.
     QString sentence() const;
 
-    /// The host of the scene, 900 x 370. What is put into it lies over the microphone at rest.
+    /// The host of the scene, 900 x 370. What is put into it with setScene() fills it.
+    void setScene(QWidget &scene);
     QWidget *animationViewBox() const { return animationViewBox_; }
     /// The host of the tracks of this run, 900 x 131.
     QWidget *flowViewBox() const { return flowViewBox_; }
@@ -42,9 +43,9 @@ private:
     void updateSentence();
 
     RecordingPageState state_ = RecordingPageState::Idle;
+    QPointer<QWidget> scene_;
+    QLabel *lblSentence_; // below the scene: a cover passes over it
     QWidget *animationViewBox_;
-    MicrophoneScene *scene_;
-    QLabel *lblSentence_;
     QWidget *formatStripPlace_;
     QWidget *flowViewBox_;
     RunTracksView *runTracksView_;

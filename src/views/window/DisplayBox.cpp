@@ -2,6 +2,7 @@
 
 #include "platform/desktop/ImageNamed.h"
 #include "views/controls/Look.h"
+#include "views/recording/SpectrumView.h"
 #include "views/window/PlayPanel.h"
 #include "views/window/ReadyStatusPanel.h"
 
@@ -22,7 +23,7 @@ DisplayBox::DisplayBox(QWidget *parent)
       recordSpectrum_(new QWidget(this)),
       lblRecordStatus_(new QLabel(recordSpectrum_)),
       lblRecordTime_(new ReadyStatusPanel(recordSpectrum_)),
-      spectrumHost_(new QWidget(recordSpectrum_)),
+      spectrumView_(new SpectrumView(recordSpectrum_)),
       playPanel_(new PlayPanel(this)) {
     setFixedSize(kSize);
     recordSpectrum_->setGeometry(rect());
@@ -30,7 +31,7 @@ DisplayBox::DisplayBox(QWidget *parent)
     lblRecordStatus_->setTextFormat(Qt::PlainText);
     lblRecordStatus_->setFont(lookFont(kStatusPixels, QFont::DemiBold));
     lblRecordTime_->setGeometry(kClockPlace);
-    spectrumHost_->setGeometry(kSpectrumPlace);
+    spectrumView_->setGeometry(kSpectrumPlace);
     dressStatus();
     recordSpectrum_->hide();
     playPanel_->setGeometry(rect());

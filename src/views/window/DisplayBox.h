@@ -8,6 +8,7 @@
 class PlayPanel;
 class QLabel;
 class ReadyStatusPanel;
+class SpectrumView;
 
 enum class StatusColour { Black, Red };
 
@@ -30,8 +31,7 @@ public:
     /// What a recording shows in the box: status, clock and spectrum. It can be hidden or taken out as one.
     QWidget *recordSpectrum() const { return recordSpectrum_; }
     ReadyStatusPanel *lblRecordTime() const { return lblRecordTime_; }
-    /// The empty place for the spectrum bars, 230 x 33.
-    QWidget *spectrumHost() const { return spectrumHost_; }
+    SpectrumView *spectrumView() const { return spectrumView_; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -45,6 +45,6 @@ private:
     QWidget *recordSpectrum_;
     QLabel *lblRecordStatus_;
     ReadyStatusPanel *lblRecordTime_;
-    QWidget *spectrumHost_;
+    SpectrumView *spectrumView_;
     PlayPanel *playPanel_;
 };
