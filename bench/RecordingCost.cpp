@@ -1,10 +1,12 @@
 // What recording costs: processor time of the whole program with its window shown and of the sound server beside it,
-// against ffmpeg recording the same stream, one recorder at a time; and the program's memory and its work at rest.
+// against ffmpeg recording the same stream, one recorder at a time; and the program's memory and its work at rest. Then
+// what the moving scene and the bars add to a recording: the program with its window seen, and covered by another.
 //
-//   recording_cost [--server pulseaudio|pipewire] [--seconds 20] [--rounds 3]
+//   recording_cost [--server pulseaudio|pipewire] [--seconds 20] [--rounds 3] [--scene]
 //
 // Bounds: program and server together take no more than ffmpeg and server together, the aim is 0.7 of it; memory at
-// most 80 MiB idle and 110 recording; below 1 % of a core idle, the capture stream aside. Exits with 1 when one is
+// most 80 MiB idle and 110 recording; below 1 % of a core idle, the capture stream aside; the scene at most 4 % of a
+// core at scale 1 and 8 % at scale 2, the bars' own thread 0.4 %. With --scene only these. Exits with 1 when one is
 // missed. Everything runs on a private machine. Load from elsewhere makes all of them dearer, so only figures of one
 // run are to be compared; the recorders take turns, so that a change of the load meets both.
 #include "ResidentMemory.h"
@@ -18,12 +20,14 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QSize>
 #include <QThread>
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <map>
 #include <memory>
+#include <xcb/xcb.h>
 
 namespace {
 
@@ -32,6 +36,12 @@ constexpr int kIdleSeconds = 20;
 constexpr double kIdleMemoryBound = 80;       // MiB
 constexpr double kRecordingMemoryBound = 110; // MiB
 constexpr double kIdleBound = 1;              // percent of a core
+constexpr double kFeedBound = 0.4;            // percent of a core
+constexpr struct {
+    int scale;
+    double bound; // percent of a core
+} kScenes[] = {{1, 4}, {2, 8}};
+constexpr QSize kDisplay(2000, 1440); // the window at scale 2
 
 /// Seconds of processor time of all threads of a process so far, of ended ones too.
 double cpuSeconds(qint64 process) {
@@ -67,6 +77,25 @@ SongStream makeMusic(int seconds) {
                                  sample(songs.songs[song].endFrame));
     return music;
 }
+
+/// A window over everything else.
+class CoveringWindow {
+public:
+    CoveringWindow() {
+        const xcb_screen_t &screen = *xcb_setup_roots_iterator(xcb_get_setup(display_.get())).data;
+        const uint32_t isUnmanaged = 1;
+        xcb_create_window(display_.get(), XCB_COPY_FROM_PARENT, window_, screen.root, 0, 0, screen.width_in_pixels,
+                          screen.height_in_pixels, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen.root_visual,
+                          XCB_CW_OVERRIDE_REDIRECT, &isUnmanaged);
+        xcb_map_window(display_.get(), window_);
+        xcb_flush(display_.get());
+    }
+
+private:
+    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> display_{xcb_connect(nullptr, nullptr),
+                                                                          &xcb_disconnect};
+    xcb_window_t window_ = xcb_generate_id(display_.get());
+};
 
 struct Cost {
     double recorder = 0, server = 0;      // seconds of processor time
@@ -114,6 +143,35 @@ public:
                     idleShareWithoutCapture_, kIdleBound, verdict(idleShareWithoutCapture_ < kIdleBound));
         std::printf("Recording: %.1f MiB (at most %.0f) %s\n", recordingMemory_, kRecordingMemoryBound,
                     verdict(recordingMemory_ <= kRecordingMemoryBound));
+        return {};
+    }
+
+    /// What moves, at each scale.
+    QString runScenes() {
+        music_ = machine_.filePath("music.wav");
+        if (!writeWav(makeMusic((2 * seconds_ + 4 * kSettleSeconds) * rounds_), music_))
+            return music_ + " cannot be written";
+        for (const auto &[scale, bound] : kScenes) {
+            Cost seen, covered;
+            qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
+            const QString error = recordSeenAndCovered(seen, covered);
+            qunsetenv("QT_SCALE_FACTOR");
+            if (!error.isNull())
+                return error;
+            const double percent = 100.0 / (rounds_ * seconds_);
+            const double scene = (seen.recorder - covered.recorder) * percent;
+            std::printf("Scale %d: %.2f %% of a core seen, %.2f %% covered; the scene %.2f %% (at most %.0f) %s\n",
+                        scale, seen.recorder * percent, covered.recorder * percent, scene, bound,
+                        verdict(scene <= bound));
+            const double feed = seen.threads["Trans-Thread"] * percent;
+            std::printf("         the bars' thread %.2f %% (at most %.1f) %s, covered %.2f %%\n", feed, kFeedBound,
+                        verdict(feed <= kFeedBound), covered.threads["Trans-Thread"] * percent);
+            for (const auto &[thread, spent] : seen.threads)
+                if (spent * percent >= 0.1)
+                    std::printf("           %-18s %6.2f %%, covered %6.2f %%\n", thread.constData(), spent * percent,
+                                covered.threads[thread] * percent);
+            std::fflush(stdout);
+        }
         return {};
     }
 
@@ -182,6 +240,22 @@ private:
         return {};
     }
 
+    QString recordSeenAndCovered(Cost &seen, Cost &covered) {
+        RunningProgram program(QCoreApplication::applicationDirPath() + "/Corvidia", machine_.filePath("corvidia.log"));
+        if (!program.isReady() || !program.startRecording())
+            return "the program did not come up or no sound arrived from the capture device";
+        const auto player = startMusic();
+        for (int round = 0; round < rounds_; ++round) {
+            measure(program.processId(), seen);
+            const CoveringWindow cover;
+            measure(program.processId(), covered);
+        }
+        player->kill();
+        player->waitForFinished();
+        return program.activateAction("quit") && program.endsWell() ? QString()
+                                                                    : "the program did not end as it should";
+    }
+
     void measureIdle(qint64 program) {
         QThread::sleep(kSettleSeconds);
         const auto before = cpuSecondsByThread(program);
@@ -234,7 +308,8 @@ int main(int argc, char **argv) {
     options.addHelpOption();
     options.addOptions({{"server", "Sound server: pulseaudio or pipewire.", "server", "pulseaudio"},
                         {"seconds", "Seconds of each measurement.", "seconds", "20"},
-                        {"rounds", "Measurements of each recorder.", "rounds", "3"}});
+                        {"rounds", "Measurements of each recorder.", "rounds", "3"},
+                        {"scene", "Only the scene."}});
     options.process(application);
     const int seconds = options.value("seconds").toInt();
     const int rounds = options.value("rounds").toInt();
@@ -242,13 +317,15 @@ int main(int argc, char **argv) {
     if (seconds < 1 || rounds < 1 || (server != "pulseaudio" && server != "pipewire"))
         options.showHelp(2);
 
-    PrivateMachine machine(server == "pipewire" ? PrivateSoundServer::Kind::PipeWire
-                                                : PrivateSoundServer::Kind::PulseAudio);
+    PrivateMachine machine(
+        server == "pipewire" ? PrivateSoundServer::Kind::PipeWire : PrivateSoundServer::Kind::PulseAudio, kDisplay);
     qputenv("HOME", machine.filePath("home").toUtf8());
     QString error = machine.start();
     Measurement measurement(machine, seconds, rounds);
-    if (error.isNull())
+    if (error.isNull() && !options.isSet("scene"))
         error = measurement.run();
+    if (error.isNull())
+        error = measurement.runScenes();
     if (!error.isNull()) {
         std::fprintf(stderr, "recording_cost: %s\n", qPrintable(error));
         return 2;

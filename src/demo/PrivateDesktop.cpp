@@ -7,7 +7,7 @@ void endWithParent(QProcess &process) {
     process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
 }
 
-PrivateDesktop::PrivateDesktop(const QString &folder) : folder_(folder) {}
+PrivateDesktop::PrivateDesktop(const QString &folder, const QSize &size) : folder_(folder), size_(size) {}
 
 PrivateDesktop::~PrivateDesktop() {
     for (auto process = processes_.rbegin(); process != processes_.rend(); ++process) {
@@ -19,13 +19,13 @@ PrivateDesktop::~PrivateDesktop() {
 }
 
 bool PrivateDesktop::start() {
+    const QString screen = QStringLiteral("%1x%2x24").arg(size_.width()).arg(size_.height());
     // Both tell on their standard output how they can be reached.
     return launch(
                "dbus-daemon",
                {"--session", "--nofork", "--nosyslog", "--print-address=1", "--address=unix:path=" + folder_ + "/bus"},
                "DBUS_SESSION_BUS_ADDRESS", {}) &&
-           launch("Xvfb", {"-displayfd", "1", "-screen", "0", "1000x720x24", "-nolisten", "tcp", "-noreset"}, "DISPLAY",
-                  ":");
+           launch("Xvfb", {"-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp", "-noreset"}, "DISPLAY", ":");
 }
 
 bool PrivateDesktop::launch(const QString &program, const QStringList &arguments, const char *variable,

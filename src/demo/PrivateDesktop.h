@@ -4,14 +4,17 @@
 #pragma once
 
 #include <QProcess>
+#include <QSize>
 #include <QString>
 #include <memory>
 #include <vector>
 
 class PrivateDesktop {
 public:
+    static constexpr QSize kSize{1000, 720};
+
     /// `folder` takes the bus's socket; its path must be short, as a socket's has to be.
-    explicit PrivateDesktop(const QString &folder);
+    explicit PrivateDesktop(const QString &folder, const QSize &size = kSize);
     ~PrivateDesktop();
 
     /// Starts both and sets DISPLAY and DBUS_SESSION_BUS_ADDRESS for this process and its children. False when one of
@@ -27,6 +30,7 @@ private:
     bool launch(const QString &program, const QStringList &arguments, const char *variable, const QByteArray &before);
 
     QString folder_;
+    QSize size_; // of the display
     QString errorText_;
     std::vector<std::unique_ptr<QProcess>> processes_;
 };

@@ -2,10 +2,10 @@
 
 #include "capture/CaptureDevice.h"
 
-PrivateMachine::PrivateMachine(PrivateSoundServer::Kind kind)
+PrivateMachine::PrivateMachine(PrivateSoundServer::Kind kind, const QSize &display)
     : folder_(QStringLiteral("/tmp/corvidia-XXXXXX")),
       sound_(kind, folder_.filePath("sound")),
-      desktop_(folder_.path()) {}
+      desktop_(folder_.path(), display) {}
 
 QString PrivateMachine::start() {
     if (!sound_.start())

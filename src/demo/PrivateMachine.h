@@ -11,7 +11,7 @@
 /// The home folder is the caller's: HOME is to be set before.
 class PrivateMachine {
 public:
-    explicit PrivateMachine(PrivateSoundServer::Kind kind);
+    explicit PrivateMachine(PrivateSoundServer::Kind kind, const QSize &display = PrivateDesktop::kSize);
 
     /// Brings everything up and installs the capture device. The answer is what went wrong, null when nothing did.
     QString start();

@@ -17,8 +17,8 @@ CoveredWindows::CoveredWindows(QObject *parent) : QObject(parent) { qApp->instal
 
 void CoveredWindows::watch(const QWindow &window) {
     const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11)
-        return;
+    if (!x11 || QGuiApplication::platformName() != "xcb")
+        return; // others have the interface, but windows of another kind
     // To what the toolkit listens to already.
     xcb_connection_t *connection = x11->connection();
     const auto id = static_cast<xcb_window_t>(window.winId());

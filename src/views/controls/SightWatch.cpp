@@ -7,8 +7,7 @@
 #include <QWidget>
 #include <utility>
 
-SightWatch::SightWatch(QWidget &widget)
-    : QObject(&widget), widget_(widget), isShown_(widget.isVisible()), isInSight_(isShown_) {
+SightWatch::SightWatch(QWidget &widget) : widget_(widget), isShown_(widget.isVisible()), isInSight_(isShown_) {
     widget.installEventFilter(this);
     connect(&CoveredWindows::shared(), &CoveredWindows::changed, this, &SightWatch::refresh);
     connect(&Look::shared(), &Look::changed, this, &SightWatch::changed);

@@ -9,7 +9,7 @@
 
 class QWidget;
 
-/// Lives as long as its widget.
+/// A member of its widget: it goes before the widget hides at its end.
 class SightWatch : public QObject {
     Q_OBJECT
 public:

@@ -27,10 +27,10 @@ QPixmap AnimationFrames::at(int frame, qreal devicePixelRatio) {
 }
 
 FrameAnimationView::FrameAnimationView(AnimationFrames &frames, double seconds, const QString &key, QWidget *parent)
-    : QWidget(parent), frames_(frames), duration_(qRound64(seconds * 1000)), sight_(new SightWatch(*this)) {
+    : QWidget(parent), frames_(frames), duration_(qRound64(seconds * 1000)) {
     setObjectName(key);
     setAttribute(Qt::WA_TransparentForMouseEvents);
-    connect(sight_, &SightWatch::changed, this, [this] { sightDidChange(); });
+    connect(&sight_, &SightWatch::changed, this, [this] { sightDidChange(); });
 }
 
 FrameAnimationView::~FrameAnimationView() { SceneClock::shared().remove(*this); }

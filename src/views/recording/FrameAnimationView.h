@@ -53,7 +53,7 @@ protected:
     /// What is shown while nothing may move.
     virtual int stillFrame() const { return 0; }
     void endAnimation();
-    bool mayMove() const { return sight_->mayMove(); }
+    bool mayMove() const { return sight_.mayMove(); }
     void sightDidChange();
     void showFrame(int frame);
     AnimationFrames &frames() const { return frames_; }
@@ -62,7 +62,7 @@ protected:
 private:
     AnimationFrames &frames_;
     const qint64 duration_; // milliseconds
-    SightWatch *sight_;
+    SightWatch sight_{*this};
     bool isAnimating_ = false;
     qint64 cycleStart_ = -1; // negative until the first tick
     int frame_ = 0;

@@ -25,10 +25,9 @@ AnimationFrames &noteImages() {
 
 } // namespace
 
-NoteView::NoteView(QWidget *parent)
-    : QWidget(parent), random_(QRandomGenerator::securelySeeded()), sight_(new SightWatch(*this)) {
+NoteView::NoteView(QWidget *parent) : QWidget(parent), random_(QRandomGenerator::securelySeeded()) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
-    connect(sight_, &SightWatch::changed, this, [this] { sightDidChange(); });
+    connect(&sight_, &SightWatch::changed, this, [this] { sightDidChange(); });
 }
 
 NoteView::~NoteView() { SceneClock::shared().remove(*this); }
@@ -44,7 +43,7 @@ void NoteView::startAnimation() {
 void NoteView::stopAnimation() {
     logLine("NoteView stopAnimation");
     cancel_ = true;
-    if (!sight_->mayMove())
+    if (!sight_.mayMove())
         hideNotes();
 }
 
@@ -54,7 +53,7 @@ int NoteView::notesInSight() const {
 }
 
 void NoteView::sightDidChange() {
-    if (sight_->mayMove()) {
+    if (sight_.mayMove()) {
         if (!SceneClock::shared().isMoving(*this))
             hideNotes(); // those that stood still
         initAnimation();
@@ -62,7 +61,7 @@ void NoteView::sightDidChange() {
     }
     SceneClock::shared().remove(*this);
     hideNotes();
-    if (sight_->isInSight() && !cancel_)
+    if (sight_.isInSight() && !cancel_)
         arrangeStill();
 }
 

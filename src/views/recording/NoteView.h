@@ -62,5 +62,5 @@ private:
     std::array<Note, kNotes> notes_;
     bool cancel_ = true;
     QRandomGenerator random_;
-    SightWatch *sight_;
+    SightWatch sight_{*this};
 };

@@ -36,23 +36,20 @@ RecordAnimationCtr::RecordAnimationCtr()
       microphoneView_(new MicrophoneView(view_)),
       coverView_(new CoverView(view_)),
       imageView_(new QLabel(view_)),
-      sight_(new SightWatch(*view_)) {
+      sight_(*view_) {
     setParent(view_);
     view_->resize(kScene);
     view_->installEventFilter(this);
     imageView_->hide();
     coverView_->setDelegate(this);
-    connect(sight_, &SightWatch::changed, this, [this] {
-        if (!sight_->mayMove() && !imageView_->isHidden())
+    connect(&sight_, &SightWatch::changed, this, [this] {
+        if (!sight_.mayMove() && !imageView_->isHidden())
             slideDidStop();
     });
     resizeUI();
 }
 
-RecordAnimationCtr::~RecordAnimationCtr() {
-    SceneClock::shared().remove(*this);
-    coverView_->setDelegate(nullptr);
-}
+RecordAnimationCtr::~RecordAnimationCtr() { SceneClock::shared().remove(*this); }
 
 QWidget *RecordAnimationCtr::imageView() const { return imageView_; }
 

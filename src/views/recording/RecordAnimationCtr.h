@@ -74,7 +74,7 @@ private:
     MicrophoneView *microphoneView_;
     CoverView *coverView_;
     QLabel *imageView_;
-    SightWatch *sight_;
+    SightWatch sight_;
     RecordAnimationCtrDelegate *delegate_ = nullptr;
     qint64 slideStart_ = -1; // on the clock; negative until the first tick
 };

@@ -161,11 +161,11 @@ void drawCover(QPainter &painter, int frame) {
     const qreal t = static_cast<qreal>(frame) / (kCoverFrames - 1);
     const qreal coming = part(t, 0, 0.45);
     const qreal swing = QEasingCurve(QEasingCurve::OutBack).valueForProgress(coming);
-    const qreal going = QEasingCurve(QEasingCurve::InOutCubic).valueForProgress(part(t, 0.38, 0.82));
-    const qreal nod = qSin(M_PI * part(t, 0.78, 1));
+    const qreal going = QEasingCurve(QEasingCurve::InOutCubic).valueForProgress(part(t, 0.38, 0.9));
+    const qreal nod = qSin(M_PI * part(t, 0.68, 1));
     painter.translate(kCoverSize.width() / 2.0, 112 + 56 * (1 - coming) + 4 * nod);
     painter.scale(0.2 + 0.8 * swing, (0.2 + 0.8 * swing) * (1 - 0.03 * nod));
-    painter.rotate(-14 * (1 - swing) - 2 + 3 * nod);
+    painter.rotate(-14 * (1 - swing) - 2 + 3 * part(t, 0.6, 1));
     drawDisc(painter, {58 * (1 - going) - 1, 0}, /*turn=*/300 * t);
     drawSleeve(painter);
 }

@@ -1,7 +1,6 @@
 #include "views/recording/SpectrumView.h"
 
 #include "views/controls/Look.h"
-#include "views/controls/SightWatch.h"
 #include "views/recording/SceneArtwork.h"
 
 #include <QPainter>
@@ -38,12 +37,10 @@ bool SpectrumItem::setEnergy(uint32_t energy) {
     return true;
 }
 
-SpectrumView::SpectrumView(QWidget *parent) : QWidget(parent), sight_(new SightWatch(*this)) {
-    connect(sight_, &SightWatch::changed, this, &SpectrumView::sightChanged);
+SpectrumView::SpectrumView(QWidget *parent) : QWidget(parent) {
+    connect(&sight_, &SightWatch::changed, this, &SpectrumView::sightChanged);
     frameDidChange();
 }
-
-bool SpectrumView::isInSight() const { return sight_->isInSight(); }
 
 void SpectrumView::reloadData() {
     if (!dataSource_)

@@ -3,11 +3,12 @@
 // Threads: main.
 #pragma once
 
+#include "views/controls/SightWatch.h"
+
 #include <QPixmap>
 #include <QWidget>
 #include <array>
 
-class SightWatch;
 class SpectrumView;
 
 /// Where the bars get their heights from.
@@ -54,7 +55,7 @@ public:
     const Items &energyLeftArray() const { return energyLeftArray_; }
     const Items &energyRightArray() const { return energyRightArray_; }
 
-    bool isInSight() const;
+    bool isInSight() const { return sight_.isInSight(); }
 
 signals:
     /// The bars came into sight or went out of it.
@@ -71,5 +72,5 @@ private:
     SpectrumViewDataSource *dataSource_ = nullptr;
     Items energyLeftArray_;
     Items energyRightArray_;
-    SightWatch *sight_;
+    SightWatch sight_{*this};
 };

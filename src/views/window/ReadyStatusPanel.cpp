@@ -3,29 +3,41 @@
 #include "views/controls/Look.h"
 
 #include <QPainter>
+#include <utility>
+
+namespace {
+
+constexpr int kBlinkMilliseconds = 500;
+// A blank and a colon are half as wide as a digit: the second text stands behind the colon of the first.
+const QString kStandingCaption = QStringLiteral("00:  ");
+const QString kBlinkingCaption = QStringLiteral("     00");
+
+} // namespace
 
 ReadyStatusPanel::ReadyStatusPanel(QWidget *parent) : QLabel(parent) {
     setTextFormat(Qt::PlainText);
-    timer_.setInterval(700);
-    connect(&timer_, &QTimer::timeout, this, [this] {
-        isPale_ = !isPale_;
-        update();
-    });
-    connect(&Look::shared(), &Look::changed, this, [this] { updateBlinking(isVisible()); });
+    timer_.setInterval(kBlinkMilliseconds);
+    connect(&timer_, &QTimer::timeout, this, &ReadyStatusPanel::readyCaptionShake);
+    connect(&sight_, &SightWatch::changed, this, &ReadyStatusPanel::updateBlinking);
 }
 
 void ReadyStatusPanel::setShakeEffect(bool isShaking) {
-    if (isShaking == isShaking_)
+    if (std::exchange(isShaking_, isShaking) == isShaking)
         return;
-    isShaking_ = isShaking;
-    updateBlinking(isVisible());
+    update();
+    updateBlinking();
 }
 
-void ReadyStatusPanel::updateBlinking(bool isShown) {
-    const bool isBlinkingNow = isShaking_ && isShown && !Look::shared().isMotionReduced();
+void ReadyStatusPanel::readyCaptionShake() {
+    isOut_ = !isOut_;
+    update();
+}
+
+void ReadyStatusPanel::updateBlinking() {
+    const bool isBlinkingNow = isShaking_ && sight_.mayMove();
     if (isBlinkingNow == timer_.isActive())
         return;
-    isPale_ = false;
+    isOut_ = false;
     if (isBlinkingNow)
         timer_.start();
     else
@@ -35,31 +47,27 @@ void ReadyStatusPanel::updateBlinking(bool isShown) {
 
 void ReadyStatusPanel::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    const QFont font = lookFont(kClockPixels, QFont::Medium);
-    painter.setFont(font);
-    painter.setPen(lookColour(isPale_ ? LookColour::Soft : LookColour::Ink));
-    const QFontMetricsF metrics(font);
+    painter.setFont(lookFont(kClockPixels, QFont::Medium));
+    painter.setPen(lookColour(LookColour::Ink));
+    if (!isShaking_) {
+        drawClock(painter, text());
+        return;
+    }
+    drawClock(painter, kStandingCaption);
+    if (!isOut_)
+        drawClock(painter, kBlinkingCaption);
+}
+
+void ReadyStatusPanel::drawClock(QPainter &painter, const QString &text) const {
+    const QFontMetricsF metrics(painter.font());
     qreal digitWidth = 0;
     for (char16_t digit = u'0'; digit <= u'9'; ++digit)
         digitWidth = qMax(digitWidth, metrics.horizontalAdvance(QChar(digit)));
     const qreal baseline = (height() + metrics.capHeight()) / 2;
     qreal x = 0;
-    const QString shown = text();
-    for (const QChar character : shown) {
-        const qreal width = metrics.horizontalAdvance(character);
-        const qreal cell = character.isDigit() ? digitWidth : width;
-        painter.drawText(QPointF(x + (cell - width) / 2, baseline), character);
+    for (const QChar character : text) {
+        const qreal cell = character.isDigit() ? digitWidth : digitWidth / 2;
+        painter.drawText(QPointF(x + (cell - metrics.horizontalAdvance(character)) / 2, baseline), character);
         x += cell;
     }
-}
-
-// A minimised window sends these two as well.
-void ReadyStatusPanel::showEvent(QShowEvent *event) {
-    updateBlinking(/*isShown=*/true);
-    QLabel::showEvent(event);
-}
-
-void ReadyStatusPanel::hideEvent(QHideEvent *event) {
-    updateBlinking(/*isShown=*/false);
-    QLabel::hideEvent(event);
 }

@@ -1,0 +1,277 @@
+// What moves on the recording page: that it moves as told, ends what it began, and rests while nobody looks.
+#include "platform/run/Log.h"
+#include "views/controls/Look.h"
+#include "views/recording/CoverView.h"
+#include "views/recording/MicrophoneView.h"
+#include "views/recording/NoteView.h"
+#include "views/recording/RecordAnimationCtr.h"
+#include "views/recording/SceneArtwork.h"
+#include "views/window/ReadyStatusPanel.h"
+
+#include <QLabel>
+#include <QSet>
+#include <gtest/gtest.h>
+
+namespace {
+
+class SceneTest : public testing::Test {
+protected:
+    void SetUp() override {
+        setLogSink([this](const QString &line) { log << line; });
+    }
+    void TearDown() override { setLogSink({}); }
+    /// What was logged since the last question.
+    QStringList logged() { return std::exchange(log, {}); }
+
+    QStringList log;
+};
+
+/// Of the view, and of the scene around it.
+struct CoverDelegate final : CoverViewDelegate, RecordAnimationCtrDelegate {
+    QStringList events;
+    void animationDidStart() override { events << "start"; }
+    void animationDidStop(bool finished) override { events << (finished ? "finished" : "cut short"); }
+};
+
+QStringList allDrawings() {
+    QStringList names = {"cloud", "empty", "fill"};
+    for (const auto &[format, first, count] :
+         {std::tuple{"00100%1.png", 0, 36}, {"00200%1.png", 50, 21}, {"00300%1.png", 0, 12}})
+        for (int i = first; i < first + count; ++i)
+            names << QString(format).arg(i, 2, 10, QChar('0'));
+    for (int i = 1; i <= 6; ++i)
+        names << QStringLiteral("Note%1.png").arg(i);
+    return names;
+}
+
+bool hasDrawing(const QImage &image) {
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (qAlpha(image.pixel(x, y)) > 0)
+                return true;
+    return false;
+}
+
+} // namespace
+
+TEST(SceneArtwork, EveryDrawingIsOneOfItsOwnAtEveryScaleLightAndDark) {
+    const QStringList names = allDrawings();
+    EXPECT_EQ(names.size(), 36 + 21 + 12 + 6 + 3);
+    QMap<QString, QSize> sizes;
+    for (const Appearance appearance : {Appearance::Light, Appearance::Dark}) {
+        Look::shared().setAppearance(appearance);
+        for (const qreal scale : {1.0, 1.25, 3.0}) {
+            QList<QImage> seen;
+            for (const QString &name : names) {
+                SCOPED_TRACE(name.toStdString());
+                const QPixmap pixmap = sceneImage(name, scale);
+                const QImage image = pixmap.toImage();
+                const QSize size = pixmap.deviceIndependentSize().toSize();
+                EXPECT_EQ(sizes.value(name, size), size);
+                sizes[name] = size;
+                EXPECT_TRUE(hasDrawing(image));
+                EXPECT_FALSE(seen.contains(image));
+                seen << image;
+            }
+        }
+    }
+    EXPECT_EQ(sizes["0010000.png"], QSize(106, 141));
+    EXPECT_EQ(sizes["0020050.png"], QSize(220, 220));
+    for (const char *name : {"0010036.png", "0020049.png", "0020071.png", "0030012.png", "Note0.png", "Note7.png", ""})
+        EXPECT_TRUE(!isSceneImage(name) && sceneImage(name, 1).isNull()) << name;
+}
+
+TEST_F(SceneTest, TheMicrophoneBreathesUntilTheCycleBehindAStopEnds) {
+    MicrophoneView view(/*parent=*/nullptr);
+    view.show();
+    view.startAnimation();
+    view.startAnimation(); // adds nothing
+    QSet<int> frames;
+    for (int ms = 1000; ms < 3400; ms += 30) {
+        view.tick(ms);
+        EXPECT_EQ(view.frame(), (ms - 1000) * 36 / 2400);
+        frames << view.frame();
+    }
+    EXPECT_EQ(frames.size(), 36);
+    view.tick(3500); // the next cycle, begun where the first one ended
+    EXPECT_EQ(view.frame(), 1);
+    view.stopAnimation();
+    view.startAnimation(); // goes on without a break
+    view.tick(5900);
+    EXPECT_TRUE(view.isAnimating());
+    view.stopAnimation();
+    view.tick(8199);
+    EXPECT_TRUE(view.isAnimating());
+    EXPECT_TRUE(logged().isEmpty());
+    view.tick(8200);
+    EXPECT_FALSE(view.isAnimating());
+    EXPECT_EQ(view.frame(), 0);
+    EXPECT_EQ(logged(), QStringList("MicrophoneView stopAnimation"));
+    EXPECT_FALSE(SceneClock::shared().isTicking());
+}
+
+TEST_F(SceneTest, NothingTicksOutOfSight) {
+    QWidget window;
+    MicrophoneView microphone(&window);
+    ProgressView wheel(&window);
+    NoteView notes(&window);
+    notes.resize(800, 345);
+    ReadyStatusPanel clock(&window);
+    const auto isResting = [&] { return !SceneClock::shared().isTicking() && !clock.isBlinking(); };
+    const auto start = [&] {
+        microphone.startAnimation();
+        wheel.startAnimation();
+        notes.startAnimation();
+        clock.setShakeEffect(true);
+    };
+    start();
+    EXPECT_TRUE(isResting());
+    window.show();
+    EXPECT_FALSE(isResting());
+    EXPECT_TRUE(clock.isBlinking());
+    EXPECT_EQ(notes.notesInSight(), 12);
+    window.hide();
+    EXPECT_TRUE(isResting());
+    EXPECT_EQ(notes.notesInSight(), 0);
+    // A stop that nobody sees takes no time.
+    log.clear();
+    microphone.stopAnimation();
+    wheel.stopAnimation();
+    notes.stopAnimation();
+    EXPECT_FALSE(microphone.isAnimating() || wheel.isAnimating());
+    EXPECT_EQ(logged(),
+              QStringList({"MicrophoneView stopAnimation", "MicrophoneView stopAnimation", "NoteView stopAnimation"}));
+    window.show();
+    EXPECT_FALSE(SceneClock::shared().isTicking());
+    start();
+    EXPECT_TRUE(SceneClock::shared().isTicking());
+}
+
+TEST_F(SceneTest, TheCoverComesOnceAndTells) {
+    CoverDelegate delegate;
+    CoverView view(/*parent=*/nullptr);
+    view.setDelegate(&delegate);
+    view.show();
+    view.startAnimation();
+    view.startAnimation();
+    view.stopAnimation(); // ends by itself
+    view.tick(10);
+    view.tick(1509);
+    EXPECT_EQ(view.frame(), 20);
+    EXPECT_EQ(delegate.events, QStringList("start"));
+    view.tick(1510);
+    EXPECT_FALSE(view.isAnimating());
+    EXPECT_EQ(delegate.events, QStringList({"start", "finished"}));
+    view.startAnimation();
+    view.tick(2000);
+    view.hide();
+    view.startAnimation();
+    EXPECT_FALSE(view.isAnimating());
+    EXPECT_EQ(delegate.events.mid(2), QStringList({"start", "cut short", "start", "cut short"}));
+}
+
+TEST_F(SceneTest, NotesFlyOutOfTheMiddleUntilTheyAreStopped) {
+    NoteView view(/*parent=*/nullptr);
+    view.resize(800, 345);
+    view.show();
+    view.startAnimation();
+    view.startAnimation();
+    EXPECT_EQ(logged(), QStringList("NoteView startAnimation"));
+    for (int ms = 0; ms < 6000; ms += 33) {
+        view.tick(ms);
+        ASSERT_EQ(view.notesInSight(), 12);
+    }
+    view.stopAnimation();
+    EXPECT_EQ(logged(), QStringList("NoteView stopAnimation"));
+    int before = view.notesInSight();
+    EXPECT_EQ(before, 12); // those in the air fly on
+    for (int ms = 6000; ms < 6000 + 1500 + 66; ms += 33) {
+        view.tick(ms);
+        EXPECT_LE(view.notesInSight(), before);
+        before = view.notesInSight();
+    }
+    EXPECT_EQ(before, 0);
+    EXPECT_FALSE(SceneClock::shared().isTicking());
+}
+
+TEST(NoteView, TargetsLieWithinTheViewAndNotInItsMiddle) {
+    NoteView view(/*parent=*/nullptr);
+    constexpr QSizeF kImage(60, 60);
+    for (const QSize size : {QSize(800, 345), QSize(300, 200), QSize(241, 700)}) {
+        view.resize(size);
+        QRectF middle(QPointF(), kImage);
+        middle.moveCenter(QRectF(view.rect()).center());
+        for (int i = 0; i < 1000; ++i) {
+            const QPointF target = view.CGRandomTarget(kImage);
+            ASSERT_TRUE(QRectF(view.rect()).adjusted(30, 30, -30, -30).contains(target));
+            ASSERT_FALSE(middle.contains(target));
+        }
+    }
+    for (const QSize tooSmall : {QSize(60, 60), QSize(0, 0), QSize(100, 100)}) {
+        view.resize(tooSmall);
+        EXPECT_TRUE(view.CGRandomTarget(kImage).isNull());
+    }
+}
+
+TEST_F(SceneTest, TheSceneHandsTheCoverOverToTheStrip) {
+    CoverDelegate delegate;
+    RecordAnimationCtr &scene = RecordAnimationCtr::recordAnimation();
+    EXPECT_EQ(&scene, &RecordAnimationCtr::recordAnimation());
+    scene.setDelegate(&delegate);
+    QWidget *view = scene.view();
+    view->show();
+    EXPECT_EQ(scene.microphoneView()->geometry(), QRect(397, 130, 106, 141));
+    EXPECT_EQ(scene.coverView()->geometry(), QRect(340, 135, 220, 220));
+    EXPECT_EQ(scene.noteView()->geometry(), QRect(50, 0, 800, 345));
+    view->resize(1200, 555);
+    EXPECT_EQ(scene.microphoneView()->geometry().center().x(), 599);
+    EXPECT_EQ(scene.coverView()->geometry().bottom(), 554);
+    view->resize(900, 355);
+    scene.startCoverAnimation();
+    scene.stopCoverAnimation();
+    scene.coverView()->tick(0);
+    scene.coverView()->tick(1500);
+    EXPECT_EQ(delegate.events, QStringList({"start", "finished"}));
+    EXPECT_EQ(scene.imageView()->geometry(), scene.coverView()->geometry());
+    int y = 135;
+    for (int ms = 0; ms < 750; ms += 33) {
+        scene.tick(ms);
+        EXPECT_TRUE(scene.imageView()->isVisible());
+        EXPECT_GE(scene.imageView()->y(), y);
+        y = scene.imageView()->y();
+    }
+    EXPECT_GT(y, 300);
+    scene.tick(750);
+    EXPECT_TRUE(scene.imageView()->isHidden());
+    EXPECT_EQ(scene.imageView()->geometry(), scene.coverView()->geometry());
+    EXPECT_FALSE(SceneClock::shared().isTicking());
+
+    scene.startCoverAnimation();
+    scene.coverView()->tick(0);
+    scene.coverView()->tick(1500);
+    view->hide(); // nobody sees it slide
+    EXPECT_TRUE(scene.imageView()->isHidden());
+    EXPECT_FALSE(SceneClock::shared().isTicking());
+    delete view;
+    EXPECT_NE(RecordAnimationCtr::recordAnimation().view(), nullptr); // another
+}
+
+TEST(ReadyStatusPanel, BlinksBehindTheColonWhileItShakes) {
+    ReadyStatusPanel panel(/*parent=*/nullptr);
+    panel.resize(106, 26);
+    panel.show();
+    const auto shown = [&] { return panel.grab().toImage(); };
+    panel.setStringValue("00:00  ");
+    const QImage zero = shown();
+    panel.setStringValue("12:34  ");
+    EXPECT_NE(shown(), zero);
+    panel.setShakeEffect(true);
+    EXPECT_EQ(shown(), zero) << "whatever its value";
+    panel.readyCaptionShake();
+    const QImage out = shown();
+    EXPECT_NE(out, zero);
+    panel.setStringValue("00:  ");
+    panel.setShakeEffect(false);
+    EXPECT_EQ(shown(), out);
+    EXPECT_FALSE(panel.isBlinking());
+}
