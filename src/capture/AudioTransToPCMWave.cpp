@@ -9,6 +9,7 @@
 namespace {
 constexpr int kBars = AudioTransToPCMWaveDelegate::kBars;
 constexpr WaveInfo_s kWaveInfo; // what AudioFrameMem_ holds
+constexpr double kFullScale = 32767;
 } // namespace
 
 AudioTransToPCMWave::AudioTransToPCMWave() : sampleTransform_(&kWaveInfo, kBars) {
@@ -78,8 +79,7 @@ bool AudioTransToPCMWave::takeQueuedBlock() {
 }
 
 int16_t AudioTransToPCMWave::wrappedToS16(float sample) noexcept {
-    static const double factor = std::pow(2.0, 15) - 1;
-    const double scaled = static_cast<double>(sample) * factor;
+    const double scaled = static_cast<double>(sample) * kFullScale;
     // Beyond 32 bits there is nothing to wrap.
     return std::fabs(scaled) < 2147483648.0 ? static_cast<int16_t>(static_cast<int32_t>(scaled)) : int16_t{0};
 }

@@ -29,15 +29,19 @@ float FastSqrt(float x) {
 }
 } // namespace
 
-FFTransform::FFTransform(int32_t sampleRate, int32_t points) : points_(std::max(points, 0)), sampleRate_(sampleRate) {
+FFTransform::FFTransform(int32_t sampleRate, int32_t points)
+    : points_(std::max(points, 0)), sampleRate_(sampleRate), nu_(bitsOf(points_)) {
     fillTables();
     const auto size = static_cast<size_t>(points_);
     magnitudes_.resize(size);
     realPart_.resize(size);
     imagPart_.resize(size);
-    tableIndexes_.resize(size);
-    for (int32_t i = 0; i < points_; ++i)
-        tableIndexes_[static_cast<size_t>(i)] = static_cast<uint16_t>(tableIndex(reversedBits(i, bitsOf(points_))));
+    reversed_.reserve(size);
+    tableIndexes_.reserve(size);
+    for (int32_t i = 0; i < points_; ++i) {
+        reversed_.push_back(reversedBits(i, nu_));
+        tableIndexes_.push_back(static_cast<uint16_t>(tableIndex(reversed_.back())));
+    }
 }
 
 void FFTransform::fillTables() {
@@ -65,9 +69,8 @@ bool FFTransform::fftTransformMag(SampleIter &samples, bool isSigned) {
     if (isSigned)
         magnitudes_ = realPart_;
     std::fill(imagPart_.begin(), imagPart_.end(), 0.0F);
-    const int nu = bitsOf(points_);
-    combine(nu);
-    reorder(nu);
+    combine();
+    reorder();
 
     const auto count = static_cast<float>(points_);
     for (size_t i = 0; i < size / 2; ++i) {
@@ -81,10 +84,10 @@ bool FFTransform::fftTransformMag(SampleIter &samples, bool isSigned) {
     return true;
 }
 
-void FFTransform::combine(int nu) {
+void FFTransform::combine() {
     const auto size = static_cast<size_t>(points_);
     size_t distance = size / 2;
-    for (int shift = nu - 1; shift >= 0; --shift, distance /= 2) {
+    for (int shift = nu_ - 1; shift >= 0; --shift, distance /= 2) {
         for (size_t k = 0; k + distance < size; k += distance) {
             for (const size_t end = k + distance; k < end && k + distance < size; ++k) {
                 const size_t index = tableIndexes_[k >> shift];
@@ -102,13 +105,13 @@ void FFTransform::combine(int nu) {
     }
 }
 
-void FFTransform::reorder(int nu) {
-    for (int32_t k = 0; k < points_; ++k) {
-        const int32_t other = reversedBits(k, nu);
+void FFTransform::reorder() {
+    for (size_t k = 0; k < reversed_.size(); ++k) {
+        const auto other = static_cast<size_t>(reversed_[k]);
         if (other <= k)
             continue;
-        std::swap(realPart_[static_cast<size_t>(k)], realPart_[static_cast<size_t>(other)]);
-        std::swap(imagPart_[static_cast<size_t>(k)], imagPart_[static_cast<size_t>(other)]);
+        std::swap(realPart_[k], realPart_[other]);
+        std::swap(imagPart_[k], imagPart_[other]);
     }
 }
 

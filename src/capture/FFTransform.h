@@ -33,12 +33,14 @@ private:
 
     void fillTables();
     int tableIndex(int32_t reversed) const;
-    void combine(int nu);
-    void reorder(int nu);
+    void combine();
+    void reorder();
 
     int32_t points_;
     int32_t sampleRate_;
     std::vector<float> magnitudes_, realPart_, imagPart_;
     std::array<float, kTableSize> sineTable_{}, cosineTable_{}; // of the first quarter turn
-    std::vector<uint16_t> tableIndexes_;                        // by the bits that are reversed into an angle
+    int nu_;                                                    // bits of a line's number
+    std::vector<int32_t> reversed_;                             // numbers with their bits in reverse order
+    std::vector<uint16_t> tableIndexes_;                        // by the number that is reversed into an angle
 };
