@@ -25,6 +25,7 @@
 namespace {
 constexpr double kClearUpSeconds = 0.2;
 constexpr int kHighestColumn = 16;
+constexpr int kSoundEndMilliseconds = 500;    // results come five times as often
 constexpr double kShortestTrackSeconds = 0.5; // below it there is nothing to keep, whatever the filter says
 
 UserDefaults &defaults() { return UserDefaults::standardUserDefaults(); }
@@ -65,6 +66,9 @@ RecordViewCtr::RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPag
     microRecord_.setDelegate(this);
     audioTransToPCMWave_.setDelegate(this);
     recordSpectrum_.spectrumView()->setDataSource(this);
+    soundEnd_.setSingleShot(true);
+    soundEnd_.setInterval(kSoundEndMilliseconds);
+    soundEnd_.callOnTimeout([this] { clearSpectrum(); });
     connect(recordSpectrum_.spectrumView(), &SpectrumView::sightChanged, this, &RecordViewCtr::followSpectrum);
     followSpectrum();
     center.addObserver(this, "PluginInstallNotification", [this](const auto &) { devicesDidIstall(); });
@@ -369,9 +373,12 @@ void RecordViewCtr::sendAudioSpectrum(const int32_t *bars) {
     for (int i = 0; i < kBars; ++i)
         pcmNumberAry_ << qMin(static_cast<int>(bars[i] * 24.0 * 4.0 / 8000.0), kHighestColumn);
     recordSpectrum_.spectrumView()->reloadData();
+    soundEnd_.start();
 }
 
+// Also where the device has just stopped to deliver: bars that stand still would look like a program that does.
 void RecordViewCtr::clearSpectrum() {
+    soundEnd_.stop();
     pcmNumberAry_.fill(0, kBars);
     recordSpectrum_.spectrumView()->reloadData();
 }

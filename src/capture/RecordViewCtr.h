@@ -15,6 +15,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QTimer>
 #include <any>
 #include <functional>
 #include <memory>
@@ -143,6 +144,7 @@ private:
     DeviceType deviceType_ = DeviceType::SystemAudio;
     DeviceID defaultDeviceID_ = 0;                // the default output at launch, then the device of the last recording
     QList<int> pcmNumberAry_ = QList<int>(kBars); // the columns that the spectrum shows
+    QTimer soundEnd_;                             // runs out when no results come any more
     AudioTransToPCMWave audioTransToPCMWave_;     // outlives the engine, which speaks to it
     AudioRecord microRecord_;
 };

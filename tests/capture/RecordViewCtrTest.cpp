@@ -53,6 +53,9 @@ struct Scene final : RecordAnimationDelegate {
     void stopMicrophoneAnimation() override { moves << "-mic"; }
     void startNoteAnimation() override { moves << "+notes"; }
     void stopNoteAnimation() override { moves << "-notes"; }
+    int covers = 0;
+    void startCoverAnimation() override { ++covers; }
+    void stopCoverAnimation() override { EXPECT_GT(covers, 0); }
 };
 
 class RecordViewCtrTest : public testing::Test {
@@ -347,6 +350,31 @@ TEST_F(RecordViewCtrTest, TellsWhatItIsDoingBlockByBlock) {
         session->nullAudioSignal(isNull, inFile, /*forNullCount=*/0);
         EXPECT_TRUE(status().startsWith(text)) << isNull << splits << inFile;
     }
+}
+
+TEST_F(RecordViewCtrTest, TheBarsShowWhatIsHeardWhileTheyAreSeen) {
+    const SpectrumView &view = *box.spectrumView();
+    const auto height = [&](size_t column) { return view.energyLeftArray()[19 - column].energy(); };
+    const auto isFlat = [&] {
+        return std::all_of(view.energyLeftArray().begin(), view.energyLeftArray().end(),
+                           [](const SpectrumItem &item) { return item.energy() == 0; });
+    };
+    std::array<int32_t, 20> bars{0, 83, 84, 1333, 1334, 1500, 100'000};
+    start();
+    session->sendAudioSpectrum(bars.data());
+    tone(20);
+    EXPECT_TRUE(isFlat()) << "nobody sees them";
+    box.show();
+    box.showPlayPanel(/*isShown=*/false);
+    session->sendAudioSpectrum(bars.data());
+    for (const auto &[column, energy] : {std::pair{0, 0U}, {1, 0U}, {2, 1U}, {3, 15U}, {4, 16U}, {5, 16U}, {6, 16U}})
+        EXPECT_EQ(height(static_cast<size_t>(column)), energy);
+    box.showPlayPanel(/*isShown=*/true);
+    EXPECT_TRUE(isFlat());
+    box.showPlayPanel(/*isShown=*/false);
+    tone(9);
+    EXPECT_TRUE(waitUntil([&] { return !isFlat(); }));
+    EXPECT_TRUE(waitUntil(isFlat)) << "no sound comes any more";
 }
 
 TEST_F(RecordViewCtrTest, LeavesAServerAloneThatAppearsBeforeAnybodyAgreedToTheDevice) {
