@@ -113,15 +113,3 @@ TEST_F(SpectrumFeedTest, SkipsAndLogsAWrongSize) {
     setLogSink({});
     EXPECT_EQ(lines, QStringList(3, "deal with spectrum nNumber != AUDIOFRAMENUMBER"));
 }
-
-TEST_F(SpectrumFeedTest, AFloodIsDroppedAndNeverWaitedFor) {
-    const std::array<float, kBlockFrames> samples{0.5F};
-    for (int i = 0; i < 20'000; ++i)
-        feed.sendAudioDataProc(samples.data(), samples.data(), kBlockFrames);
-    ASSERT_TRUE(display.results.isEmpty()); // they come in turns of their own
-    tone(9);
-    engine.deliverReports();
-    for (int i = 0; i < 3 && display.results.isEmpty(); ++i)
-        QThread::msleep(10), QCoreApplication::processEvents();
-    EXPECT_FALSE(display.results.isEmpty());
-}

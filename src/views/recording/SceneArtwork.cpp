@@ -112,17 +112,15 @@ constexpr int kCoverFrames = 21;
 constexpr QSizeF kSleeve(118, 100);
 constexpr qreal kDiscRadius = 43;
 
-/// An eighth note with its head's middle at the origin, 40 high.
-QPainterPath eighthNote() {
-    QPainterPath note;
+/// A quarter note with its head's middle at the origin, 40 high.
+QPainterPath quarterNote() {
     QPainterPath head;
     head.addEllipse(QPointF(-1, 0), 7.6, 5.4);
     QTransform tilt;
     tilt.rotate(-21);
-    note.addPath(tilt.map(head));
     QPainterPathStroker stem(sketchPen(Qt::black, 2.9));
-    note.addPath(stem.createStroke(curve({5, -1.5}, {{QPointF(5.5, -14), QPointF(4.7, -27), QPointF(5, -38.4)}})));
-    return note;
+    return tilt.map(head).united(
+        stem.createStroke(curve({5, -1.5}, {{QPointF(5.5, -14), QPointF(4.7, -27), QPointF(5, -38.4)}})));
 }
 
 /// The flag of a note whose stem ends at `y`.
@@ -152,7 +150,7 @@ void drawSleeve(QPainter &painter) {
     painter.translate(-5, 18);
     painter.scale(1.15, 1.15);
     painter.rotate(-3);
-    stroke(painter, eighthNote() + flag(-38), Qt::NoPen, lookColour(LookColour::Soft));
+    stroke(painter, quarterNote().united(flag(-38)), Qt::NoPen, lookColour(LookColour::Soft));
     painter.restore();
 }
 
@@ -195,33 +193,31 @@ constexpr QSize kNoteSize(60, 60);
 
 /// Two notes under one beam or two.
 QPainterPath beamedNotes(int beams) {
-    QPainterPath both;
-    both.addPath(eighthNote().translated(-11, 0));
-    both.addPath(eighthNote().translated(11, -3));
+    QPainterPath both = quarterNote().translated(-11, 0).united(quarterNote().translated(11, -3));
     QPainterPathStroker stroker(sketchPen(Qt::black, 4.6));
     for (int beam = 0; beam < beams; ++beam) {
         const qreal y = -37.6 + 8 * beam;
-        both.addPath(
-            stroker.createStroke(curve({-5.6, y}, {{QPointF(1, y - 1.6), QPointF(9, y - 2.2), QPointF(16.4, y - 3)}})));
+        both |=
+            stroker.createStroke(curve({-5.6, y}, {{QPointF(1, y - 1.6), QPointF(9, y - 2.2), QPointF(16.4, y - 3)}}));
     }
     return both;
 }
 
 void drawNote(QPainter &painter, int number) {
     painter.translate(27, 51);
-    QPainterPath note = eighthNote();
+    QPainterPath note = quarterNote();
     switch (number) {
     case 1:
-        note += flag(-38);
+        note |= flag(-38);
         break;
-    case 2: // a quarter
+    case 2:
         note = note.translated(2, -4);
         break;
     case 3:
         note = beamedNotes(1).translated(-1, -2);
         break;
     case 4: // a sixteenth
-        note += flag(-38) + flag(-28.5);
+        note |= flag(-38) | flag(-28.5);
         break;
     case 5:
         note = beamedNotes(2).translated(-1, -2);
@@ -229,10 +225,9 @@ void drawNote(QPainter &painter, int number) {
     default: { // an eighth that leans
         QTransform lean;
         lean.rotate(13);
-        note = lean.map(note + flag(-38)).translated(-3, -2);
+        note = lean.map(note | flag(-38)).translated(-3, -2);
     }
     }
-    note.setFillRule(Qt::WindingFill);
     stroke(painter, note, Qt::NoPen, lookColour(LookColour::Teal));
 }
 

@@ -44,39 +44,27 @@ QStringList allDrawings() {
     return names;
 }
 
-bool hasDrawing(const QImage &image) {
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            if (qAlpha(image.pixel(x, y)) > 0)
-                return true;
-    return false;
-}
-
 } // namespace
 
 TEST(SceneArtwork, EveryDrawingIsOneOfItsOwnAtEveryScaleLightAndDark) {
     const QStringList names = allDrawings();
     EXPECT_EQ(names.size(), 36 + 21 + 12 + 6 + 3);
-    QMap<QString, QSize> sizes;
+    QList<QImage> seen;
     for (const Appearance appearance : {Appearance::Light, Appearance::Dark}) {
         Look::shared().setAppearance(appearance);
         for (const qreal scale : {1.0, 1.25, 3.0}) {
-            QList<QImage> seen;
             for (const QString &name : names) {
                 SCOPED_TRACE(name.toStdString());
                 const QPixmap pixmap = sceneImage(name, scale);
+                EXPECT_EQ(pixmap.deviceIndependentSize().toSize(), sceneImage(name, 1).size());
                 const QImage image = pixmap.toImage();
-                const QSize size = pixmap.deviceIndependentSize().toSize();
-                EXPECT_EQ(sizes.value(name, size), size);
-                sizes[name] = size;
-                EXPECT_TRUE(hasDrawing(image));
-                EXPECT_FALSE(seen.contains(image));
+                QImage nothing(image.size(), image.format());
+                nothing.fill(Qt::transparent);
+                EXPECT_FALSE(image == nothing || seen.contains(image));
                 seen << image;
             }
         }
     }
-    EXPECT_EQ(sizes["0010000.png"], QSize(106, 141));
-    EXPECT_EQ(sizes["0020050.png"], QSize(220, 220));
     for (const char *name : {"0010036.png", "0020049.png", "0020071.png", "0030012.png", "Note0.png", "Note7.png", ""})
         EXPECT_TRUE(!isSceneImage(name) && sceneImage(name, 1).isNull()) << name;
 }
@@ -117,22 +105,16 @@ TEST_F(SceneTest, NothingTicksOutOfSight) {
     NoteView notes(&window);
     notes.resize(800, 345);
     ReadyStatusPanel clock(&window);
-    const auto isResting = [&] { return !SceneClock::shared().isTicking() && !clock.isBlinking(); };
-    const auto start = [&] {
-        microphone.startAnimation();
-        wheel.startAnimation();
-        notes.startAnimation();
-        clock.setShakeEffect(true);
-    };
-    start();
-    EXPECT_TRUE(isResting());
-    window.show();
-    EXPECT_FALSE(isResting());
-    EXPECT_TRUE(clock.isBlinking());
-    EXPECT_EQ(notes.notesInSight(), 12);
-    window.hide();
-    EXPECT_TRUE(isResting());
-    EXPECT_EQ(notes.notesInSight(), 0);
+    microphone.startAnimation();
+    wheel.startAnimation();
+    notes.startAnimation();
+    clock.setShakeEffect(true);
+    for (const bool isShown : {false, true, false}) {
+        window.setVisible(isShown);
+        EXPECT_EQ(SceneClock::shared().isTicking(), isShown);
+        EXPECT_EQ(clock.isBlinking(), isShown);
+        EXPECT_EQ(notes.notesInSight(), isShown ? 12 : 0);
+    }
     // A stop that nobody sees takes no time.
     log.clear();
     microphone.stopAnimation();
@@ -143,8 +125,6 @@ TEST_F(SceneTest, NothingTicksOutOfSight) {
               QStringList({"MicrophoneView stopAnimation", "MicrophoneView stopAnimation", "NoteView stopAnimation"}));
     window.show();
     EXPECT_FALSE(SceneClock::shared().isTicking());
-    start();
-    EXPECT_TRUE(SceneClock::shared().isTicking());
 }
 
 TEST_F(SceneTest, TheCoverComesOnceAndTells) {
@@ -183,14 +163,9 @@ TEST_F(SceneTest, NotesFlyOutOfTheMiddleUntilTheyAreStopped) {
     }
     view.stopAnimation();
     EXPECT_EQ(logged(), QStringList("NoteView stopAnimation"));
-    int before = view.notesInSight();
-    EXPECT_EQ(before, 12); // those in the air fly on
-    for (int ms = 6000; ms < 6000 + 1500 + 66; ms += 33) {
-        view.tick(ms);
-        EXPECT_LE(view.notesInSight(), before);
-        before = view.notesInSight();
-    }
-    EXPECT_EQ(before, 0);
+    EXPECT_EQ(view.notesInSight(), 12); // those in the air fly on
+    view.tick(6000 + 1500);
+    EXPECT_EQ(view.notesInSight(), 0);
     EXPECT_FALSE(SceneClock::shared().isTicking());
 }
 
@@ -224,8 +199,8 @@ TEST_F(SceneTest, TheSceneHandsTheCoverOverToTheStrip) {
     EXPECT_EQ(scene.coverView()->geometry(), QRect(340, 135, 220, 220));
     EXPECT_EQ(scene.noteView()->geometry(), QRect(50, 0, 800, 345));
     view->resize(1200, 555);
-    EXPECT_EQ(scene.microphoneView()->geometry().center().x(), 599);
-    EXPECT_EQ(scene.coverView()->geometry().bottom(), 554);
+    EXPECT_EQ(scene.microphoneView()->geometry(), QRect(547, 230, 106, 141));
+    EXPECT_EQ(scene.coverView()->geometry(), QRect(490, 335, 220, 220));
     view->resize(900, 355);
     scene.startCoverAnimation();
     scene.stopCoverAnimation();

@@ -18,16 +18,15 @@ TEST(SpectrumView, MirrorsItsColumnsAroundTheMiddle) {
     QWidget window;
     SpectrumView view(&window);
     window.show();
-    for (const auto &[width, columnWidth, gap, shown] : {
-             std::tuple{230, 5, 4, 20}, // as in the toolbar
-             {168, 4, 4, 20},
-             {166, 4, 3, 20},
-             {164, 4, 2, 20},
-             {163, 4, 2, 19}, // the outer ones are cut off
-             {90, 4, 2, 10},
-             {3, 4, 2, 0},
-             {1000, 24, 4, 20},
-         }) {
+    // The first as in the toolbar; in those below 164 the outer ones are cut off.
+    for (const auto &[width, columnWidth, gap, shown] : {std::tuple{230, 5, 4, 20},
+                                                         {168, 4, 4, 20},
+                                                         {166, 4, 3, 20},
+                                                         {164, 4, 2, 20},
+                                                         {163, 4, 2, 19},
+                                                         {90, 4, 2, 10},
+                                                         {3, 4, 2, 0},
+                                                         {1000, 24, 4, 20}}) {
         SCOPED_TRACE(width);
         view.resize(width, 33);
         const int half = width / 2;
@@ -35,9 +34,7 @@ TEST(SpectrumView, MirrorsItsColumnsAroundTheMiddle) {
             const QRect left = view.energyLeftArray()[static_cast<size_t>(i)].frame();
             const QRect right = view.energyRightArray()[static_cast<size_t>(i)].frame();
             EXPECT_EQ(left, i < shown ? QRect(half - gap - (i + 1) * columnWidth, 0, columnWidth - 1, 33) : QRect());
-            if (!right.isEmpty()) {
-                EXPECT_EQ(right, QRect(columnWidth * i + half + gap, 0, columnWidth - 1, 33));
-            }
+            EXPECT_TRUE(right.isEmpty() || right == QRect(columnWidth * i + half + gap, 0, columnWidth - 1, 33));
             EXPECT_LE(right.x() + right.width(), width);
         }
         EXPECT_FALSE(view.grab().isNull());
@@ -77,21 +74,12 @@ TEST(SightWatch, TellsWhenAWidgetComesIntoSight) {
     QWidget page(&window);
     auto *inner = new QWidget(&page);
     const SightWatch watch(*inner);
-    int changes = 0;
-    QObject::connect(&watch, &SightWatch::changed, &watch, [&] { ++changes; });
-    const auto becomes = [&](bool isInSight) {
-        return std::exchange(changes, 0) == 1 && watch.isInSight() == isInSight;
-    };
-    EXPECT_FALSE(watch.isInSight());
+    QList<bool> told;
+    QObject::connect(&watch, &SightWatch::changed, &watch, [&] { told << watch.isInSight(); });
     window.show();
-    EXPECT_TRUE(becomes(true));
     page.hide();
-    EXPECT_TRUE(becomes(false));
     window.hide();
-    page.show();
-    EXPECT_EQ(changes, 0);
+    page.show(); // in a hidden window
     window.show();
-    EXPECT_TRUE(becomes(true));
-    window.hide();
-    EXPECT_TRUE(becomes(false));
+    EXPECT_EQ(told, QList<bool>({true, false, true}));
 }
