@@ -54,6 +54,12 @@ void AudioTransToPCMWave::realseAudioFrameMem(audioFrameMemery &block) {
     block.isEmpty.store(true, std::memory_order_release);
 }
 
+int AudioTransToPCMWave::freeFrames() const noexcept {
+    return static_cast<int>(std::count_if(AudioFrameMemlist_.begin(), AudioFrameMemlist_.end(), [](const auto &block) {
+        return block.isEmpty.load(std::memory_order_relaxed);
+    }));
+}
+
 // The worker sleeps until blocks come: blocks come in bursts that nearly fill the pool, and a worker that looked for
 // them only now and then would find it overrun; and while nothing is displayed it costs nothing.
 void AudioTransToPCMWave::TransAudioDataToPCMProc() {

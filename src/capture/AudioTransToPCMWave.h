@@ -40,6 +40,9 @@ public:
     /// Copies one block and hands it to the worker. Never waits: a block that finds the pool empty is dropped.
     void sendAudioDataProc(const float *left, const float *forRightData, uint32_t forNumer) override;
 
+    /// Blocks of the pool that are free now, of 10. Any thread.
+    int freeFrames() const noexcept;
+
     /// One sample as 16 bits: times 32767 and cut toward zero, without limits, so that what is beyond full scale wraps
     /// around. Any thread.
     static int16_t wrappedToS16(float sample) noexcept;

@@ -96,5 +96,5 @@ void CSampleTransform::gatherLines() {
         gathered = 0;
     }
     if (bar < barCount_ - 1 && bar >= -1)
-        barValues_[static_cast<size_t>(bar + 1)] = static_cast<int32_t>(gathered);
+        barValues_[static_cast<size_t>(bar) + 1] = static_cast<int32_t>(gathered);
 }

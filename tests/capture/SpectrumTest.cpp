@@ -55,7 +55,7 @@ std::vector<float> slowLines(const std::vector<float> &samples, bool isSigned) {
                 if (k + n2 >= n)
                     break;
                 const auto from = static_cast<size_t>(k);
-                const auto m = static_cast<size_t>(k + n2);
+                const size_t m = from + static_cast<size_t>(n2);
                 const float tr = real[m] * c + imag[m] * s;
                 const float ti = real[m] * c - real[m] * s;
                 real[m] = real[from] - tr;
@@ -117,7 +117,7 @@ Bars slowBars(const Sound &sound, int barCount = kBars) {
         }
     }
     if (bar < barCount - 1)
-        bars[static_cast<size_t>(bar + 1)] = static_cast<int32_t>(acc);
+        bars[static_cast<size_t>(bar) + 1] = static_cast<int32_t>(acc);
     for (int32_t &value : bars)
         value = value < 0 ? 0 : value;
     return bars;

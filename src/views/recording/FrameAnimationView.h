@@ -35,7 +35,7 @@ class FrameAnimationView : public QWidget, private SceneMover {
 public:
     /// `frames` are shared by all views of a kind. `seconds` is the time of one cycle, `key` the animation's name.
     FrameAnimationView(AnimationFrames &frames, double seconds, const QString &key, QWidget *parent);
-    ~FrameAnimationView();
+    ~FrameAnimationView() override;
 
     /// Nothing while one runs.
     virtual void startAnimation();

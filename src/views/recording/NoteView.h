@@ -18,7 +18,7 @@ public:
     static constexpr int kNotes = 12;
 
     explicit NoteView(QWidget *parent);
-    ~NoteView();
+    ~NoteView() override;
 
     /// Nothing while they fly.
     void startAnimation();
