@@ -78,8 +78,11 @@ void EditCtr::id3DataDidChange(const SongPtr &song, const QVariantMap &changes) 
         delegate_.updateStatus();
     if (isCover || isName)
         delegate_.notficateUpdateForSongItem(song);
-    DataBaseManager::defaultManager().updateSongItem(*song);
+    bool isCoverLost = false;
+    DataBaseManager::defaultManager().updateSongItem(*song, &isCoverLost);
     delegate_.songDidChange(song);
     if (written.outcome != TagWriteOutcome::Written)
         delegate_.tagsWereNotWritten(*song, written.outcome);
+    if (isCoverLost && isCover)
+        delegate_.coverWasRefused(textOf(PictureTrouble::NoRoom));
 }

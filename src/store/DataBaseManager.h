@@ -59,8 +59,9 @@ public:
     std::optional<QList<std::shared_ptr<SongItem>>> getAllSongItems();
 
     /// Copies the covers into the cover folder, renames them in `song` and changes its row. Length, import flag, date,
-    /// rates and format stay as they were inserted. True also when there is no such row.
-    bool updateSongItem(SongItem &song);
+    /// rates and format stay as they were inserted. True also when there is no such row. A cover that can't be copied
+    /// stays where it is, and so does the picture in its place; `isCoverLost` becomes true then.
+    bool updateSongItem(SongItem &song, bool *isCoverLost = nullptr);
 
     /// The same for many, in one transaction.
     void updateSongItems(const QList<std::shared_ptr<SongItem>> &songs);

@@ -29,6 +29,24 @@ void logRemoval(const QString &path, bool isSuccessed) {
 
 QString fileName(const QString &path) { return path.mid(path.lastIndexOf('/') + 1); }
 
+// Puts a copy of `cover` at `target` and `cover` there. What stands at `target` goes only when the copy is whole; where
+// there is no room for one, `cover` stays what it is, so that the next change of the track tries again.
+bool keepCover(QString &cover, const QString &target) {
+    const bool isTargetTaken = QFileInfo::exists(target);
+    if (isTargetTaken && cover == target)
+        return true;
+    const QString copy = target + QStringLiteral(".new");
+    QFile::remove(copy); // of a program that was killed
+    const bool isCopied = QFile::copy(cover, copy);
+    if (!isCopied && QFileInfo::exists(cover))
+        return false;
+    if (isTargetTaken)
+        logRemoval(target, QFile::remove(target));
+    logRemoval(target, isCopied && QFile::rename(copy, target)); // the copy has always been logged in these words
+    cover = target;
+    return true;
+}
+
 QStringList existingCovers(QByteArrayView names, const QString &folder) {
     QStringList covers;
     if (names.isEmpty())
@@ -233,7 +251,7 @@ std::optional<QList<std::shared_ptr<SongItem>>> DataBaseManager::getAllSongItems
     return songs;
 }
 
-bool DataBaseManager::updateSongItem(SongItem &song) {
+bool DataBaseManager::updateSongItem(SongItem &song, bool *isCoverLost) {
     openedDataBase();
     if (song.songID() < 0) {
         logLine(QStringLiteral("songItem songID is invalid: %1 == NULL").arg(song.songID()));
@@ -244,14 +262,11 @@ bool DataBaseManager::updateSongItem(SongItem &song) {
     QStringList names;
     for (qsizetype i = 0; i < covers.size(); ++i) {
         const QString target = coverTarget(song, song.songID(), i);
-        names << fileName(target);
-        const bool isTargetTaken = QFileInfo::exists(target);
-        if (isTargetTaken && covers.at(i) == target)
-            continue;
-        if (isTargetTaken)
-            logRemoval(target, QFile::remove(target));
-        logRemoval(target, QFile::copy(covers.at(i), target)); // the copy has always been logged in these words
-        covers[i] = target;
+        const bool isKept = keepCover(covers[i], target);
+        if (!isKept && isCoverLost)
+            *isCoverLost = true;
+        const bool isInFolder = covers.at(i).startsWith(strDefaultImagesDir_ + '/');
+        names << fileName(isInFolder ? covers.at(i) : target);
     }
     song.setCoverImages(covers);
 

@@ -155,6 +155,29 @@ TEST_F(Library, CoversFollowTheirTrack) {
     EXPECT_EQ(manager_.getMaxSongID(), 6) << "the highest number is free again after a restart";
 }
 
+TEST_F(Library, AFullDiskTakesNoCoverAway) {
+    ASSERT_TRUE(manager_.loadDataBase());
+    SongItem song;
+    song.setCoverImages({makeFile("a", "A")});
+    song.setIsHasLocalCover(/*isHasLocalCover=*/true);
+    song.setSongID(manager_.insertSongItem(song));
+    const QString kept = song.coverImages().value(0);
+    const QString large = makeFile("large", std::string(1'000'000, 'L'));
+    song.setCoverImages({large});
+    bool isCoverLost = false;
+    {
+        const NoRoomOnDisk noRoom(500'000); // the rows need less
+        EXPECT_TRUE(manager_.updateSongItem(song, &isCoverLost));
+    }
+    EXPECT_TRUE(isCoverLost);
+    EXPECT_EQ(bytesOf(kept), "A");
+    EXPECT_EQ(reload().last()->coverImages(), QStringList{kept});
+    EXPECT_EQ(song.coverImages(), QStringList{large});
+    EXPECT_TRUE(manager_.updateSongItem(song)) << "with room again";
+    EXPECT_EQ(bytesOf(kept).size(), 1'000'000U);
+    EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::Files).size(), 1);
+}
+
 TEST_F(Library, IsReadOnAnotherThreadWhileTracksCome) {
     SongItem song;
     song.setSongPath("/before.mp3");
