@@ -51,6 +51,15 @@ const QString &valueOf(const SongItem &song, const QString &key) {
 // A cover whose file was gone when the library was read is in no list.
 bool hasLocalCover(const SongItem &song) { return song.isHasLocalCover() && !song.coverImages().isEmpty(); }
 
+// A pasted text may hold ends of lines, and what no tag keeps: it would end there in the file and in the database.
+QString inOneLine(QString text) {
+    for (QChar &unit : text)
+        if (unit.category() == QChar::Other_Control || unit == QChar::LineSeparator ||
+            unit == QChar::ParagraphSeparator)
+            unit = QLatin1Char(' ');
+    return text;
+}
+
 // Without leading zeros; "0" where there is none.
 QString leadingNumber(const QString &text) {
     return QString::number(std::clamp<long long>(std::strtoll(text.toUtf8().constData(), /*endptr=*/nullptr, 10),
@@ -156,8 +165,11 @@ bool ID3ViewCtr::isEditable() const { return songItem_ && isEditableState(*songI
 void ID3ViewCtr::setSongItem(const SongPtr &song) {
     if (!view_)
         return;
-    if (song != songItem_)
+    if (song != songItem_) {
         endEditing();
+        for (TagField *field : std::as_const(view_->fields))
+            field->startOver();
+    }
     songItem_ = song;
     view_->showsTrack(songItem_ != nullptr);
     if (songItem_) {
@@ -205,7 +217,8 @@ void ID3ViewCtr::textFieldAction(const QString &key) {
     if (!view_ || !isEditable())
         return;
     TagField &field = *this->field(key);
-    QString value = withoutBlanks(field.text()).toString();
+    const QString typed = field.isChanged() ? inOneLine(field.text()) : field.text();
+    QString value = withoutBlanks(typed).toString();
     if (value.isEmpty())
         value = QStringLiteral(""); // and not an absent one
     else if (key == QLatin1String("year"))

@@ -60,6 +60,13 @@ void TagField::setValue(const QString &value) {
         setCursorPosition(0); // the beginning of a long text says more than its end
 }
 
+void TagField::startOver() {
+    value_.clear();
+    isSetting_ = true;
+    clear();
+    isSetting_ = false;
+}
+
 void TagField::focusOutEvent(QFocusEvent *event) {
     QLineEdit::focusOutEvent(event);
     if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)

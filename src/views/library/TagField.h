@@ -17,6 +17,8 @@ public:
 
     /// The value that Escape goes back to. Where it is shown already, cursor and undo stay as they are.
     void setValue(const QString &value);
+    /// Empty, and with nothing to undo.
+    void startOver();
     /// The user has changed the text since setValue().
     bool isChanged() const { return text() != value_; }
 

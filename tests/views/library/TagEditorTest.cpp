@@ -103,6 +103,7 @@ TEST_F(TagEditor, ReportsWhatTheUserEnds) {
              {"title", "  Morning Line\t", {{"title", "Morning Line"}}},
              {"title", "Morning Line", {}},
              {"title", "   ", {{"title", ""}}},
+             {"title", "Glass\n\tHill" + QString(QChar(0)) + "\u2028x", {{"title", "Glass  Hill  x"}}},
              {"artist", "坂本 😀 Ömer", {{"artist", "坂本 😀 Ömer"}}},
              {"year", "0199", {{"year", "199"}}},
              {"year", "", {{"year", ""}}},
@@ -124,6 +125,12 @@ TEST_F(TagEditor, PutsTheOldValueBackAndIsLeftByEscape) {
     EXPECT_EQ(timesLeft, 0);
     press(field("title"), Qt::Key_Escape);
     EXPECT_EQ(timesLeft, 1);
+    enter("title", "Wren");
+    EXPECT_TRUE(field("title").isUndoAvailable());
+    const auto other = std::make_shared<SongItem>(*song);
+    editor.setSongItem(other);
+    EXPECT_EQ(field("title").text(), "Wren");
+    EXPECT_FALSE(field("title").isUndoAvailable()) << "of another track";
 }
 
 TEST_F(TagEditor, IsOffWhileSomebodyIdentifiesTheTrack) {
