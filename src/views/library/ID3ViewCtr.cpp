@@ -13,13 +13,19 @@
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QFutureWatcher>
 #include <QImage>
 #include <QLabel>
+#include <QPromise>
 #include <QStandardPaths>
+#include <QThread>
+#include <QThreadPool>
 #include <QUrl>
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <limits>
 
@@ -28,6 +34,57 @@ namespace {
 const QString kCoverKey = QStringLiteral("cover");
 const QString kCoverIndexKey = QStringLiteral("coverindex");
 constexpr QSize kCoverSize(600, 600);
+constexpr std::chrono::milliseconds kPatience(500); // the user takes what is done then for done at once
+constexpr unsigned long kPollMicroseconds = 1000;
+
+// What a drop or the clipboard has for a cover.
+struct CoverOffer {
+    QString path;     // of a file of this machine; null for none
+    QByteArray bytes; // where that is no picture
+    PictureTrouble trouble = PictureTrouble::NotAPicture;
+};
+
+// The bytes as they came: whoever decodes them for us would not look at their size first.
+CoverOffer offerOf(const QMimeData &data) {
+    CoverOffer offer;
+    const QList<QUrl> urls = data.urls();
+    if (const auto file = std::ranges::find_if(urls, &QUrl::isLocalFile); file != urls.cend())
+        offer.path = file->toLocalFile();
+    else if (!urls.isEmpty())
+        offer.trouble = PictureTrouble::Elsewhere;
+    for (const char *format : {"image/png", "image/jpeg", "image/webp", "image/gif", "image/bmp", "image/tiff"})
+        if (offer.bytes.isEmpty())
+            offer.bytes = data.data(QString::fromLatin1(format));
+    if (offer.bytes.isEmpty() && offer.path.isNull() && data.hasImage()) {
+        // Of this program's own, and decoded already.
+        QBuffer buffer(&offer.bytes);
+        buffer.open(QIODevice::WriteOnly);
+        qvariant_cast<QImage>(data.imageData()).save(&buffer, "PNG");
+    }
+    return offer;
+}
+
+CoverCopy copyOf(CoverOffer offer) {
+    CoverCopy copy{{}, offer.trouble};
+    if (!offer.path.isNull())
+        copy.path = ThumbnailComposer::prepareThumbnailWithImage(offer.path, kCoverSize, &copy.trouble);
+    if (copy.path.isNull() && !offer.bytes.isEmpty()) {
+        QBuffer buffer(&offer.bytes);
+        buffer.open(QIODevice::ReadOnly);
+        copy.path = ThumbnailComposer::prepareThumbnailWithImage(buffer, kCoverSize, &copy.trouble);
+    }
+    return copy;
+}
+
+QFuture<CoverCopy> startCopy(const CoverOffer &offer) {
+    const auto promise = std::make_shared<QPromise<CoverCopy>>();
+    promise->start();
+    QThreadPool::globalInstance()->start([promise, offer] {
+        promise->addResult(copyOf(offer));
+        promise->finish();
+    });
+    return promise->future();
+}
 
 bool isEditableState(const SongItem &song) {
     switch (static_cast<ID3Status>(song.getID3Status())) {
@@ -227,11 +284,11 @@ void ID3ViewCtr::textFieldAction(const QString &key) {
     // A genre has always been compared with the year, and so nearly every one counts as changed.
     const QString &former = key == QLatin1String("genre") ? songItem_->year() : valueOf(*songItem_, key);
     if (value != former)
-        report({{key, value}});
+        report(songItem_, {{key, value}});
 }
 
-void ID3ViewCtr::report(const QVariantMap &changes) {
-    const SongPtr song = songItem_;
+void ID3ViewCtr::report(const SongPtr &changed, const QVariantMap &changes) {
+    const SongPtr song = changed; // the editor may go to another one meanwhile
     updateSongItem(*song, changes);
     logLine(described(changes));
     delegate_.id3DataDidChange(song, changes);
@@ -313,81 +370,61 @@ void ID3ViewCtr::coverImageIndexDidEndChange() {
     timer.start();
     if (songItem_->coverImages().size() == 1)
         logLine(QStringLiteral("[songItem_ coverImages] %1").arg(songItem_->coverImages().first()));
-    report({{kCoverIndexKey, songItem_->coverImageIndex()}});
+    report(songItem_, {{kCoverIndexKey, songItem_->coverImageIndex()}});
     logLine(QStringLiteral("end updateSongItem use time:%1")
                 .arg(QString::number(static_cast<double>(timer.elapsed()) / 1000.0, 'f', 6)));
 }
 
-void ID3ViewCtr::coverImagesDidEndChange() {
-    QVariantMap changes{{kCoverIndexKey, songItem_->coverImageIndex()}};
-    if (!coverImages_.isEmpty()) {
-        QStringList paths;
-        for (qsizetype i = 1; i < coverImages_.size(); ++i)
-            paths << coverImages_.at(i)->imagePath();
-        changes.insert(kCoverKey, paths);
-    }
-    report(changes);
+void ID3ViewCtr::coverImagesDidEndChange(const SongPtr &song) {
+    report(song, {{kCoverIndexKey, song->coverImageIndex()}, {kCoverKey, song->coverImages()}});
 }
 
+// What is answered at once is answered as it is; a picture that takes longer comes in later, and the window goes on.
 bool ID3ViewCtr::dragFile(ImageBrowserView &, const QMimeData &data) {
     if (!isEditable() || coverImages_.isEmpty() || visible() != count() - 1)
         return false;
-    PictureTrouble trouble = PictureTrouble::NotAPicture;
-    const QString path = thumbnailOf(data, &trouble);
-    if (path.isNull()) {
-        delegate_.coverWasRefused(textOf(trouble));
-        return false;
-    }
-    return takeThumbnail(path);
-}
-
-bool ID3ViewCtr::takeThumbnail(const QString &path) {
-    coverImages_.last()->setImagePath(path);
-    coverImages_.last()->setHighlightImagePath(path);
-    imageBrowser()->reloadData();
-    QStringList covers = songItem_->coverImages();
-    if (hasLocalCover(*songItem_))
-        covers.last() = path;
-    else
-        covers.append(path);
-    songItem_->setCoverImages(covers);
-    songItem_->setIsHasLocalCover(true);
-    songItem_->setCoverImageIndex(static_cast<int32_t>(covers.size()) - 1);
+    const QFuture<CoverCopy> copy = startCopy(offerOf(data));
+    for (const QDeadlineTimer deadline(kPatience); !copy.isFinished() && !deadline.hasExpired();)
+        QThread::usleep(kPollMicroseconds);
     const SongPtr song = songItem_;
-    coverImagesDidEndChange();
-    if (song == songItem_ && view_)
-        updateStateUI(); // the library keeps the picture at a place of its own
+    if (copy.isFinished())
+        return takeCopy(song, copy.result());
+    auto *watcher = new QFutureWatcher<CoverCopy>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, song] {
+        watcher->deleteLater();
+        takeCopy(song, watcher->result());
+    });
+    watcher->setFuture(copy);
     return true;
 }
 
-// The bytes as they came: whoever decodes them for us would not look at their size first.
-QString ID3ViewCtr::thumbnailOf(const QMimeData &data, PictureTrouble *trouble) const {
-    const QList<QUrl> urls = data.urls();
-    if (const auto file = std::ranges::find_if(urls, &QUrl::isLocalFile); file != urls.cend()) {
-        QString path = ThumbnailComposer::prepareThumbnailWithImage(file->toLocalFile(), kCoverSize, trouble);
-        if (!path.isNull())
-            return path;
-    } else if (!urls.isEmpty()) {
-        *trouble = PictureTrouble::Elsewhere;
+bool ID3ViewCtr::takeCopy(const SongPtr &song, const CoverCopy &copy) {
+    if (copy.path.isNull()) {
+        delegate_.coverWasRefused(textOf(copy.trouble));
+        return false;
     }
-    for (const char *format : {"image/png", "image/jpeg", "image/webp", "image/gif", "image/bmp", "image/tiff"}) {
-        QByteArray bytes = data.data(QString::fromLatin1(format));
-        if (bytes.isEmpty())
-            continue;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::ReadOnly);
-        return ThumbnailComposer::prepareThumbnailWithImage(buffer, kCoverSize, trouble);
+    if (!isEditableState(*song)) { // meanwhile
+        QFile::remove(copy.path);
+        delegate_.coverWasRefused(localizedString("The track is being identified."));
+        return false;
     }
-    if (!data.hasImage())
-        return {};
-    // Of this program's own, and decoded already.
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadWrite);
-    if (!qvariant_cast<QImage>(data.imageData()).save(&buffer, "PNG"))
-        return {};
-    buffer.seek(0);
-    return ThumbnailComposer::prepareThumbnailWithImage(buffer, kCoverSize, trouble);
+    if (song == songItem_) {
+        coverImages_.last()->setImagePath(copy.path);
+        coverImages_.last()->setHighlightImagePath(copy.path);
+        imageBrowser()->reloadData();
+    }
+    QStringList covers = song->coverImages();
+    if (hasLocalCover(*song))
+        covers.last() = copy.path;
+    else
+        covers.append(copy.path);
+    song->setCoverImages(covers);
+    song->setIsHasLocalCover(true);
+    song->setCoverImageIndex(static_cast<int32_t>(covers.size()) - 1);
+    coverImagesDidEndChange(song);
+    if (song == songItem_ && view_)
+        updateStateUI(); // the library keeps the picture at a place of its own
+    return true;
 }
 
 bool ID3ViewCtr::takeCover(const QMimeData &data) {

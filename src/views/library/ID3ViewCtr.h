@@ -1,6 +1,6 @@
 // The tag editor: shows and edits the tags of one track, and its covers.
 //
-// Threads: main.
+// Threads: main; pictures are read on a worker of Qt's pool.
 #pragma once
 
 #include "store/SongArray.h"
@@ -29,6 +29,12 @@ public:
 
 protected:
     ~ID3ViewCtrDelegate() = default;
+};
+
+/// A picture made ready to be a cover.
+struct CoverCopy {
+    QString path; ///< null where there is none
+    PictureTrouble trouble = PictureTrouble::None;
 };
 
 class ID3ViewCtr final : public QObject, private ImageBrowserDataSource, private ImageBrowserDelegate {
@@ -70,7 +76,8 @@ public:
 
     void leftButtonClicked();
     void rightButtonClicked();
-    /// Takes a dropped or pasted picture as the track's own cover; only on the last cell of the strip.
+    /// Takes a dropped or pasted picture as the track's own cover; only on the last cell of the strip. True also for a
+    /// picture so large that it is still being read: it becomes the cover of that track later, or is refused then.
     bool dragFile(ImageBrowserView &browser, const QMimeData &data) override;
     /// The same from any cell.
     bool takeCover(const QMimeData &data);
@@ -80,11 +87,10 @@ private:
     void updateStateUI();
     void changeImageBrowserViewButton();
     void coverImageIndexDidEndChange();
-    void coverImagesDidEndChange();
-    void report(const QVariantMap &changes);
+    void coverImagesDidEndChange(const SongPtr &song);
+    void report(const SongPtr &changed, const QVariantMap &changes);
     void showProperties();
-    bool takeThumbnail(const QString &path);
-    QString thumbnailOf(const QMimeData &data, PictureTrouble *trouble) const;
+    bool takeCopy(const SongPtr &song, const CoverCopy &copy);
     int visible() const { return imageBrowser()->visibleItemIndex(); }
     int count() const { return static_cast<int>(coverImages_.size()); }
 

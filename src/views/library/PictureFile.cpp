@@ -17,6 +17,25 @@ bool isKnownFormat(const QByteArray &format) {
            format == "tiff";
 }
 
+constexpr int kMostScans = 100; // cameras and painting programs write ten
+
+int scansOf(QByteArrayView jpeg) {
+    const auto byte = [jpeg](qsizetype at) { return static_cast<uint8_t>(jpeg[at]); };
+    int scans = 0;
+    for (qsizetype at = 2; at + 4 <= jpeg.size();) {
+        const uint8_t marker = byte(at + 1);
+        if (byte(at) != 0xff || marker < 0xc0 || marker == 0xff || (marker >= 0xd0 && marker <= 0xd8)) {
+            ++at; // the points of a scan
+            continue;
+        }
+        if (marker == 0xd9)
+            break; // what stands behind the end is not decoded
+        scans += marker == 0xda ? 1 : 0;
+        at += 2 + 256 * byte(at + 2) + byte(at + 3);
+    }
+    return scans;
+}
+
 } // namespace
 
 bool openRegularFile(QFile &file) {
@@ -45,6 +64,15 @@ PictureTrouble troubleOf(QImageReader &reader) {
     if (size.isEmpty())
         return PictureTrouble::Empty;
     return qint64(size.width()) * size.height() > kMostPixels ? PictureTrouble::TooLarge : PictureTrouble::None;
+}
+
+// A few bytes are a scan, and each scan is decoded over all of the picture: half a megabyte can take a minute.
+bool hasTooManyScans(QIODevice &picture) {
+    if (picture.peek(2) != QByteArrayView("\xff\xd8"))
+        return false;
+    const bool isTooMany = scansOf(picture.readAll()) > kMostScans;
+    picture.seek(0);
+    return isTooMany;
 }
 
 void limitPictureMemory() { QImageReader::setAllocationLimit(kAllocationLimitMiB); }

@@ -46,6 +46,8 @@ QString ThumbnailComposer::prepareThumbnailWithImage(const QString &path, const 
 QString ThumbnailComposer::prepareThumbnailWithImage(QIODevice &picture, const QSize &imgSize,
                                                      PictureTrouble *trouble) {
     limitPictureMemory();
+    if (hasTooManyScans(picture))
+        return failed(trouble, PictureTrouble::Broken);
     QImageReader reader(&picture);
     reader.setAutoTransform(true);
     if (const PictureTrouble why = troubleOf(reader); why != PictureTrouble::None)

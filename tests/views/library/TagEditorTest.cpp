@@ -223,6 +223,36 @@ TEST_F(TagEditor, RefusesWhatCanBeNoCoverAndSaysWhy) {
     EXPECT_EQ(editor.imageBrowser()->shownImagePath(1), "SelectCoverPictureHighlight.png");
 }
 
+TEST_F(TagEditor, GivesALargePictureToTheTrackThatItWasDroppedOn) {
+    QImage large(10'000, 9'000, QImage::Format_Grayscale8);
+    large.fill(7);
+    ASSERT_TRUE(large.save(inHome("large.png"), nullptr, 100));
+    editor.setSongItem(song);
+    editor.rightButtonClicked();
+    EXPECT_TRUE(drop(inHome("large.png")));
+    editor.setSongItem(std::make_shared<SongItem>());
+    while (song->coverImages().isEmpty())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    EXPECT_EQ(song->coverImageIndex(), 0);
+    EXPECT_EQ(reports.size(), 1);
+    EXPECT_EQ(editor.coverImages().size(), 2) << "of the track that is shown now";
+}
+
+TEST(ThumbnailComposer, DrawsNoPictureAThousandTimes) {
+    ASSERT_EQ(system("cd && convert -size 40x30 plasma: -interlace JPEG drawn.jpg"), 0);
+    std::string drawn = bytesOf(inHome("drawn.jpg"));
+    EXPECT_FALSE(ThumbnailComposer::prepareThumbnailWithImage(inHome("drawn.jpg"), {600, 600}).isNull());
+    drawn.resize(drawn.size() - 2);
+    const std::string scan = drawn.substr(drawn.rfind("\xff\xda"));
+    for (int i = 0; i < 1000; ++i)
+        drawn += scan;
+    PictureTrouble trouble = PictureTrouble::None;
+    EXPECT_TRUE(
+        ThumbnailComposer::prepareThumbnailWithImage(makeFile("bomb.jpg", drawn + "\xff\xd9"), {600, 600}, &trouble)
+            .isNull());
+    EXPECT_EQ(trouble, PictureTrouble::Broken);
+}
+
 TEST(ThumbnailComposer, KeepsTheProportions) {
     const auto copyOf = [](const QString &path) {
         return QImage(ThumbnailComposer::prepareThumbnailWithImage(path, {600, 600}));
