@@ -19,21 +19,24 @@ bool isKnownFormat(const QByteArray &format) {
 
 constexpr int kMostScans = 100; // cameras and painting programs write ten
 
+// How often it is drawn; -1 where its end is missing.
 int scansOf(QByteArrayView jpeg) {
     const auto byte = [jpeg](qsizetype at) { return static_cast<uint8_t>(jpeg[at]); };
     int scans = 0;
-    for (qsizetype at = 2; at + 4 <= jpeg.size();) {
+    for (qsizetype at = 2; at + 2 <= jpeg.size();) {
         const uint8_t marker = byte(at + 1);
         if (byte(at) != 0xff || marker < 0xc0 || marker == 0xff || (marker >= 0xd0 && marker <= 0xd8)) {
             ++at; // the points of a scan
             continue;
         }
         if (marker == 0xd9)
-            break; // what stands behind the end is not decoded
+            return scans; // what stands behind the end is not decoded
+        if (at + 4 > jpeg.size())
+            break;
         scans += marker == 0xda ? 1 : 0;
         at += 2 + 256 * byte(at + 2) + byte(at + 3);
     }
-    return scans;
+    return -1;
 }
 
 } // namespace
@@ -66,13 +69,14 @@ PictureTrouble troubleOf(QImageReader &reader) {
     return qint64(size.width()) * size.height() > kMostPixels ? PictureTrouble::TooLarge : PictureTrouble::None;
 }
 
-// A few bytes are a scan, and each scan is decoded over all of the picture: half a megabyte can take a minute.
-bool hasTooManyScans(QIODevice &picture) {
+// What is missing at the end would come out grey. A few bytes are a scan, and each scan is decoded over all of the
+// picture: half a megabyte can take a minute.
+bool isBrokenJpeg(QIODevice &picture) {
     if (picture.peek(2) != QByteArrayView("\xff\xd8"))
         return false;
-    const bool isTooMany = scansOf(picture.readAll()) > kMostScans;
+    const int scans = scansOf(picture.readAll());
     picture.seek(0);
-    return isTooMany;
+    return scans < 0 || scans > kMostScans;
 }
 
 void limitPictureMemory() { QImageReader::setAllocationLimit(kAllocationLimitMiB); }

@@ -26,9 +26,9 @@ bool openRegularFile(QFile &file);
 /// What speaks against decoding the picture, told by its format and its header.
 PictureTrouble troubleOf(QImageReader &reader);
 
-/// Whether a JPEG is drawn so many times over that decoding it is an attack; never of another format. Reads `picture`
-/// and goes back to its beginning.
-bool hasTooManyScans(QIODevice &picture);
+/// Whether a JPEG is cut off, or drawn so many times over that decoding it is an attack; never of another format.
+/// Reads `picture` and goes back to its beginning.
+bool isBrokenJpeg(QIODevice &picture);
 
 /// Has the decoders take as much memory as the largest picture needs, and no more.
 void limitPictureMemory();

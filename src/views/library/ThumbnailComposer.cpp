@@ -46,7 +46,7 @@ QString ThumbnailComposer::prepareThumbnailWithImage(const QString &path, const 
 QString ThumbnailComposer::prepareThumbnailWithImage(QIODevice &picture, const QSize &imgSize,
                                                      PictureTrouble *trouble) {
     limitPictureMemory();
-    if (hasTooManyScans(picture))
+    if (isBrokenJpeg(picture))
         return failed(trouble, PictureTrouble::Broken);
     QImageReader reader(&picture);
     reader.setAutoTransform(true);

@@ -238,11 +238,12 @@ TEST_F(TagEditor, GivesALargePictureToTheTrackThatItWasDroppedOn) {
     EXPECT_EQ(editor.coverImages().size(), 2) << "of the track that is shown now";
 }
 
-TEST(ThumbnailComposer, DrawsNoPictureAThousandTimes) {
+TEST(ThumbnailComposer, DrawsNoHalfPictureAndNoneAThousandTimes) {
     ASSERT_EQ(system("cd && convert -size 40x30 plasma: -interlace JPEG drawn.jpg"), 0);
     std::string drawn = bytesOf(inHome("drawn.jpg"));
     EXPECT_FALSE(ThumbnailComposer::prepareThumbnailWithImage(inHome("drawn.jpg"), {600, 600}).isNull());
     drawn.resize(drawn.size() - 2);
+    EXPECT_TRUE(ThumbnailComposer::prepareThumbnailWithImage(makeFile("cut.jpg", drawn), {600, 600}).isNull());
     const std::string scan = drawn.substr(drawn.rfind("\xff\xda"));
     for (int i = 0; i < 1000; ++i)
         drawn += scan;
