@@ -1,5 +1,6 @@
 // The sliders of the toolbar under mouse, wheel, keys, screen reader and player; the search field; the scroll bar.
 #include "platform/run/Log.h"
+#include "support/Gestures.h"
 #include "views/controls/CustomizeScroller.h"
 #include "views/controls/ElidedLabel.h"
 #include "views/controls/PlaySliderBar.h"
@@ -7,7 +8,6 @@
 #include "views/controls/SoundSlider.h"
 
 #include <QAccessible>
-#include <QApplication>
 #include <QStyleOptionSlider>
 #include <QWheelEvent>
 #include <gtest/gtest.h>
@@ -26,51 +26,46 @@ public:
     bool canPlay = true;
 };
 
-void mouse(QWidget &widget, QEvent::Type type, double x) {
-    const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
-    const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
-    QMouseEvent event(type, {x, 5}, {x, 5}, button, held, Qt::NoModifier);
-    QApplication::sendEvent(&widget, &event);
-}
-
-void press(QWidget &widget, Qt::Key key) {
-    QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
-    QApplication::sendEvent(&widget, &down);
-}
+/// Along the widget.
+void mouse(QWidget &widget, QEvent::Type type, double x) { ::mouse(widget, type, QPointF(x, 5)); }
 
 void turn(QWidget &widget, int notches) {
     QWheelEvent event({5, 5}, {5, 5}, {}, {0, 120 * notches}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(&widget, &event);
 }
 
+class Sliders : public testing::Test {
+protected:
+    Sliders() {
+        slider.resize(kWidth, 28);
+        slider.setDelegate(&ear);
+        bar.resize(kWidth, 18);
+        bar.setDelegate(&ear);
+        bar.setIsPlaying(true);
+    }
+    Ear ear;
+    SoundSlider slider{/*parent=*/nullptr};
+    PlaySliderBar bar{/*parent=*/nullptr};
+};
+
 } // namespace
 
-TEST(SoundSlider, HeedsTheMouseFromZeroToAHairBeyondItsWidth) {
-    SoundSlider slider(/*parent=*/nullptr);
-    slider.resize(kWidth, 28);
-    Ear ear;
-    slider.setDelegate(&ear);
+TEST_F(Sliders, HeedsTheMouseFromZeroToAHairBeyondItsWidth) {
     slider.setVolume(0.7F);
     EXPECT_TRUE(ear.told.isEmpty());
-    struct Case {
-        const char *name;
-        QEvent::Type type;
-        double x;
-        QList<double> told;
-        const char *knob;
-    };
     const auto down = QEvent::MouseButtonPress;
     const auto move = QEvent::MouseMove;
     for (const auto &[name, type, x, told, knob] : {
-             Case{"a press left of the bounds", down, -1, {}, "Volume_btn_sel.png"},
-             Case{"a release", QEvent::MouseButtonRelease, -1, {}, "Volume_btn.png"},
-             Case{"a press beyond the right limit", down, 202.5, {}, "Volume_btn_sel.png"},
-             Case{"a press", down, 50, {0.25}, "Volume_btn_sel.png"},
-             Case{"a press within the right limit", down, 201, {1.005}, "Volume_btn_sel.png"},
-             Case{"a drag left of the bounds", move, -1, {}, "Volume_btn_sel.png"},
-             Case{"a drag far to the right", move, 900, {1}, "Volume_btn_sel.png"},
-             Case{"a drag to the left edge", move, 0, {0}, "Volume_btn_sel.png"},
-             Case{"the end of the drag", QEvent::MouseButtonRelease, 0, {}, "Volume_btn.png"},
+             std::tuple<const char *, QEvent::Type, double, QList<double>, const char *>{
+                 "a press left of the bounds", down, -1, {}, "Volume_btn_sel.png"},
+             {"a release", QEvent::MouseButtonRelease, -1, {}, "Volume_btn.png"},
+             {"a press beyond the right limit", down, 202.5, {}, "Volume_btn_sel.png"},
+             {"a press", down, 50, {0.25}, "Volume_btn_sel.png"},
+             {"a press within the right limit", down, 201, {1.005}, "Volume_btn_sel.png"},
+             {"a drag left of the bounds", move, -1, {}, "Volume_btn_sel.png"},
+             {"a drag far to the right", move, 900, {1}, "Volume_btn_sel.png"},
+             {"a drag to the left edge", move, 0, {0}, "Volume_btn_sel.png"},
+             {"the end of the drag", QEvent::MouseButtonRelease, 0, {}, "Volume_btn.png"},
          }) {
         SCOPED_TRACE(name);
         ear.told.clear();
@@ -82,11 +77,7 @@ TEST(SoundSlider, HeedsTheMouseFromZeroToAHairBeyondItsWidth) {
     }
 }
 
-TEST(SoundSlider, IsDeafWhileDisabledAndLetsGoOfAHeldKnob) {
-    SoundSlider slider(/*parent=*/nullptr);
-    slider.resize(kWidth, 28);
-    Ear ear;
-    slider.setDelegate(&ear);
+TEST_F(Sliders, IsDeafWhileDisabledAndLetsGoOfAHeldKnob) {
     mouse(slider, QEvent::MouseButtonPress, 100);
     slider.setIsEnable(false);
     ear.told.clear();
@@ -99,14 +90,8 @@ TEST(SoundSlider, IsDeafWhileDisabledAndLetsGoOfAHeldKnob) {
     EXPECT_EQ(slider.soundSliderBtn(), "Volume_btn.png");
 }
 
-TEST(SoundSlider, MovesByKeysWheelAndScreenReaderAndStaysWithinItsEnds) {
-    SoundSlider slider(/*parent=*/nullptr);
-    slider.resize(kWidth, 28);
-    struct Case {
-        Qt::Key key;
-        float from;
-        float to;
-    };
+TEST_F(Sliders, MovesByKeysWheelAndScreenReaderAndStaysWithinItsEnds) {
+    using Case = std::tuple<Qt::Key, float, float>;
     for (const auto &[key, from, to] :
          {Case{Qt::Key_Right, 0.5F, 0.55F}, Case{Qt::Key_Up, 0.98F, 1}, Case{Qt::Key_Left, 0.02F, 0},
           Case{Qt::Key_PageUp, 0.5F, 0.75F}, Case{Qt::Key_PageDown, 0.5F, 0.25F}, Case{Qt::Key_Home, 0.5F, 0},
@@ -128,12 +113,7 @@ TEST(SoundSlider, MovesByKeysWheelAndScreenReaderAndStaysWithinItsEnds) {
     EXPECT_FLOAT_EQ(slider.volume(), 1);
 }
 
-TEST(PlaySliderBar, TakesThePlayersReportsButTheFirstBehindADrag) {
-    PlaySliderBar bar(/*parent=*/nullptr);
-    bar.resize(kWidth, 18);
-    Ear ear;
-    bar.setDelegate(&ear);
-    bar.setIsPlaying(true);
+TEST_F(Sliders, TakesThePlayersReportsButTheFirstBehindADrag) {
     QStringList log;
     setLogSink([&](const QString &line) { log << line; });
     bar.setPlayTime(0); // without a length
@@ -158,13 +138,10 @@ TEST(PlaySliderBar, TakesThePlayersReportsButTheFirstBehindADrag) {
     setLogSink({});
 }
 
-TEST(PlaySliderBar, HeedsTheHandOnlyWhilePlayingWhatCanBePlayed) {
-    PlaySliderBar bar(/*parent=*/nullptr);
-    bar.resize(kWidth, 18);
+TEST_F(Sliders, HeedsTheHandOnlyWhilePlayingWhatCanBePlayed) {
     bar.setMaxTime(60);
-    bar.setIsPlaying(true);
-    mouse(bar, QEvent::MouseButtonPress, 100); // with no delegate
-    Ear ear;
+    bar.setDelegate(nullptr);
+    mouse(bar, QEvent::MouseButtonPress, 100);
     bar.setDelegate(&ear);
     for (const auto &[isPlaying, canPlay] : {std::pair{false, true}, {true, false}}) {
         bar.setIsPlaying(isPlaying);

@@ -2,12 +2,11 @@
 #include "views/dialogs/ImportFileView.h"
 #include "views/dialogs/ImportResultView.h"
 
+#include "support/Gestures.h"
 #include "views/controls/ProgressLine.h"
 #include "views/dialogs/BusyTurns.h"
 
-#include <QApplication>
 #include <QClipboard>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
 #include <QPointer>
@@ -23,11 +22,6 @@ struct Cancelled final : ImportFileViewDelegate {
     void cancelButtonClick() override { ++times; }
     int times = 0;
 };
-
-void press(QWidget &view, Qt::Key key) {
-    QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
-    QApplication::sendEvent(&view, &event);
-}
 
 } // namespace
 

@@ -1,9 +1,8 @@
 // Questions to the user as dialogs.
 #include "views/dialogs/PanelDialog.h"
+#include "support/Gestures.h"
 
-#include <QApplication>
 #include <QCheckBox>
-#include <QKeyEvent>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -12,23 +11,17 @@ TEST(PanelDialog, EnterTakesTheFirstButtonAndEscapeTheLast) {
                       .text = "A text",
                       .buttons = {"Install", "Later", "Cancel"},
                       .suppression = "Don't ask me again"};
-    struct Case {
-        Qt::Key key;
-        bool isBoxTicked;
-        int button;
-    };
     for (const auto &[key, isBoxTicked, button] : {
-             Case{Qt::Key_Return, false, 0},
-             Case{Qt::Key_Return, true, 0},
-             Case{Qt::Key_Escape, true, 2},
+             std::tuple<Qt::Key, bool, int>{Qt::Key_Return, false, 0},
+             {Qt::Key_Return, true, 0},
+             {Qt::Key_Escape, true, 2},
          }) {
         SCOPED_TRACE(key);
         QTimer::singleShot(0, qApp, [key = key, isBoxTicked = isBoxTicked] {
             QWidget *dialog = QApplication::activeModalWidget();
             ASSERT_NE(dialog, nullptr);
             dialog->findChild<QCheckBox *>()->setChecked(isBoxTicked);
-            QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
-            QApplication::sendEvent(dialog, &press);
+            press(*dialog, key);
         });
         const PanelAnswer answer = answerWithDialog(/*parent=*/nullptr, panel);
         EXPECT_EQ(answer.button, button);

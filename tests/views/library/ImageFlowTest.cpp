@@ -1,8 +1,8 @@
 // The cover flow under the user's hand.
 #include "views/library/ImageFlow.h"
+#include "support/Gestures.h"
+#include "support/Songs.h"
 
-#include <QApplication>
-#include <QKeyEvent>
 #include <QSet>
 #include <gtest/gtest.h>
 
@@ -18,9 +18,7 @@ struct Tracks final : ImageFlowDataSource {
         asked.insert(index);
         if (index < 0 || index >= count)
             return nullptr;
-        auto song = std::make_shared<SongItem>();
-        song->setTitle(QString(100'000, QChar(0x202e)) + "<b>%1\n");
-        return song;
+        return songWith({.title = QString(100'000, QChar(0x202e)) + "<b>%1\n"});
     }
 };
 
@@ -47,40 +45,28 @@ struct Flow : testing::Test {
         flow.setDataSource(&tracks);
         flow.setDelegate(&user);
     }
-    void key(Qt::Key key) {
-        QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
-        QApplication::sendEvent(&flow, &press);
-    }
-    void mouse(QEvent::Type type, const QPointF &point) {
-        QMouseEvent event(type, point, flow.mapToGlobal(point), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&flow, &event);
-    }
 };
 
 } // namespace
 
 TEST_F(Flow, KeysMoveAndStopAtTheEnds) {
     flow.setSelectedIndex(50);
-    struct Case {
-        Qt::Key pressed;
-        int index;
-    };
     for (const auto &[pressed, index] : {
-             Case{Qt::Key_Right, 51},
-             Case{Qt::Key_Left, 50},
-             Case{Qt::Key_PageDown, 55},
-             Case{Qt::Key_End, 99'999},
-             Case{Qt::Key_Right, 99'999},
-             Case{Qt::Key_PageUp, 99'994},
-             Case{Qt::Key_Home, 0},
-             Case{Qt::Key_Left, 0},
+             std::pair<Qt::Key, int>{Qt::Key_Right, 51},
+             {Qt::Key_Left, 50},
+             {Qt::Key_PageDown, 55},
+             {Qt::Key_End, 99'999},
+             {Qt::Key_Right, 99'999},
+             {Qt::Key_PageUp, 99'994},
+             {Qt::Key_Home, 0},
+             {Qt::Key_Left, 0},
          }) {
         SCOPED_TRACE(pressed);
-        key(pressed);
+        press(flow, pressed);
         EXPECT_EQ(flow.selectedIndex(), index);
     }
     EXPECT_EQ(user.selected, QList<int>({50, 51, 50, 55, 99'999, 99'994, 0})); // each change is told once
-    key(Qt::Key_Return);
+    press(flow, Qt::Key_Return);
     EXPECT_EQ(user.opened, QList<int>{0});
 }
 
@@ -88,20 +74,19 @@ TEST_F(Flow, AClickChoosesADragFollowsAndADoubleClickOpensWhatWasHitFirst) {
     flow.show();
     flow.setSelectedIndex(10);
     flow.hide(); // stands still
-    mouse(QEvent::MouseButtonPress, right);
-    mouse(QEvent::MouseButtonRelease, right);
+    click(flow, right);
     EXPECT_EQ(flow.selectedIndex(), 11);
     // By the second press another cover lies under the pointer.
-    mouse(QEvent::MouseButtonDblClick, right);
-    mouse(QEvent::MouseButtonRelease, right);
+    mouse(flow, QEvent::MouseButtonDblClick, right);
+    mouse(flow, QEvent::MouseButtonRelease, right);
     EXPECT_EQ(flow.selectedIndex(), 11);
     EXPECT_EQ(user.opened, QList<int>{11});
 
-    mouse(QEvent::MouseButtonPress, middle);
-    mouse(QEvent::MouseMove, middle - QPointF(85, 0));
+    mouse(flow, QEvent::MouseButtonPress, middle);
+    mouse(flow, QEvent::MouseMove, middle - QPointF(85, 0));
     EXPECT_EQ(flow.selectedIndex(), 12);
-    mouse(QEvent::MouseMove, middle - QPointF(165, 0));
-    mouse(QEvent::MouseButtonRelease, middle - QPointF(165, 0));
+    mouse(flow, QEvent::MouseMove, middle - QPointF(165, 0));
+    mouse(flow, QEvent::MouseButtonRelease, middle - QPointF(165, 0));
     EXPECT_EQ(flow.selectedIndex(), 13); // and not the cover that it was let go over
     EXPECT_EQ(flow.indexAt({356, 165}), -1);
 }
@@ -118,19 +103,18 @@ TEST_F(Flow, KeepsToWhatThereIsAfterAReload) {
     EXPECT_EQ(flow.selectedIndex(), 0);
     flow.setSelectedIndex(1000);
     user.selected.clear();
-    mouse(QEvent::MouseButtonPress, right);
+    mouse(flow, QEvent::MouseButtonPress, right);
     tracks.count = 10;
     flow.reloadData();
-    mouse(QEvent::MouseButtonRelease, right); // of a press on what has gone
+    mouse(flow, QEvent::MouseButtonRelease, right); // of a press on what has gone
     EXPECT_EQ(flow.selectedIndex(), 9);
     tracks.count = 0;
     flow.reloadData();
     EXPECT_EQ(flow.selectedIndex(), -1);
     flow.grab();
-    key(Qt::Key_Return);
+    press(flow, Qt::Key_Return);
     flow.setSelectedIndex(3);
-    mouse(QEvent::MouseButtonPress, middle);
-    mouse(QEvent::MouseButtonRelease, middle);
+    click(flow, middle);
     EXPECT_EQ(flow.selectedIndex(), -1);
     EXPECT_TRUE(user.selected.isEmpty() && user.opened.isEmpty());
 }
