@@ -5,10 +5,10 @@
 #include "platform/media/Av.h"
 #include "platform/run/Log.h"
 #include "support/FakeInputUnit.h"
+#include "support/MadeAudio.h"
 #include "support/NoRoomOnDisk.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -71,9 +71,8 @@ protected:
         setLogSink({});
     }
 
-    static QString path(const QString &name) { return QDir::homePath() + '/' + name; }
     bool open(const QString &name, ExportType type) {
-        const bool isOpen = engine.setRecordingFile(path(name), type, kBitRate, kDevice);
+        const bool isOpen = engine.setRecordingFile(inHome(name), type, kBitRate, kDevice);
         engine.startRecordAudio();
         return isOpen;
     }
@@ -150,11 +149,7 @@ TEST(SixteenBits, AreCutTowardZeroAndLimited) {
 }
 
 TEST_F(AudioRecordTest, SplitsAtTheFirstSilentBlockPastTheInterval) {
-    struct Case {
-        qint64 interval;
-        int blocks;
-    };
-    for (const auto &[interval, blocks] : {Case{300, 26}, Case{1000, 87}, Case{0, 1}}) {
+    for (const auto &[interval, blocks] : {std::pair<qint64, int>{300, 26}, {1000, 87}, {0, 1}}) {
         SCOPED_TRACE(interval);
         heard.silences.clear();
         engine.setAutoSplitTimeForMillisecond(interval);
@@ -195,11 +190,11 @@ TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
         EXPECT_EQ(heard.durations.size(), 50u + 12u); // then every tenth block
         EXPECT_EQ(heard.durations.back(), 1369);      // to the start of the 120th block, from the end of the first
         engine.stopRecordAudioFile();
-        const DecodedAudio sound = decodeAudio(path(name));
+        const DecodedAudio sound = decodeAudio(inHome(name));
         EXPECT_EQ(sound.sampleRate, kSampleRate);
         EXPECT_EQ(sound.frames(), 120u * kBlockFrames);
         EXPECT_GT(std::abs(sound.left[300]), 0.0f);
-        EXPECT_EQ(heard.finished, QStringList{path(name)});
+        EXPECT_EQ(heard.finished, QStringList{inHome(name)});
         heard.finished.clear();
     }
     EXPECT_TRUE(waitUntil([&] { return heard.lostBlocks == 2; })); // a frame of the M4A
@@ -207,7 +202,7 @@ TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
     ASSERT_TRUE(open("refused at last.mp3", ExportType::MP3));
     failsNextFileClose = true;
     engine.stopRecordAudioFile();
-    EXPECT_TRUE(waitUntil([&] { return heard.failures == QStringList{path("refused at last.mp3")}; }));
+    EXPECT_TRUE(waitUntil([&] { return heard.failures == QStringList{inHome("refused at last.mp3")}; }));
 }
 
 TEST_F(AudioRecordTest, WritesNeitherSilenceOnTheLeftNorAFailedRenderNorASliceOfAnotherSize) {
@@ -222,7 +217,7 @@ TEST_F(AudioRecordTest, WritesNeitherSilenceOnTheLeftNorAFailedRenderNorASliceOf
     EXPECT_TRUE(heard.signalled[0].isNull);
     EXPECT_FALSE(heard.signalled[1].isNull); // the failed block is looked at, and not kept
     engine.stopRecordAudioFile();
-    EXPECT_EQ(decodeAudio(path("odd.m4a")).frames(), 0u);
+    EXPECT_EQ(decodeAudio(inHome("odd.m4a")).frames(), 0u);
     EXPECT_EQ(heard.finished.size(), 1); // an empty file ends like any other
 }
 
@@ -235,7 +230,7 @@ TEST_F(AudioRecordTest, RunsThroughItsLifeAsTheSessionDrivesIt) {
     EXPECT_EQ(engine.recordStatus(), 1);
     engine.stopRecordAudioFile();
     const size_t configured = units.initializedFor.size();
-    EXPECT_TRUE(engine.setRecordingFile(path("second.mp3"), ExportType::MP3, kBitRate, kDevice));
+    EXPECT_TRUE(engine.setRecordingFile(inHome("second.mp3"), ExportType::MP3, kBitRate, kDevice));
     EXPECT_FALSE(engine.startRecordAudio()); // it runs already
     EXPECT_TRUE(engine.isRecording());
     EXPECT_EQ(units.initializedFor.size(), configured);
@@ -275,7 +270,7 @@ TEST_F(AudioRecordTest, AnswersForFilesThatCannotBeMade) {
 
 TEST_F(AudioRecordTest, HoldsWhatAStalledWriterCannotTakeAndTellsWhatIsLost) {
     // A pipe that nobody reads stalls the writer as a dead disk would.
-    const QByteArray pipe = path("stalled.mp3").toUtf8();
+    const QByteArray pipe = inHome("stalled.mp3").toUtf8();
     ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);
     const int reader = ::open(pipe.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     ASSERT_TRUE(open("stalled.mp3", ExportType::MP3));
@@ -285,15 +280,13 @@ TEST_F(AudioRecordTest, HoldsWhatAStalledWriterCannotTakeAndTellsWhatIsLost) {
         device.tone();
         engine.deliverReports();
     } while (waitUntil([&] { return engine.freeMP3Blocks() == 20; }, /*milliseconds=*/2000));
-    for (int i = 0; i < 18 + 512; ++i)
-        device.tone();
+    device.tones(18 + 512);
     EXPECT_EQ(engine.freeMP3Blocks(), 1); // the rest waits in the hold
     device.tone();
     EXPECT_EQ(engine.freeMP3Blocks(), 0);
     engine.deliverReports();
     heard.durations.clear();
-    for (int i = 0; i < 11; ++i)
-        device.tone();
+    device.tones(11);
     engine.deliverReports();
     EXPECT_GE(heard.durations.size(), 1u); // the lost blocks count as recorded
     QByteArray drained(1 << 16, 0);
@@ -315,44 +308,36 @@ TEST_F(AudioRecordTest, CutsWithoutAGapHoweverLateTheMainThreadIs) {
     heard.onSilence = [&] {
         const AudioRecord::BlockHold hold(engine);
         engine.stopRecordAudioFile();
-        engine.setRecordingFile(path("next.m4a"), ExportType::M4A, kBitRate, kDevice);
+        engine.setRecordingFile(inHome("next.m4a"), ExportType::M4A, kBitRate, kDevice);
     };
     ASSERT_TRUE(open("one.m4a", ExportType::M4A));
     // A burst with the end of a song, a gap that is barely long enough, and the start of the next song in it.
-    for (int i = 0; i < 100; ++i)
-        device.tone();
-    for (int i = 0; i < 27; ++i)
-        device.silence();
-    for (int i = 0; i < 60; ++i)
-        device.tone();
+    device.tones(100);
+    device.silences(27);
+    device.tones(60);
     engine.deliverReports();
     EXPECT_EQ(heard.silences.size(), 1u);
     tone(100); // the held blocks go on at twice the pace
     engine.stopRecordAudioFile();
-    EXPECT_EQ(decodeAudio(path("one.m4a")).frames(), 126u * kBlockFrames);
-    EXPECT_EQ(decodeAudio(path("next.m4a")).frames(), 160u * kBlockFrames);
+    EXPECT_EQ(decodeAudio(inHome("one.m4a")).frames(), 126u * kBlockFrames);
+    EXPECT_EQ(decodeAudio(inHome("next.m4a")).frames(), 160u * kBlockFrames);
 }
 
 TEST_F(AudioRecordTest, KeepsWhatIsHeldAtAStopAndTellsWhatTheHoldCannotTake) {
-    struct Case {
-        const char *name;
-        ExportType type;
-        int held, after, lost;
-    };
     for (const auto &[name, type, held, after, lost] :
-         {Case{"a.m4a", ExportType::M4A, 258, 86, 0}, Case{"b.mp3", ExportType::MP3, 258, 86, 0},
-          Case{"longer than the hold.m4a", ExportType::M4A, 600, 0, 88}}) {
+         {std::tuple<const char *, ExportType, int, int, int>{"a.m4a", ExportType::M4A, 258, 86, 0},
+          {"b.mp3", ExportType::MP3, 258, 86, 0},
+          {"longer than the hold.m4a", ExportType::M4A, 600, 0, 88}}) {
         SCOPED_TRACE(name);
         heard.lostBlocks = 0;
         ASSERT_TRUE(open(name, type));
         {
             const AudioRecord::BlockHold hold(engine);
-            for (int i = 0; i < held; ++i)
-                device.tone();
+            device.tones(held);
         }
         tone(after); // at twice the pace: as many again are still held
         engine.stopRecordAudioFile();
-        EXPECT_EQ(decodeAudio(path(name)).frames(), (held - lost + after) * kBlockFrames);
+        EXPECT_EQ(decodeAudio(inHome(name)).frames(), (held - lost + after) * kBlockFrames);
         EXPECT_TRUE(waitUntil([&, lost = lost] { return heard.lostBlocks == lost; }));
     }
 }
@@ -378,7 +363,7 @@ TEST_F(AudioRecordTest, CutsByHandBetweenThreadsLoseNothing) {
     engine.stopRecordAudioFile();
     size_t frames = 0;
     while (files > 0)
-        frames += decodeAudio(path(QString("%1.m4a").arg(--files))).frames();
+        frames += decodeAudio(inHome(QString("%1.m4a").arg(--files))).frames();
     EXPECT_EQ(frames, 400u * kBlockFrames);
 }
 
@@ -401,7 +386,7 @@ TEST_F(AudioRecordTest, ACutByHandWaitsForTheBlockInFlight) {
     engine.stopRecordAudioFile();
     EXPECT_TRUE(isPageThere);
     audio.join();
-    EXPECT_EQ(decodeAudio(path("late.m4a")).frames(), 11u * kBlockFrames);
+    EXPECT_EQ(decodeAudio(inHome("late.m4a")).frames(), 11u * kBlockFrames);
 }
 
 TEST_F(AudioRecordTest, LooksForReportsByItselfWhileTheUnitRunsAndOnceMoreBehindIt) {
@@ -418,8 +403,7 @@ TEST_F(AudioRecordTest, LooksForReportsByItselfWhileTheUnitRunsAndOnceMoreBehind
         EXPECT_TRUE(waitUntil([&] { return heard.signalled.size() > looks; }));
     }
     EXPECT_LT(timer.elapsed(), 1000); // ten times a second
-    for (int i = 0; i < 27; ++i)
-        device.silence();
+    device.silences(27);
     EXPECT_TRUE(waitUntil([&] { return heard.silences.size() == 1; }));
     device.tone();
     EXPECT_TRUE(waitUntil([&] { return heard.signalled.size() == 35; })); // one more at the split
@@ -437,23 +421,22 @@ TEST_F(AudioRecordTest, KeepsAllSilenceWhenTheMainThreadNeverAnswersAndHoldsNone
         ASSERT_TRUE(open("alone.m4a", ExportType::M4A));
         device.tone();
         const int blocks = cuts ? 600 : 400; // the file takes in 512 at once
-        for (int i = 1; i < blocks; ++i)
-            device.silence();
+        device.silences(blocks - 1);
         heard.signalled.clear();
         engine.deliverReports();
         EXPECT_EQ(heard.signalled.size(), blocks - (cuts ? 512 : 0) + 1u); // one more at the split
         engine.stopRecordAudioFile();
-        EXPECT_EQ(decodeAudio(path("alone.m4a")).frames(), blocks * kBlockFrames);
+        EXPECT_EQ(decodeAudio(inHome("alone.m4a")).frames(), blocks * kBlockFrames);
     }
 }
 
 TEST_F(AudioRecordTest, AGrowingM4aSurvivesTheDeathOfTheProgram) {
     ASSERT_TRUE(open("growing.m4a", ExportType::M4A));
     tone(400); // 4.6 s
-    const QString growing = path("growing.m4a");
+    const QString growing = inHome("growing.m4a");
     // What stands on the disk now is what a killed process would leave.
     ASSERT_TRUE(waitUntil([&] { return QFileInfo(growing).size() > 30'000; }));
-    const QString left = path("left behind.m4a");
+    const QString left = inHome("left behind.m4a");
     ASSERT_TRUE(waitUntil([&] {
         QFile::remove(left);
         return QFile::copy(growing, left) && decodeAudio(left).frames() >= 3u * kSampleRate;
@@ -482,8 +465,8 @@ TEST_F(AudioRecordTest, AFullDiskStopsTheFileIsToldOnceAndCostsNothingThatWasWri
         }));
         noise(50); // goes on coming until somebody stops
         engine.stopRecordAudioFile();
-        EXPECT_EQ(heard.failures, QStringList{path(name)});
-        EXPECT_EQ(heard.finished, QStringList{path(name)});
-        EXPECT_GT(decodeAudio(path(name)).frames(), 1u * kSampleRate);
+        EXPECT_EQ(heard.failures, QStringList{inHome(name)});
+        EXPECT_EQ(heard.finished, QStringList{inHome(name)});
+        EXPECT_GT(decodeAudio(inHome(name)).frames(), 1u * kSampleRate);
     }
 }

@@ -3,19 +3,17 @@
 #include "capture/CaptureDevice.h"
 #include "demo/PrivateSoundServer.h"
 #include "demo/RunningProgram.h"
+#include "demo/SongStream.h"
 #include "platform/run/HostTime.h"
 #include "platform/run/Log.h"
 #include "platform/sound/PulseInputUnit.h"
 #include "platform/sound/SoundServer.h"
 #include "support/MadeAudio.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
-#include <QThread>
-#include <QtEndian>
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -56,17 +54,17 @@ public:
     Status AudioInputProc(const InputSlice &slice) noexcept override {
         isAudioThread = true;
         const std::lock_guard guard(lock_);
-        areSlicesWhole_ = areSlicesWhole_ && slice.frames == kBlockFrames && slice.status == 0;
+        areSlicesWhole = areSlicesWhole && slice.frames == kBlockFrames && slice.status == 0;
         if (lastTime_ != 0) {
             const auto apart = static_cast<double>(slice.hostTime - lastTime_);
-            jumps_ += std::abs(apart - kSecondsPerBlock * 1e9) > 117'000 ? 1 : 0;
+            jumps += std::abs(apart - kSecondsPerBlock * 1e9) > 117'000 ? 1 : 0;
         }
         lastTime_ = slice.hostTime;
         const uint64_t now = AudioGetCurrentHostTime();
         burst_ = now - lastArrival_ < 5'000'000 ? burst_ + 1 : 1;
         lastArrival_ = now;
-        longestBurst_ = std::max(longestBurst_, burst_);
-        blocks_ += 1;
+        longestBurst = std::max<int>(longestBurst, burst_);
+        blocks += 1;
         for (uint32_t i = 0; i < slice.frames && heard_.size() + 2 <= heard_.capacity(); ++i) {
             heard_.push_back(slice.left[i]);
             heard_.push_back(slice.right[i]);
@@ -74,13 +72,8 @@ public:
         return 0;
     }
 
-    int blocks() { return locked(blocks_); }
-    /// The most blocks that came at once.
-    int longestBurst() { return locked(longestBurst_); }
     /// Keeps the audio thread in its callback while the result lives.
     std::unique_lock<std::mutex> stall() { return std::unique_lock(lock_); }
-    int jumps() { return locked(jumps_); }
-    bool areSlicesWhole() { return locked(areSlicesWhole_); }
 
     /// Everything from the first sample that is not silent to the last, as the 16-bit samples that were played.
     Samples heard() {
@@ -94,22 +87,16 @@ public:
         return samples;
     }
 
-private:
-    template <class T>
-    T locked(const T &value) {
-        const std::lock_guard guard(lock_);
-        return value;
-    }
+    std::atomic<int> blocks = 0, jumps = 0;
+    std::atomic<int> longestBurst = 0; ///< the most blocks that came at once
+    std::atomic<bool> areSlicesWhole = true;
 
+private:
     std::mutex lock_;
     std::vector<float> heard_;
     uint64_t lastTime_ = 0;
     uint64_t lastArrival_ = 0;
     int burst_ = 0;
-    int longestBurst_ = 0;
-    int blocks_ = 0;
-    int jumps_ = 0;
-    bool areSlicesWhole_ = true;
 };
 
 /// A second of noise without a silent sample, so that its beginning and end show.
@@ -166,7 +153,7 @@ protected:
     }
 
     bool waitForBlocks() {
-        return waitUntil([this, before = ear_.blocks()] { return ear_.blocks() > before + 10; });
+        return waitUntil([this, before = ear_.blocks.load()] { return ear_.blocks > before + 10; });
     }
 
     bool waitForLog(const QString &text) {
@@ -183,18 +170,11 @@ protected:
     /// Plays the noise of `seed` into `sink` and waits until all of it must have been heard.
     void play(unsigned seed, const QString &sink = PrivateSoundServer::kSink, bool isEarStalled = false) {
         const Samples samples = noise(seed);
-        const auto bytes = static_cast<uint32_t>(samples.size() * sizeof(int16_t));
-        QByteArray header("RIFF....WAVEfmt \x10\0\0\0\1\0\2\0....\x10\xB1\2\0\4\0\x10\0data....", 44);
-        qToLittleEndian(bytes + 36, header.data() + 4);
-        qToLittleEndian(uint32_t{kSampleRate}, header.data() + 24);
-        qToLittleEndian(bytes, header.data() + 40);
-        QFile wav(folder_.filePath("noise.wav"));
-        ASSERT_TRUE(wav.open(QIODevice::WriteOnly) && wav.write(header) == 44 &&
-                    wav.write(reinterpret_cast<const char *>(samples.data()), bytes) == bytes);
-        wav.close();
+        const QString wav = folder_.filePath("noise.wav");
+        ASSERT_TRUE(writeWav({.samples = samples, .songs = {}}, wav));
         {
             const auto stalled = isEarStalled ? ear_.stall() : std::unique_lock<std::mutex>();
-            ASSERT_TRUE(server_.play(wav.fileName(), sink));
+            ASSERT_TRUE(server_.play(wav, sink));
         }
         played_.insert(played_.end(), samples.begin(), samples.end());
         EXPECT_TRUE(waitUntil([this] { return audible(ear_.heard()).size() >= played_.size(); }));
@@ -258,9 +238,9 @@ TEST_P(CaptureDevice, FollowsTheDefaultOutputWithoutAGap) {
     ASSERT_TRUE(waitUntilPointed());
     play(2, "second", /*isEarStalled=*/true);
     EXPECT_EQ(audible(ear_.heard()), played_);
-    EXPECT_LE(ear_.longestBurst(), 18); // the end of one window and the beginning of the next
-    EXPECT_EQ(ear_.jumps(), 0);
-    EXPECT_TRUE(ear_.areSlicesWhole());
+    EXPECT_LE(ear_.longestBurst.load(), 18); // the end of one window and the beginning of the next
+    EXPECT_EQ(ear_.jumps.load(), 0);
+    EXPECT_TRUE(ear_.areSlicesWhole.load());
     EXPECT_EQ(audioAllocations, 0);
     EXPECT_FALSE(log_.contains("gap"));
 
@@ -299,10 +279,10 @@ TEST_P(CaptureDevice, GoesOnAfterTheSourceOrTheServerWasLost) {
     EXPECT_EQ(sourcesMade(), 1);
     EXPECT_EQ(audioAllocations, 0);
     EXPECT_EQ(unit_->stop(), 0);
-    const int blocks = ear_.blocks();
+    const int blocks = ear_.blocks.load();
     SoundServer::defaultServer().setInputDevicesChanged({});
     EXPECT_FALSE(server_.control({"list", "short", "sources"}).isNull());
-    EXPECT_EQ(ear_.blocks(), blocks);
+    EXPECT_EQ(ear_.blocks.load(), blocks);
 }
 
 TEST_P(CaptureDevice, AnswersWithoutAServerAndWithOneThatHangs) {

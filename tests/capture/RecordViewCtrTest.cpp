@@ -4,7 +4,6 @@
 #include "demo/RunningProgram.h"
 #include "platform/files/Folders.h"
 #include "platform/media/Av.h"
-#include "platform/run/Log.h"
 #include "platform/run/NotificationCenter.h"
 #include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
@@ -60,7 +59,6 @@ struct Scene final : RecordAnimationDelegate {
 class RecordViewCtrTest : public testing::Test {
 protected:
     void SetUp() override {
-        setLogSink([](const QString &) {});
         qputenv("PULSE_SERVER", "unix:/nowhere"); // the session is driven by hand here
         ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
         defaults.registerDefaults({{"MusicsOutputLocation", QDir::homePath() + "/Rekorder \"ü\" 音"},
@@ -78,7 +76,6 @@ protected:
     void TearDown() override {
         session.reset();
         DataBaseManager::defaultManager().closeDataBase();
-        setLogSink({});
     }
 
     QString folder() const { return defaults.stringForKey("MusicsOutputLocation"); }
@@ -145,9 +142,6 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
     EXPECT_EQ(song.songPath(), folder() + "/Track1_Unknown Artist.m4a");
     EXPECT_EQ(song.length(), 5000);
     EXPECT_EQ(song.size(), QFileInfo(song.songPath()).size());
-    EXPECT_EQ(song.sampleRate(), 44100);
-    EXPECT_EQ(song.encodeKind(), "M4A audio");
-    EXPECT_EQ(song.getID3Status(), 0);
     EXPECT_EQ(window.tracks, 1);
     EXPECT_EQ(page.runTracksView()->countOfSongItems(), 1);
     const auto stored = library.getAllSongItems();
@@ -167,26 +161,18 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
 }
 
 TEST_F(RecordViewCtrTest, DropsWhatIsTooShortAndGivesItsNumberBack) {
-    struct Case {
-        const char *name;
-        DeviceType device;
-        QVariant isFiltering, limit;
-        int blocks;
-        bool isKept;
-    };
-    const QVariant absent;
-    for (const auto &[name, device, isFiltering, limit, blocks, isKept] : {
-             Case{"below the limit", DeviceType::SystemAudio, true, 5, 3 * kBlocksOfASecond, false},
-             Case{"4.9 s count as 4", DeviceType::SystemAudio, true, 5, 422, false},
-             Case{"5 s stay", DeviceType::SystemAudio, true, 5, kBlocksOfATrack, true},
-             Case{"another device is not filtered", DeviceType::Microphone, true, 5, 3 * kBlocksOfASecond, true},
-             Case{"the filter is off", DeviceType::SystemAudio, false, 5, 3 * kBlocksOfASecond, true},
-             Case{"half a second is the least anywhere", DeviceType::Microphone, false, 5, 35, false},
-             Case{"no sound at all", DeviceType::SystemAudio, false, 5, 0, false},
+    for (const auto &[name, device, isFiltering, blocks, isKept] : {
+             std::tuple<const char *, DeviceType, bool, int, bool>{"below the limit", DeviceType::SystemAudio, true,
+                                                                   3 * kBlocksOfASecond, false},
+             {"4.9 s count as 4", DeviceType::SystemAudio, true, 422, false},
+             {"5 s stay", DeviceType::SystemAudio, true, kBlocksOfATrack, true},
+             {"another device is not filtered", DeviceType::Microphone, true, 3 * kBlocksOfASecond, true},
+             {"the filter is off", DeviceType::SystemAudio, false, 3 * kBlocksOfASecond, true},
+             {"half a second is the least anywhere", DeviceType::Microphone, false, 35, false},
+             {"no sound at all", DeviceType::SystemAudio, false, 0, false},
          }) {
         SCOPED_TRACE(name);
-        defaults.setObject(isFiltering, "AutoFilterMusic");
-        defaults.setObject(limit, "AutoFilterTimeInterval");
+        defaults.setBool(isFiltering, "AutoFilterMusic");
         const qint64 before = defaults.integerForKey("TrackID");
         const qsizetype kept = window.songs.size();
         start(ExportType::M4A, device);
@@ -335,13 +321,8 @@ TEST_F(RecordViewCtrTest, TellsWhatItIsDoingBlockByBlock) {
     EXPECT_EQ(status(), "Rec..."); // there may be reports that have not been shown
     EXPECT_TRUE(waitUntil([this] { return status().isEmpty(); }));
 
-    struct Case {
-        bool isNull;
-        bool splits;
-        qint64 inFile;
-        const char *text;
-    };
     start();
+    using Case = std::tuple<bool, bool, qint64, const char *>;
     for (const auto &[isNull, splits, inFile, text] :
          {Case{true, true, 0, "Ready"}, Case{false, true, 0, "Rec"}, Case{true, true, 299, "Rec"},
           Case{true, true, 300, "Ready"}, Case{true, false, 0, "Ready"}, Case{true, false, 1, "Rec"}}) {

@@ -62,6 +62,14 @@ public:
         feed(samples, samples, status);
     }
     void silence() { feed({}, {}); }
+    void tones(int blocks) {
+        while (blocks-- > 0)
+            tone();
+    }
+    void silences(int blocks) {
+        while (blocks-- > 0)
+            silence();
+    }
 
 private:
     InputUnitClient &client_;
