@@ -34,11 +34,7 @@ TEST(UserDefaults, LaysWhatIsStoredOverWhatIsRegisteredAndReadsItsOwnFileBack) {
     defaults.synchronize();
     QSettings file(QSettings::IniFormat, QSettings::UserScope, "Tessarine", "Corvidia");
     EXPECT_EQ(file.value("AutoSplitTimeInterval").toString(), "1000");
-    struct Case {
-        const char *text;
-        bool asBool;
-        qint64 asInteger;
-    };
+    using Case = std::tuple<const char *, bool, qint64>;
     for (const auto &[text, asBool, asInteger] :
          {Case{"YES", true, 0}, Case{"true", true, 1}, Case{"no", false, 0}, Case{"0", false, 0}, Case{"7x", true, 7},
           Case{"-12", false, -12}, Case{"", false, 0}}) {
