@@ -6,12 +6,12 @@
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
 #include "platform/media/Av.h"
-#include "platform/run/Log.h"
 #include "platform/run/UserDefaults.h"
 #include "store/LibraryFile.h"
 #include "support/FakeInputUnit.h"
 #include "support/MadeAudio.h"
 #include "support/NoRoomOnDisk.h"
+#include "support/Songs.h"
 #include "views/controls/SketchButton.h"
 #include "views/window/StatusLine.h"
 
@@ -30,7 +30,6 @@ class MainWindow : public testing::Test {
 protected:
     MainWindow() { qputenv("PULSE_SERVER", "unix:/nowhere"); }
     void SetUp() override {
-        setLogSink([](const QString &) {});
         setPanelAnswerer([this](const Panel &panel) {
             asked << panel.message;
             texts << panel.text;
@@ -44,7 +43,6 @@ protected:
     void TearDown() override {
         delegate.reset();
         setPanelAnswerer({});
-        setLogSink({});
     }
     /// The program up to its first idle moment.
     void launch() {
@@ -159,8 +157,7 @@ TEST_F(MainWindow, TellsOfALibraryOnAFullDiskAndBeginsItWhenThereIsRoom) {
 }
 
 TEST_F(MainWindow, TellsOnceInARunWhyATitleIsMissing) {
-    const auto song = std::make_shared<SongItem>();
-    song->setSongPath(makeTone("a %1.mp3", "-b:a 256k", /*seconds=*/5));
+    const SongPtr song = songWith({.title = "Song", .path = makeTone("a %1.mp3", "-b:a 256k", /*seconds=*/5)});
     const std::string group("ID3\3\0\0\0\0\0\xfTIT2\0\0\0\5\0\x20\x81\0Old", 25); // would be lost
     for (const char *reason : {"The disk is full.", "Other tags in it would be lost."}) {
         launch();
@@ -209,8 +206,7 @@ TEST_F(MainWindowWithSound, RecordsCutsAsksBeforeItQuitsAndKeepsTheOpenFile) {
 
     BlockFeed feed(*units.client);
     const auto play = [&] {
-        for (int i = 0; i < 130; ++i)
-            feed.tone();
+        feed.tones(130);
         QCoreApplication::processEvents();
     };
     play();

@@ -48,9 +48,13 @@ TEST_F(MediaPlayer, PlaysTheLibraryForTheDesktop) {
     playerctl({"previous"});
     EXPECT_TRUE(nowPlays("Anchor")) << playerctl(what);
     EXPECT_TRUE(isHeard(kAnchorHertz));
-    playerctl({"play-pause"});
+    playerctl({"pause"});
     EXPECT_TRUE(answers({"status"}, "Paused"));
     EXPECT_TRUE(isHeard(0));
+    playerctl({"play"});
+    EXPECT_TRUE(nowPlays("Anchor")) << playerctl(what);
+    playerctl({"play-pause"});
+    EXPECT_TRUE(answers({"status"}, "Paused"));
     playerctl({"stop"});
     EXPECT_TRUE(answers({"status"}, "Stopped"));
 }
