@@ -275,22 +275,16 @@ TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
     EXPECT_EQ(manager_.getAllRingtoneItems()->at(0)->title(), ringtone.title());
 }
 
-struct BadLibrary {
-    const char *name;
-    LibraryState state;
-    const char *sql;     // makes the file, or
-    std::string content; // is the file
-    bool hasTable;       // reading gives a list
-};
-
 TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
     QString fewer(kSongTable);
     fewer.replace(",GetID3Status int", "");
     const QByteArray lacksOne = fewer.toUtf8();
+    // Made by SQL or of these bytes; at last, whether reading gives a list.
     for (const auto &[name, state, sql, content, hasTable] : {
-             BadLibrary{"not SQLite", LibraryState::NotADatabase, nullptr, std::string(5000, 'x'), false},
-             BadLibrary{"another table", LibraryState::OtherColumns, "CREATE TABLE Other(a)", "", false},
-             BadLibrary{"18 columns", LibraryState::OtherColumns, lacksOne.constData(), "", true},
+             std::tuple<const char *, LibraryState, const char *, std::string, bool>{
+                 "not SQLite", LibraryState::NotADatabase, nullptr, std::string(5000, 'x'), false},
+             {"another table", LibraryState::OtherColumns, "CREATE TABLE Other(a)", "", false},
+             {"18 columns", LibraryState::OtherColumns, lacksOne.constData(), "", true},
          }) {
         SCOPED_TRACE(name);
         if (sql)

@@ -1,4 +1,5 @@
 #include "store/SortDescriptor.h"
+#include "support/Songs.h"
 
 #include <QTimeZone>
 #include <algorithm>
@@ -11,11 +12,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 SongPtr songWith(const QString &title, int32_t number, qint64 length = 0) {
-    auto song = std::make_shared<SongItem>();
-    song->setTitle(title);
-    song->setSongID(number);
-    song->setLength(length);
-    return song;
+    return ::songWith({.title = title, .length = length, .id = number});
 }
 
 QString titles(const SongArray &songs) {
@@ -29,20 +26,7 @@ QString titles(const SongArray &songs) {
 
 TEST(SortUsingDescriptors, OrdersTextsAsACarefulComparisonWould) {
     // Few letters and many beginnings in common; NULs and what is behind the basic plane among them.
-    const QStringList pieces = {"a",
-                                "A",
-                                "ab",
-                                "title of ",
-                                "TITLE",
-                                u"ß"_s,
-                                u"é"_s,
-                                u"Я"_s,
-                                u"я"_s,
-                                u"東"_s,
-                                u"\U0001D11E"_s,
-                                QString(1, QChar(0)),
-                                QString(QChar(0xFFFF)),
-                                ""};
+    const QStringList pieces = u"a|A|ab|title of |TITLE|ß|é|Я|я|東|\U0001D11E|\0|\uFFFF|"_s.split('|');
     std::mt19937 random(7);
     SongArray songs;
     for (int i = 0; i < 3000; ++i) {
@@ -77,10 +61,7 @@ TEST(SortUsingDescriptors, KeepsTheOrderOfWhatIsEqualAndAbsent) {
                              songWith("c", 5, -1)};
     songs[1]->setAddedDate(QDateTime::fromMSecsSinceEpoch(-5, QTimeZone::utc()));
     songs[4]->setAddedDate(QDateTime::fromMSecsSinceEpoch(7, QTimeZone::utc()));
-    struct Case {
-        QList<SortDescriptor> descriptors;
-        const char *order;
-    };
+    using Case = std::pair<QList<SortDescriptor>, const char *>;
     for (const auto &[descriptors, order] :
          {Case{{}, "b1 a2 b3 a4 c5"}, Case{{{"nothing"}}, "b1 a2 b3 a4 c5"},
           Case{{{"coverImages", false}}, "b1 a2 b3 a4 c5"}, Case{{{"length"}}, "b3 c5 a2 a4 b1"},

@@ -6,36 +6,27 @@
 #include <QFileInfo>
 #include <QTimeZone>
 #include <gtest/gtest.h>
-
-struct TextCase {
-    QString (*function)(qint64);
-    qint64 value;
-    const char *text;
-};
+#include <map>
 
 TEST(TimeAndSizeText, ComparesBeforeItRounds) {
-    for (const auto &[function, value, text] : {
-             TextCase{ConvertTimeToString, -1, ""},
-             TextCase{ConvertTimeToString, 0, ""},
-             TextCase{ConvertTimeToString, 1'000, "1 second"},
-             TextCase{ConvertTimeToString, 2'500, "2 seconds"}, // half to even, as printf rounds
-             TextCase{ConvertTimeToString, 60'000, "60 seconds"},
-             TextCase{ConvertTimeToString, 90'000, "1.5 minutes"},
-             TextCase{ConvertTimeToString, 3'600'000, "60.0 minutes"},
-             TextCase{ConvertTimeToString, 5'400'000, "1.5 hours"},
-             TextCase{ConvertTimeToHMS, -1'500, ""},
-             TextCase{ConvertTimeToHMS, -500, "0:00  "},
-             TextCase{ConvertTimeToHMS, 499, "0:00  "},
-             TextCase{ConvertTimeToHMS, 999, "0:01  "},
-             TextCase{ConvertTimeToHMS, 3'600'000, "1:00:00  "},
-             TextCase{ConvertTimeToHMSPro, 61'000, "01:01  "},
-             TextCase{ConvertTimeToHMSPro, 36'061'000, "10:01:01  "},
-             TextCase{ConvertSizeToString, 0, ""},
-             TextCase{ConvertSizeToString, 1'000'000, "1000.0 KB"},
-             TextCase{ConvertSizeToString, 1'000'001, "1.0 MB"},
-             TextCase{ConvertSizeToString, 1'500'000'000, "1.5 GB"},
-         })
-        EXPECT_EQ(function(value), QString(text)) << value;
+    // 2.5 seconds: half to even, as printf rounds.
+    using Texts = std::map<qint64, const char *>;
+    for (const auto &[function, texts] :
+         {std::pair{&ConvertTimeToString, Texts{{-1, ""},
+                                                {0, ""},
+                                                {1'000, "1 second"},
+                                                {2'500, "2 seconds"},
+                                                {60'000, "60 seconds"},
+                                                {90'000, "1.5 minutes"},
+                                                {3'600'000, "60.0 minutes"},
+                                                {5'400'000, "1.5 hours"}}},
+          std::pair{&ConvertTimeToHMS,
+                    Texts{{-1'500, ""}, {-500, "0:00  "}, {499, "0:00  "}, {999, "0:01  "}, {3'600'000, "1:00:00  "}}},
+          std::pair{&ConvertTimeToHMSPro, Texts{{61'000, "01:01  "}, {36'061'000, "10:01:01  "}}},
+          std::pair{&ConvertSizeToString,
+                    Texts{{0, ""}, {1'000'000, "1000.0 KB"}, {1'000'001, "1.0 MB"}, {1'500'000'000, "1.5 GB"}}}})
+        for (const auto &[value, text] : texts)
+            EXPECT_EQ(function(value), QString(text)) << value;
 }
 
 TEST(TimeAndSizeText, TemporaryImagePathsAreNewEachTime) {

@@ -1,7 +1,6 @@
 #include "tags/access/FirstTags.h"
 
 #include "platform/files/Folders.h"
-#include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "support/MadeAudio.h"
 #include "tags/access/TagDictionary.h"
@@ -13,7 +12,6 @@
 #include <gtest/gtest.h>
 
 TEST(FirstTags, OfARecordingHaveDefaultsForWhatIsAbsentAndOneCover) {
-    setLogSink([](const QString &) {});
     QImage blue(8, 8, QImage::Format_RGB32);
     blue.fill(Qt::blue);
     ASSERT_TRUE(blue.save(inHome("blue.png")));
@@ -44,5 +42,4 @@ TEST(FirstTags, OfARecordingHaveDefaultsForWhatIsAbsentAndOneCover) {
     const auto songs = DataBaseManager::defaultManager().getAllSongItems();
     ASSERT_TRUE(songs && songs->size() == 1);
     EXPECT_EQ(songs->first()->size(), song.size());
-    setLogSink({});
 }

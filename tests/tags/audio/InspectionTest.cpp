@@ -67,12 +67,6 @@ TEST_F(AudioFiles, LyingCountsGetNoMemory) {
     EXPECT_EQ(av_malloc(1UL << 30), nullptr);
 }
 
-struct FormatCase {
-    const char *name;
-    QString path;
-    uint32_t code;
-};
-
 TEST_F(AudioFiles, TheFormatIsWhatDecodesAndNotTheName) {
     const QString mp3 = tone("a.mp3", 44100);
     const QByteArray bytes = read(mp3);
@@ -82,27 +76,27 @@ TEST_F(AudioFiles, TheFormatIsWhatDecodesAndNotTheName) {
     const QByteArray words("just some words\n");
     ASSERT_EQ(::mkfifo(QFile::encodeName(inHome("pipe.mp3")).constData(), 0600), 0);
     for (const auto &[name, path, code] : {
-             FormatCase{"MP3", mp3, 0x2e6d7033},
-             FormatCase{"M4A", inHome("a.m4a"), 0x61616320},
-             FormatCase{"fragmented M4A", tone("f.m4a", 44100, "-movflags empty_moov+frag_keyframe"), 0x61616320},
-             FormatCase{"M4A called mp3", write("is_m4a.mp3", m4a), 0x61616320},
-             FormatCase{"MP3 behind two tags called m4a", write("tags.m4a", tag + tag + bytes), 0x2e6d7033},
-             FormatCase{"MP3 behind words", write("words.m4a", words.repeated(60'000) + bytes), 0x2e6d7033},
-             FormatCase{"a tag and no frame called m4a", write("tag.m4a", tag), 0},
-             FormatCase{"a pipe", inHome("pipe.mp3"), 0},
-             FormatCase{"layer II", tone("a.mp2", 44100, "-f mp2"), 0x2e6d7032},
-             FormatCase{"bare AAC", tone("a.aac", 44100), 0x61647473},
-             FormatCase{"MP3 in MP4 takes no ID3 tag", tone("mp3.mp4", 44100, "-c:a mp3"), 0x6d703320},
-             FormatCase{"FLAC behind a tag", write("tag.flac", tag + read(tone("a.flac", 44100))), 0x666c6163},
-             FormatCase{"WAV", tone("a.wav", 44100), 0x70636d5f},
-             FormatCase{"text", write("text.mp3", words.repeated(400)), 0},
-             FormatCase{"playlist", write("list.mp3", "#EXTM3U\n#EXTINF:1,\n" + mp3.toUtf8() + "\n"), 0},
-             FormatCase{"an MP3's header and nothing that decodes",
-                        write("head.mp3", bytes.left(500) + QByteArray(9000, '\0')), 0},
-             FormatCase{"M4A without its end", write("cut.m4a", m4a.left(m4a.size() / 2)), 0},
-             FormatCase{"empty", write("empty.mp3", ""), 0},
-             FormatCase{"missing", inHome("missing.mp3"), 0},
-             FormatCase{"a folder", QDir::homePath(), 0},
+             std::tuple<const char *, QString, uint32_t>{"MP3", mp3, 0x2e6d7033},
+             {"M4A", inHome("a.m4a"), 0x61616320},
+             {"fragmented M4A", tone("f.m4a", 44100, "-movflags empty_moov+frag_keyframe"), 0x61616320},
+             {"M4A called mp3", write("is_m4a.mp3", m4a), 0x61616320},
+             {"MP3 behind two tags called m4a", write("tags.m4a", tag + tag + bytes), 0x2e6d7033},
+             {"MP3 behind words", write("words.m4a", words.repeated(60'000) + bytes), 0x2e6d7033},
+             {"a tag and no frame called m4a", write("tag.m4a", tag), 0},
+             {"a pipe", inHome("pipe.mp3"), 0},
+             {"layer II", tone("a.mp2", 44100, "-f mp2"), 0x2e6d7032},
+             {"bare AAC", tone("a.aac", 44100), 0x61647473},
+             {"MP3 in MP4 takes no ID3 tag", tone("mp3.mp4", 44100, "-c:a mp3"), 0x6d703320},
+             {"FLAC behind a tag", write("tag.flac", tag + read(tone("a.flac", 44100))), 0x666c6163},
+             {"WAV", tone("a.wav", 44100), 0x70636d5f},
+             {"text", write("text.mp3", words.repeated(400)), 0},
+             {"playlist", write("list.mp3", "#EXTM3U\n#EXTINF:1,\n" + mp3.toUtf8() + "\n"), 0},
+             {"an MP3's header and nothing that decodes", write("head.mp3", bytes.left(500) + QByteArray(9000, '\0')),
+              0},
+             {"M4A without its end", write("cut.m4a", m4a.left(m4a.size() / 2)), 0},
+             {"empty", write("empty.mp3", ""), 0},
+             {"missing", inHome("missing.mp3"), 0},
+             {"a folder", QDir::homePath(), 0},
          }) {
         SCOPED_TRACE(name);
         EXPECT_EQ(AudioFileHelper::AudioFileFormatID(path), code);

@@ -21,6 +21,12 @@ mp4ff_file opened(MemoryFile &memory, mp4ff_access_record &access) {
     return mp4ff_open_read_metaonly(&access);
 }
 
+/// Whether the marks were written.
+bool update(MemoryFile &memory) {
+    mp4ff_access_record access = memory.access();
+    return mp4ff_meta_update(&access, kMarks) == 1;
+}
+
 Items itemsOf(const std::string &bytes) {
     MemoryFile memory{bytes};
     mp4ff_access_record access;
@@ -35,11 +41,7 @@ Items itemsOf(const std::string &bytes) {
 }
 
 TEST(Mp4Items, AreListedUnderTheirNames) {
-    struct {
-        const char *name;
-        std::string item;
-        Items items;
-    } const cases[] = {
+    const std::tuple<const char *, std::string, Items> cases[] = {
         {"a text", textItem("\251nam", "Song"), {{"title", "Song"}}},
         {"a leaf type", textItem("aART", "Band"), {{"album_artist", "Band"}}},
         {"a type of no name", textItem("abcd", "x"), {{"unknown", "x"}}},
@@ -77,11 +79,7 @@ TEST(Mp4Items, AreListedUnderTheirNames) {
 
 TEST(Mp4Walk, TellsWhereMoovIsAndHowLargeTheFile) {
     const std::string ftyp = atomBytes("ftyp", "M4A "), moov = moovWithItems({});
-    struct {
-        const char *name;
-        std::string bytes;
-        uint64_t isMoovRead, moovOffset, fileSize, lastAtom;
-    } const cases[] = {
+    const std::tuple<const char *, std::string, uint64_t, uint64_t, uint64_t, uint64_t> cases[] = {
         {"moov last", ftyp + atomBytes("mdat", "sound") + moov, true, 25, 25 + moov.size(), 1},
         {"64-bit mdat", ftyp + longAtomBytes("mdat", "sound") + moov, true, 33, 33 + moov.size(), 1},
         {"free behind moov", ftyp + moov + atomBytes("free"), true, 12, 20 + moov.size(), 255},
@@ -122,7 +120,7 @@ TEST(Mp4Walk, EndsOnEveryLie) {
         EXPECT_LE(file->tags.size(), 16'384U);
         EXPECT_LE(memory.bytesRead, bytes.size() + 16);
         const std::string before = memory.bytes;
-        const bool isChanged = mp4ff_meta_update(&access, kMarks) == 1;
+        const bool isChanged = update(memory);
         EXPECT_EQ(isChanged, memory.bytes != before);
         EXPECT_LT(memory.bytes.size(), before.size() * 2 + 1000);
     }
@@ -136,11 +134,8 @@ TEST(Mp4Writer, LeavesTheAudioWhereItIs) {
     const std::string noIlst =
         atomBytes("moov", atomBytes("udta", atomBytes("meta", int32Bytes(0) + atomBytes("hdlr", "12345"))));
     const std::string longMoov = longAtomBytes("moov", trak);
-    struct {
-        const char *name;
-        std::string bytes;
-        const char *layout; // null: nothing is changed
-    } const cases[] = {
+    // Name, file, and its layout then; null where nothing is changed.
+    const std::tuple<const char *, std::string, const char *> cases[] = {
         {"no udta, moov first", ftyp + bare + mdat, "ftyp free mdat moov"},
         {"no udta, moov last", ftyp + mdat + bare, "ftyp mdat moov"},
         {"free and skip", ftyp + atomBytes("free", "1") + bare + atomBytes("skip") + mdat,
@@ -164,8 +159,7 @@ TEST(Mp4Writer, LeavesTheAudioWhereItIs) {
     for (const auto &[name, bytes, layout] : cases) {
         SCOPED_TRACE(name);
         MemoryFile memory{bytes};
-        mp4ff_access_record access = memory.access();
-        EXPECT_EQ(mp4ff_meta_update(&access, kMarks), layout ? 1U : 0U);
+        EXPECT_EQ(update(memory), layout != nullptr);
         if (!layout) {
             EXPECT_EQ(memory.bytes, bytes);
             continue;
@@ -174,7 +168,7 @@ TEST(Mp4Writer, LeavesTheAudioWhereItIs) {
         EXPECT_EQ(itemsOf(memory.bytes), (Items{{"gnid", "id"}, {"gnxd", "data"}}));
         EXPECT_EQ(memory.bytes.find("sound"), bytes.find("sound"));
         // Items of the same names again: now there is an `ilst` of the same size.
-        EXPECT_EQ(mp4ff_meta_update(&access, kMarks), 1U);
+        EXPECT_TRUE(update(memory));
         EXPECT_EQ(itemsOf(memory.bytes), (Items{{"gnid", "id"}, {"gnxd", "data"}}));
     }
 }
@@ -182,8 +176,7 @@ TEST(Mp4Writer, LeavesTheAudioWhereItIs) {
 TEST(Mp4Writer, AShorterMoovLeavesTheTailOfTheOld) {
     const std::string before = atomBytes("mdat", "sound") + moovWithItems(textItem("\251nam", std::string(900, 'x')));
     MemoryFile memory{before};
-    mp4ff_access_record access = memory.access();
-    ASSERT_EQ(mp4ff_meta_update(&access, kMarks), 1U);
+    ASSERT_TRUE(update(memory));
     const size_t end = 13 + findAtomIn(memory.bytes, {"moov"}).size;
     ASSERT_LT(end, before.size());
     EXPECT_EQ(memory.bytes.size(), before.size());
@@ -195,8 +188,7 @@ TEST(Mp4Writer, AShorterMoovLeavesTheTailOfTheOld) {
 TEST(Mp4Writer, NestsAUdtaWithoutMeta) {
     const std::string udta = atomBytes("udta", atomBytes("name", "abc")), trak = atomBytes("trak", "t");
     MemoryFile memory{atomBytes("moov", trak + udta + atomBytes("iods"))};
-    mp4ff_access_record access = memory.access();
-    ASSERT_EQ(mp4ff_meta_update(&access, kMarks), 1U);
+    ASSERT_TRUE(update(memory));
     const std::string meta =
         atomBytes("meta", int32Bytes(0) + atomBytes("ilst", ownItem("gnid", "id") + ownItem("gnxd", "data")));
     const std::string expected =
@@ -209,17 +201,12 @@ TEST(Mp4Writer, ReportsAWriteThatFailed) {
                                      moovWithItems({}) + atomBytes("mdat", "sound")}) {
         MemoryFile memory{bytes};
         memory.isFull = true;
-        mp4ff_access_record access = memory.access();
-        EXPECT_EQ(mp4ff_meta_update(&access, kMarks), 0U);
+        EXPECT_FALSE(update(memory));
     }
 }
 
 TEST(Mp4Writer, GivesEachItemItsForm) {
-    struct {
-        const char *name;
-        mp4ff_tag_list list;
-        std::string ilst;
-    } const cases[] = {
+    const std::tuple<const char *, mp4ff_tag_list, std::string> cases[] = {
         {"a listed genre", {{"Genre", "bLUES"}}, textItem("gnre", "\0\1"s, 0)},
         {"the last genre", {{"genre", "SynthPop"}}, textItem("gnre", "\0\x94"s, 0)},
         {"another genre", {{"genre", "Blues and more"}}, textItem("\251gen", "Blues and more")},
