@@ -67,10 +67,3 @@ TEST(DuplicateSearch, FindsWhatAScanOfAllPairsFinds) {
         ASSERT_EQ(found, scanned(all)) << "library " << library << ": " << shown(found);
     }
 }
-
-TEST(DuplicateSearch, KeepsTheLongestOfEachRun) {
-    const Candidates equalLengths{{"T", "A", 180'000}, {"T", "A", 200'000}, {"T", "A", 180'000}};
-    EXPECT_EQ(shown(duplicatesAmong(equalLengths)), "+1 -0 -2 ");
-    const Candidates twoArtists{{"T", "A", 300'000}, {"T", "B", 200'000}, {"T", "A", 100'000}, {"T", "B", 50'000}};
-    EXPECT_EQ(shown(duplicatesAmong(twoArtists)), "+0 +1 +2 +3 "); // they alternate by length, and all stay
-}

@@ -4,12 +4,12 @@
 #include "platform/desktop/Panel.h"
 #include "platform/run/Log.h"
 #include "platform/run/UserDefaults.h"
+#include "support/Gestures.h"
+#include "support/Songs.h"
 #include "views/dialogs/FilterTable.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <gtest/gtest.h>
@@ -50,13 +50,10 @@ protected:
     void open(const QList<Track> &tracks) {
         songs.clear();
         for (const auto &[title, artist, length, isAds] : tracks) {
-            songs.append(std::make_shared<SongItem>());
-            songs.last()->setTitle(title);
-            songs.last()->setArtist(artist);
-            songs.last()->setLength(length);
+            const auto number = static_cast<int32_t>(songs.size() + 1);
+            songs.append(songWith({.title = title, .artist = artist, .length = length, .id = number}));
             songs.last()->setSize(1'000'000);
             songs.last()->setIsAds(isAds);
-            songs.last()->setSongID(static_cast<int32_t>(songs.size()));
         }
         controller.emplace(*this);
         controller->setAdverts(songs);
@@ -93,8 +90,7 @@ protected:
     }
     void key(int row, Qt::Key key) {
         table().setCurrentIndex(table().model()->index(row, 1));
-        QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
-        QApplication::sendEvent(&table(), &press);
+        press(table(), key);
     }
 
     QWidget window;

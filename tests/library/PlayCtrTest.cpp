@@ -1,9 +1,10 @@
 // Playback on a real sound server, through the lists of the library page.
 #include "demo/PrivateSoundServer.h"
+#include "demo/RunningProgram.h"
 #include "library/LibraryCtr.h"
 #include "platform/desktop/Panel.h"
-#include "platform/run/Log.h"
 #include "support/MadeAudio.h"
+#include "support/Songs.h"
 #include "views/controls/SketchButton.h"
 #include "views/controls/TextButton.h"
 #include "views/library/MyTableView.h"
@@ -11,12 +12,10 @@
 #include "views/window/PlayPanel.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -24,20 +23,14 @@ namespace {
 class PlayCtrTest : public testing::Test, public LibraryCtrDelegate {
 protected:
     void SetUp() override {
-        setLogSink([](const QString &) {});
         setPanelAnswerer([this](const Panel &) {
             ++questions;
             return PanelAnswer{1, false};
         });
         ASSERT_TRUE(server.start()) << qPrintable(server.errorText());
         SongArray songs;
-        for (const char *name : {"a.mp3", "b.mp3", "c.m4a", "Track d.mp3"}) {
-            songs.append(std::make_shared<SongItem>());
-            songs.last()->setTitle(name);
-            songs.last()->setArtist("Somebody");
-            songs.last()->setLength(1000);
-            songs.last()->setSongPath(makeTone(name));
-        }
+        for (const char *name : {"a.mp3", "b.mp3", "c.m4a", "Track d.mp3"})
+            songs.append(songWith({.title = name, .path = makeTone(name), .length = 1000}));
         a = songs[0], b = songs[1], c = songs[2], d = songs[3];
         library.takeTracks(TrackLists(songs));
         go(2);
@@ -51,12 +44,6 @@ protected:
     void start(int row) {
         library.listViewCtr().tableView()->selectRowIndexes({row});
         player().play();
-    }
-    static bool waitUntil(const std::function<bool()> &condition) {
-        QElapsedTimer clock;
-        for (clock.start(); !condition() && clock.elapsed() < 6000;)
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-        return condition();
     }
     bool waitForItem(const SongPtr &song) {
         return waitUntil([&] { return player().playItem() == song; });

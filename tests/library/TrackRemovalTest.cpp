@@ -1,9 +1,9 @@
 #include "library/TrackRemoval.h"
 
 #include "platform/files/Folders.h"
-#include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "support/MadeAudio.h"
+#include "support/Songs.h"
 #include "views/dialogs/BusyTurns.h"
 
 #include <QDir>
@@ -15,18 +15,14 @@ namespace {
 class TrackRemovalTest : public testing::Test {
 protected:
     void SetUp() override {
-        setLogSink([](const QString &) {});
         ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
         for (int i = 0; i < 5; ++i)
             all << made(QString::number(i));
         lists.takeTracks(TrackLists(all));
         *lists.newRecordArray() = {all[1], all[3]};
     }
-    void TearDown() override { setLogSink({}); }
     static SongPtr made(const QString &title) {
-        auto song = std::make_shared<SongItem>();
-        song->setTitle(title);
-        song->setSongPath(makeFile(title + ".mp3", title.toStdString()));
+        const SongPtr song = songWith({.title = title, .path = makeFile(title + ".mp3", title.toStdString())});
         song->setCoverImages({makeFile(title + ".png", "picture of " + title.toStdString())});
         song->setCoverImageIndex(0);
         song->setAddedDate(QDateTime::currentDateTimeUtc().addSecs(-title.toInt()));
@@ -52,12 +48,7 @@ protected:
         removal->restore(back, lists, shown);
         return back;
     }
-    static QString titles(const SongArray &songs) {
-        QString text;
-        for (const SongPtr &song : songs)
-            text += song->title();
-        return text;
-    }
+    static QString titles(const SongArray &songs) { return titlesOf(songs).join(QString()); }
     QString inDatabase() const {
         QStringList rows;
         const auto stored = DataBaseManager::defaultManager().getAllSongItems();
