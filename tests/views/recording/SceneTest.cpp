@@ -164,7 +164,7 @@ TEST_F(SceneTest, NotesFlyOutOfTheMiddleUntilTheyAreStopped) {
     view.stopAnimation();
     EXPECT_EQ(logged(), QStringList("NoteView stopAnimation"));
     EXPECT_EQ(view.notesInSight(), 12); // those in the air fly on
-    view.tick(6000); // one that rose with the last tick has its start only now
+    view.tick(6000);                    // one that rose with the last tick has its start only now
     view.tick(6000 + 1500);
     EXPECT_EQ(view.notesInSight(), 0);
     EXPECT_FALSE(SceneClock::shared().isTicking());
