@@ -57,7 +57,7 @@ protected:
     /// A track that stands in the database; its file is there if `hasFile`.
     static SongPtr song(const QString &title, const QString &artist = "Somebody", bool hasFile = true) {
         const QString path = inHome(QString::number(qHash(title)) + ".mp3");
-        const SongPtr made = songWith({.title = title, .artist = artist, .path = path, .length = 60'000});
+        SongPtr made = songWith({.title = title, .artist = artist, .path = path, .length = 60'000});
         made->setSize(1'000'000);
         made->setAddedDate(QDateTime::currentDateTimeUtc());
         if (hasFile)

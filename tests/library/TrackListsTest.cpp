@@ -71,7 +71,7 @@ TEST(TrackLists, SearchAnswersAsThePredicateWhateverHappensToTheLibrary) {
         song->setLength(texts.number(1000));
     };
     const auto made = [&](int32_t number) {
-        const SongPtr song = songWith({.title = {}, .id = number});
+        SongPtr song = songWith({.title = {}, .id = number});
         change(song);
         return song;
     };

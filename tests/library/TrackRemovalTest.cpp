@@ -22,7 +22,7 @@ protected:
         *lists.newRecordArray() = {all[1], all[3]};
     }
     static SongPtr made(const QString &title) {
-        const SongPtr song = songWith({.title = title, .path = makeFile(title + ".mp3", title.toStdString())});
+        SongPtr song = songWith({.title = title, .path = makeFile(title + ".mp3", title.toStdString())});
         song->setCoverImages({makeFile(title + ".png", "picture of " + title.toStdString())});
         song->setCoverImageIndex(0);
         song->setAddedDate(QDateTime::currentDateTimeUtc().addSecs(-title.toInt()));
