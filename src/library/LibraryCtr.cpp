@@ -174,13 +174,18 @@ void LibraryCtr::showToolKitControls() {
 }
 
 void LibraryCtr::updateEmptyText() {
-    listViewCtr_->setEmptyText(
-        searchCtr_->isSearching() ? localizedString("Nothing here has this text in its title, artist or album.")
-        : strCategory_ == newlyRecorded()
-            ? localizedString("What you record appears here. Press Record, then play music.")
-        : !isLoaded_                      ? QString()
-        : strCategory_ == untaggedMusic() ? localizedString("Every track has a title and an artist.")
-                                          : localizedString("The library is empty. Press Record, then play music."));
+    const QString microphone = QStringLiteral("0010000.png");
+    if (searchCtr_->isSearching())
+        listViewCtr_->setEmptyText(localizedString("Nothing here has this text in its title, artist or album."));
+    else if (strCategory_ == newlyRecorded())
+        listViewCtr_->setEmptyText(localizedString("What you record appears here. Press Record, then play music."),
+                                   microphone);
+    else if (!isLoaded_)
+        listViewCtr_->setEmptyText({});
+    else if (strCategory_ == untaggedMusic())
+        listViewCtr_->setEmptyText(localizedString("Every track has a title and an artist."));
+    else
+        listViewCtr_->setEmptyText(localizedString("The library is empty. Press Record, then play music."), microphone);
 }
 
 SharedSongArray LibraryCtr::categoryArray() {

@@ -284,11 +284,10 @@ void ID3ViewCtr::textFieldAction(const QString &key) {
     // A genre has always been compared with the year, and so nearly every one counts as changed.
     const QString &former = key == QLatin1String("genre") ? songItem_->year() : valueOf(*songItem_, key);
     if (value != former)
-        report(songItem_, {{key, value}});
+        report(SongPtr(songItem_), {{key, value}});
 }
 
-void ID3ViewCtr::report(const SongPtr &changed, const QVariantMap &changes) {
-    const SongPtr song = changed; // the editor may go to another one meanwhile
+void ID3ViewCtr::report(const SongPtr &song, const QVariantMap &changes) {
     updateSongItem(*song, changes);
     logLine(described(changes));
     delegate_.id3DataDidChange(song, changes);
@@ -370,7 +369,7 @@ void ID3ViewCtr::coverImageIndexDidEndChange() {
     timer.start();
     if (songItem_->coverImages().size() == 1)
         logLine(QStringLiteral("[songItem_ coverImages] %1").arg(songItem_->coverImages().first()));
-    report(songItem_, {{kCoverIndexKey, songItem_->coverImageIndex()}});
+    report(SongPtr(songItem_), {{kCoverIndexKey, songItem_->coverImageIndex()}});
     logLine(QStringLiteral("end updateSongItem use time:%1")
                 .arg(QString::number(static_cast<double>(timer.elapsed()) / 1000.0, 'f', 6)));
 }

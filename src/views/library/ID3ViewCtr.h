@@ -88,7 +88,8 @@ private:
     void changeImageBrowserViewButton();
     void coverImageIndexDidEndChange();
     void coverImagesDidEndChange(const SongPtr &song);
-    void report(const SongPtr &changed, const QVariantMap &changes);
+    /// `song` is not songItem_ itself: the editor may go to another one meanwhile.
+    void report(const SongPtr &song, const QVariantMap &changes);
     void showProperties();
     bool takeCopy(const SongPtr &song, const CoverCopy &copy);
     int visible() const { return imageBrowser()->visibleItemIndex(); }

@@ -59,7 +59,7 @@ void ListViewCtr::setSongArray(SharedSongArray songs) {
 
 const SharedSongArray &ListViewCtr::songArray() const { return marrSongs_; }
 
-void ListViewCtr::setEmptyText(const QString &text) { tableView_->setEmptyText(text); }
+void ListViewCtr::setEmptyText(const QString &text, const QString &picture) { tableView_->setEmptyText(text, picture); }
 
 void ListViewCtr::reloadData() {
     mouseMovedToRow(-1);

@@ -96,8 +96,8 @@ public:
     void updateTrackingAreas();
     /// With `isWarning` a missing file is told to the user, who may remove the track. A missing file sets the status.
     bool isSongItemExist(const SongPtr &song, bool isWarning);
-    /// The sentence shown in place of rows when there are none.
-    void setEmptyText(const QString &text);
+    /// The sentence shown in place of rows when there are none, and the picture above it where there is room.
+    void setEmptyText(const QString &text, const QString &picture = {});
 
     // Actions of menus and buttons on the selected rows
     void play();

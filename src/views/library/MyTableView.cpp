@@ -9,6 +9,7 @@
 #include "views/library/TrackCell.h"
 #include "views/library/TrackTableColumns.h"
 #include "views/library/TrackTableModel.h"
+#include "views/recording/SceneArtwork.h"
 
 #include <QApplication>
 #include <QPainter>
@@ -19,6 +20,7 @@
 namespace {
 
 constexpr QSize kButtonSize(68, 22);
+constexpr int kTextUnderPicture = 48;
 
 int sortColumn(const QList<SortDescriptor> &descriptors) {
     if (!descriptors.isEmpty())
@@ -62,8 +64,9 @@ void MyTableView::updateColumn(int column) {
     viewport()->update(columnViewportPosition(column), 0, columnWidth(column), viewport()->height());
 }
 
-void MyTableView::setEmptyText(const QString &text) {
+void MyTableView::setEmptyText(const QString &text, const QString &picture) {
     emptyText_ = text;
+    emptyPicture_ = picture;
     setAccessibleDescription(numberOfRows() == 0 ? emptyText_ : QString());
     viewport()->update();
 }
@@ -173,16 +176,26 @@ bool MyTableView::isFocusShown(int row) const { return isKeyboardUsed_ && hasFoc
 void MyTableView::paintEvent(QPaintEvent *event) {
     QTableView::paintEvent(event);
     QPainter painter(viewport());
-    if (numberOfRows() == 0) {
-        painter.setFont(lookFont(kStatusPixels));
-        painter.setPen(lookColour(LookColour::Soft));
-        painter.drawText(viewport()->rect().adjusted(24, 0, -24, 0), Qt::AlignCenter | Qt::TextWordWrap, emptyText_);
-    }
+    if (numberOfRows() == 0)
+        paintEmptyText(painter);
     if (isDropWelcome_) {
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(sketchPen(lookColour(LookColour::Teal), 2));
         painter.drawPath(sketchedRect(QRectF(viewport()->rect()).adjusted(3, 3, -3, -3), 8));
     }
+}
+
+void MyTableView::paintEmptyText(QPainter &painter) const {
+    QRect place = viewport()->rect().adjusted(24, 0, -24, 0);
+    const QPixmap picture = sceneImage(emptyPicture_, devicePixelRatioF());
+    const QSize size = picture.deviceIndependentSize().toSize();
+    if (const int top = (place.height() - size.height() - kTextUnderPicture) / 2; !picture.isNull() && top > 0) {
+        painter.drawPixmap(place.center().x() - size.width() / 2, top, picture);
+        place = {place.left(), top + size.height(), place.width(), kTextUnderPicture};
+    }
+    painter.setFont(lookFont(kStatusPixels));
+    painter.setPen(lookColour(LookColour::Soft));
+    painter.drawText(place, Qt::AlignCenter | Qt::TextWordWrap, emptyText_);
 }
 
 void MyTableView::resizeEvent(QResizeEvent *event) {

@@ -60,8 +60,8 @@ public:
     void reloadData();
     /// Draws what is seen of a column again.
     void updateColumn(int column);
-    /// The sentence shown in place of rows.
-    void setEmptyText(const QString &text);
+    /// The sentence shown in place of rows, and the picture above it where there is room.
+    void setEmptyText(const QString &text, const QString &picture = {});
     /// Whether a click on the header sorts, where the column can.
     void setIsCanSorted(bool isCanSorted) { isCanSorted_ = isCanSorted; }
 
@@ -119,6 +119,7 @@ protected:
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
 
 private:
+    void paintEmptyText(QPainter &painter) const;
     void headerWasClicked(int column);
     void hoverAt(const QPoint &point);
     void leaveHover();
@@ -134,7 +135,7 @@ private:
     MyTableViewHeadView *header_;
     TrackTableColumns *columns_;
     MyTableViewDelegate *delegate_ = nullptr;
-    QString emptyText_;
+    QString emptyText_, emptyPicture_;
     QList<SortDescriptor> sortDescriptors_;
     bool isSortShown_ = true;
     bool isCanSorted_ = false;

@@ -87,7 +87,7 @@ protected:
     }
 
     SongPtr add(const QString &title, ID3Status status = ID3Status::NotAsked, bool hasFile = true) {
-        const SongPtr song = songWith({.title = title, .path = inHome(title + ".m4a"), .length = 1000 * title.size()});
+        SongPtr song = songWith({.title = title, .path = inHome(title + ".m4a"), .length = 1000 * title.size()});
         song->setGetID3Status(static_cast<int>(status));
         if (hasFile)
             makeFile(song->songPath(), "");
