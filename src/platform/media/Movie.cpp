@@ -167,8 +167,8 @@ void Movie::didAnswer(const mpv_event &event) {
         fileDidOpen(microseconds);
     } else if (event.reply_userdata == kEndReply) {
         endPosition_ = microseconds;
-        if (isMoving_)
-            hold(microseconds);
+        if (isMoving_) // one that has not got to its start yet, for want of a sound server, tells 0
+            hold(std::max(microseconds, held_));
     } else if (event.reply_userdata == turn_ && isPlaying_ && !isSeeking_ && fileState_ == FileState::Open) {
         held_ = microseconds;
         heldSince_ = Clock::now();
