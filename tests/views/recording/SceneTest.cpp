@@ -1,4 +1,4 @@
-// What moves on the recording page: that it moves as told, ends what it began, and rests while nobody looks.
+// What moves on the recording page: that it moves when it shall, ends what it began, and rests while nobody looks.
 #include "platform/run/Log.h"
 #include "views/controls/Look.h"
 #include "views/recording/CoverView.h"
