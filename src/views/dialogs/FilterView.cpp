@@ -1,6 +1,5 @@
 #include "views/dialogs/FilterView.h"
 
-#include "platform/desktop/ImageNamed.h"
 #include "platform/run/LocalizedString.h"
 #include "views/controls/ElidedLabel.h"
 #include "views/controls/Look.h"
@@ -10,25 +9,21 @@
 #include "views/controls/SketchedPushButton.h"
 #include "views/controls/SketchedSheet.h"
 #include "views/dialogs/FilterTable.h"
+#include "views/recording/MicrophoneView.h"
 
-#include <QBasicTimer>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QSignalBlocker>
 #include <QStackedWidget>
 #include <QTabBar>
-#include <QTimerEvent>
-#include <chrono>
 
 namespace {
 
 constexpr QSize kWindowSize(860, 520);
 constexpr int kMargin = 15;
 constexpr int kLongestFilterTime = 60; // seconds
-constexpr QSize kSignSize(16, 16);
-constexpr int kSignCount = 6;
-constexpr std::chrono::milliseconds kSignStep{120};
+constexpr QSize kWheelSize(32, 32);
 
 /// The tabs, drawn as a pair of buttons.
 class SketchedTabBar : public QTabBar {
@@ -71,31 +66,6 @@ private:
         painter.setPen(lookColour(isChosen ? LookColour::Teal : LookColour::Ink));
         painter.drawText(tabRect(index), Qt::AlignCenter, tabText(index));
     }
-};
-
-/// A sign that turns while it is in sight, unless the user wants nothing to move.
-class ProgressSign : public QWidget {
-public:
-    explicit ProgressSign(QWidget *parent) : QWidget(parent) { setFixedSize(kSignSize); }
-
-protected:
-    void showEvent(QShowEvent *) override {
-        if (!Look::shared().isMotionReduced())
-            timer_.start(static_cast<int>(kSignStep.count()), this);
-    }
-    void hideEvent(QHideEvent *) override { timer_.stop(); }
-    void timerEvent(QTimerEvent *) override {
-        step_ = (step_ + 1) % kSignCount;
-        update();
-    }
-    void paintEvent(QPaintEvent *) override {
-        QPainter(this).drawPixmap(
-            0, 0, imageNamed(QStringLiteral("progress_0%1").arg(step_ + 1), kSignSize, devicePixelRatioF()));
-    }
-
-private:
-    QBasicTimer timer_;
-    int step_ = 0;
 };
 
 QLabel *plainLabel(const QString &text, QWidget *parent) {
@@ -170,9 +140,12 @@ QWidget *FilterView::makeLists() {
 
     searching_ = new QWidget(lists_);
     progressText_ = plainLabel({}, searching_);
+    auto *wheel = new ProgressView(searching_);
+    wheel->setFixedSize(kWheelSize);
+    wheel->startAnimation(); // rests while it is out of sight
     auto *middle = new QHBoxLayout(searching_);
     middle->addStretch();
-    middle->addWidget(new ProgressSign(searching_));
+    middle->addWidget(wheel);
     middle->addWidget(progressText_);
     middle->addStretch();
     lists_->addWidget(searching_);
