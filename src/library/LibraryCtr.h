@@ -1,8 +1,8 @@
 // The library page: which list is shown, how a track enters it and leaves it.
 //
 // The page has a class for each of its subjects: PlayCtr (playback), SearchCtr (search field, status line), EditCtr
-// (the tag editor), PageControls (menus and badges), ToolKitCtr (the page of tools), ImportCtr. This one stands in
-// their middle: it owns them, the lists (TrackLists), and the table and tree that show them.
+// (the tag editor), PageControls (menus and badges), ToolKitCtr (the page of tools), ImportCtr, FilterAdsController.
+// This one stands in their middle: it owns them, the lists (TrackLists), and the table and tree that show them.
 //
 // Threads: main.
 #pragma once
@@ -169,7 +169,6 @@ private:
     void didImport() override;
     QStringList pathsInProgress() const override { return delegate_.pathsInProgress(); }
     // The filter
-    bool canFilter() const override { return true; }
     void deleteShortFiles() override;
     void deleteDuplicateFiles() override;
     SongArray undoDeletion() override;

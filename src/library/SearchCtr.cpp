@@ -55,7 +55,7 @@ void SearchCtr::updateStatus() {
     else
         updateStatusWithSongArray(songs);
     const bool hasRows = !songs.isEmpty();
-    buttons_.filterBtn->setEnabled(hasRows && delegate_.canFilter());
+    buttons_.filterBtn->setEnabled(hasRows);
     buttons_.showInFinderBtn->setEnabled(hasRows);
     buttons_.addToItunesBtn->setEnabled(hasRows && delegate_.canHandOver());
 }

@@ -24,8 +24,7 @@ public:
     /// The array of the shown category, sorted as the list shows it.
     virtual SharedSongArray categoryArray() = 0;
     virtual bool isDisplayRecordView() const { return false; }
-    /// Whether there is something behind each of the buttons.
-    virtual bool canFilter() const { return false; }
+    /// Whether there is something behind the button.
     virtual bool canHandOver() const { return false; }
     virtual void displayStatus([[maybe_unused]] const QString &status) {}
     /// The list shows other tracks.
