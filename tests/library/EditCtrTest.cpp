@@ -1,16 +1,12 @@
 // Edits on their way into the file, the database and the lists; read back by programs that others wrote.
-#include "library/LibraryCtr.h"
 #include "library/WriteID3.h"
 #include "platform/files/Folders.h"
 #include "store/DataBaseManager.h"
 #include "support/MadeAudio.h"
 #include "support/NoRoomOnDisk.h"
-#include "views/controls/SketchButton.h"
-#include "views/controls/TextButton.h"
+#include "support/PageViews.h"
 #include "views/library/MyTableView.h"
 #include "views/library/TagField.h"
-#include "views/window/LibraryPage.h"
-#include "views/window/PlayPanel.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -19,15 +15,14 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QPushButton>
 #include <gtest/gtest.h>
 
 namespace {
 
-struct Edits : testing::Test, LibraryCtrDelegate {
+struct Edits : testing::Test, PageViews, LibraryCtrDelegate {
     Edits() {
         EXPECT_TRUE(QDir().mkpath(coverImageFolder()));
-        library.emplace(*this, LibraryViews{page, playBtn, playPanel, search, {&filter, &show, &handOver}, editBtn});
+        library.emplace(*this, all());
         page.resize(900, 501);
         page.show();
     }
@@ -63,12 +58,6 @@ struct Edits : testing::Test, LibraryCtrDelegate {
         return *std::ranges::find(rows, song->songID(), &SongItem::songID);
     }
 
-    LibraryPage page{nullptr};
-    SketchButton playBtn{{}, {38, 38}, "Play", /*parent=*/nullptr};
-    PlayPanel playPanel{nullptr};
-    QLineEdit search;
-    QPushButton filter, show, handOver;
-    TextButton editBtn{"Info", /*parent=*/nullptr};
     QList<TagWriteOutcome> outcomes;
     SongArray songs;
     std::optional<LibraryCtr> library;

@@ -1,5 +1,3 @@
-#include "library/LibraryCtr.h"
-
 #include "demo/RunningProgram.h"
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
@@ -7,22 +5,17 @@
 #include "platform/run/NotificationCenter.h"
 #include "store/DataBaseManager.h"
 #include "support/MadeAudio.h"
+#include "support/PageViews.h"
 #include "support/Songs.h"
-#include "views/controls/SketchButton.h"
-#include "views/controls/TextButton.h"
 #include "views/library/MyOutlineView.h"
 #include "views/library/MyTableView.h"
 #include "views/library/MyTableViewHeadView.h"
 #include "views/library/TrackTableModel.h"
-#include "views/window/LibraryPage.h"
-#include "views/window/PlayPanel.h"
 
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QLineEdit>
-#include <QPushButton>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -30,7 +23,7 @@ namespace {
 
 enum Row { kNewlyRecorded = 1, kAllMusic = 2, kUntagged = 3, kToolKit = 5 };
 
-class LibraryCtrTest : public testing::Test, public LibraryCtrDelegate {
+class LibraryCtrTest : public testing::Test, protected PageViews, public LibraryCtrDelegate {
 protected:
     void SetUp() override {
         setLogSink([this](const QString &line) { log << line; });
@@ -67,7 +60,7 @@ protected:
     }
     void begin() {
         library.reset();
-        library.emplace(*this, LibraryViews{page, playBtn, playPanel, search, {&filter, &show, &handOver}, editBtn});
+        library.emplace(*this, all());
     }
     /// A start of the program with these tracks.
     void fill(const QStringList &titles) {
@@ -89,12 +82,6 @@ protected:
     }
     static qsizetype rowsInDatabase() { return DataBaseManager::defaultManager().getAllSongItems()->size(); }
 
-    LibraryPage page{nullptr};
-    SketchButton playBtn{{}, {38, 38}, "Play", /*parent=*/nullptr};
-    PlayPanel playPanel{nullptr};
-    QLineEdit search;
-    QPushButton filter, show, handOver;
-    TextButton editBtn{"Info", /*parent=*/nullptr};
     QStringList log, asked;
     std::function<void()> meanwhile = [] {}; ///< happens while a question stands
     int answer = 0;

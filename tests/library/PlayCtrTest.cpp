@@ -1,26 +1,20 @@
 // Playback on a real sound server, through the lists of the library page.
 #include "demo/PrivateSoundServer.h"
 #include "demo/RunningProgram.h"
-#include "library/LibraryCtr.h"
 #include "platform/desktop/Panel.h"
 #include "support/MadeAudio.h"
+#include "support/PageViews.h"
 #include "support/Songs.h"
-#include "views/controls/SketchButton.h"
-#include "views/controls/TextButton.h"
 #include "views/library/MyTableView.h"
-#include "views/window/LibraryPage.h"
-#include "views/window/PlayPanel.h"
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
 
-class PlayCtrTest : public testing::Test, public LibraryCtrDelegate {
+class PlayCtrTest : public testing::Test, protected PageViews, public LibraryCtrDelegate {
 protected:
     void SetUp() override {
         setPanelAnswerer([this](const Panel &) {
@@ -52,13 +46,7 @@ protected:
 
     QTemporaryDir folder{"/tmp/corvidia-XXXXXX"};
     PrivateSoundServer server{PrivateSoundServer::Kind::PulseAudio, folder.path()};
-    LibraryPage page{nullptr};
-    SketchButton playBtn{{}, {38, 38}, "Play", /*parent=*/nullptr};
-    PlayPanel playPanel{nullptr};
-    QLineEdit search;
-    QPushButton filter, show, handOver;
-    TextButton editBtn{"Info", /*parent=*/nullptr};
-    LibraryCtr library{*this, {page, playBtn, playPanel, search, {&filter, &show, &handOver}, editBtn}};
+    LibraryCtr library{*this, all()};
     SongPtr a, b, c, d;
     int questions = 0;
     bool records = false;
