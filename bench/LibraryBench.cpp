@@ -265,10 +265,13 @@ void SearchForDuplicates(benchmark::State &state) {
     }
     size_t found = 0;
     for ([[maybe_unused]] auto iteration : state) {
-        std::vector<DuplicateCandidate> candidates;
-        candidates.reserve(static_cast<size_t>(songs.size()));
+        DuplicateCandidates candidates;
+        qsizetype letters = 0;
         for (const SongPtr &song : std::as_const(songs))
-            candidates.push_back({song->title(), song->artist(), song->length()});
+            letters += song->title().size() + song->artist().size();
+        candidates.reserve(songs.size(), letters);
+        for (const SongPtr &song : std::as_const(songs))
+            candidates.append(song->title(), song->artist(), song->length());
         found = duplicatesAmong(candidates).size();
     }
     state.counters["found"] = static_cast<double>(found);

@@ -3,22 +3,41 @@
 // Threads: any.
 #pragma once
 
-#include <QString>
+#include <QStringView>
 #include <cstdint>
 #include <vector>
 
-/// What the search knows of a track.
-struct DuplicateCandidate {
-    QString title;
-    QString artist;
-    qint64 duration = 0; // milliseconds
+/// What the search knows of the tracks: a copy of their texts, one behind the other. The texts of songs lie scattered
+/// in memory, and to go to each of them again would take longer than all the rest of the search.
+class DuplicateCandidates {
+public:
+    struct Track {
+        size_t start; // of the title; behind it stands the artist
+        uint32_t titleLength, artistLength;
+        qint64 duration;
+        uint32_t index; // among all that were appended
+    };
 
-    /// Tracks that lack any of the three are nobody's duplicates.
-    bool takesPart() const { return duration > 0 && !title.isEmpty() && !artist.isEmpty(); }
+    void reserve(qsizetype tracks, qsizetype letters);
+    /// A track that lacks one of the three is nobody's duplicate. `duration` in milliseconds.
+    void append(QStringView title, QStringView artist, qint64 duration);
+    /// None that could be anybody's duplicate.
+    bool isEmpty() const { return tracks_.empty(); }
+
+    const std::vector<Track> &tracks() const { return tracks_; }
+    QStringView title(const Track &track) const { return {letters_.data() + track.start, track.titleLength}; }
+    QStringView artist(const Track &track) const {
+        return {letters_.data() + track.start + track.titleLength, track.artistLength};
+    }
+
+private:
+    std::vector<char16_t> letters_;
+    std::vector<Track> tracks_;
+    uint32_t count_ = 0;
 };
 
 struct DuplicateRow {
-    uint32_t index = 0; ///< into the candidates
+    uint32_t index = 0; ///< of the track, as the candidates were appended
     bool isKept = false;
 
     bool operator==(const DuplicateRow &) const = default;
@@ -28,4 +47,4 @@ struct DuplicateRow {
 /// a title by duration, the longest first; what is equal in both stands song by song, in the order of the candidates.
 /// The first of each run of rows of one song is kept. Where artists share a title their tracks may alternate: each is
 /// a run of its own then.
-std::vector<DuplicateRow> duplicatesAmong(const std::vector<DuplicateCandidate> &candidates);
+std::vector<DuplicateRow> duplicatesAmong(const DuplicateCandidates &candidates);

@@ -142,11 +142,14 @@ void FilterAdsController::didSelectTab(FilterTab tab) {
 
 void FilterAdsController::searchForDuplicateSongs() {
     cancelSearch();
-    std::vector<DuplicateCandidate> candidates;
-    candidates.reserve(static_cast<size_t>(allMusicItems_.size()));
+    qsizetype letters = 0;
     for (const FilterAdsItemPtr &item : std::as_const(allMusicItems_))
-        candidates.push_back({item->title(), item->artist(), item->duration()});
-    if (std::ranges::none_of(candidates, &DuplicateCandidate::takesPart))
+        letters += item->title().size() + item->artist().size();
+    DuplicateCandidates candidates;
+    candidates.reserve(allMusicItems_.size(), letters);
+    for (const FilterAdsItemPtr &item : std::as_const(allMusicItems_))
+        candidates.append(item->title(), item->artist(), item->duration());
+    if (candidates.isEmpty())
         logLine("There are not songs!");
     isSearching_ = true;
     ++searches_;
