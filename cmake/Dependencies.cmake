@@ -20,6 +20,7 @@ corvidia_require(MPV mpv)
 corvidia_require(SQLITE sqlite3)
 corvidia_require(TAGLIB taglib)
 corvidia_require(ZLIB zlib)
+corvidia_require(CHROMAPRINT libchromaprint)
 corvidia_require(XCB xcb)
 
 find_path(LAME_INCLUDE_DIR lame/lame.h)
