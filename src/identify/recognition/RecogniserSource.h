@@ -16,7 +16,7 @@ struct RecognitionTask {
     int32_t songID = 0;
     QString songPath;         ///< the track's own file, whole
     int64_t milliseconds = 0; ///< its length, 0 where that is not known
-    QString excerptPath;      ///< a WAV of its first 30 seconds; there may be no such file
+    QString excerptPath = {}; ///< a WAV of its first 30 seconds; there may be no such file
 };
 
 /// What a source says of a track. An absent text is one that the source does not know.
