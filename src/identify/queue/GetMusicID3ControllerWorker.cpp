@@ -3,6 +3,7 @@
 #include "identify/queue/GetMusicID3Controller.h"
 #include "platform/run/Log.h"
 #include "platform/run/MainThread.h"
+#include "platform/run/Semaphore.h"
 #include "tags/audio/AudioConverter.h"
 
 #include <QCoreApplication>
@@ -10,7 +11,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QTemporaryDir>
-#include <condition_variable>
 #include <pthread.h>
 #include <thread>
 
@@ -18,18 +18,21 @@ namespace {
 
 constexpr double kExcerptSeconds = 30;
 constexpr int kShortestFileTime = 20; // seconds
+constexpr std::chrono::duration<int, std::milli> kTurn(500);
 
-std::mutex countMutex;
-std::condition_variable_any countChanged;
-int workers = 0; // under countMutex
+std::atomic<int> workers = 0; // that run
+Semaphore workerEnded;
 
 thread_local std::shared_ptr<GetID3Worker> thisWorker; // on a worker's thread only
 
 // Waits, unless the task is given up meanwhile.
 void sleepFor(std::chrono::milliseconds time, const std::stop_token &stop) {
-    std::mutex mutex;
-    std::unique_lock lock(mutex);
-    std::condition_variable_any().wait_for(lock, stop, time, [] { return false; });
+    Semaphore givenUp;
+    const std::stop_callback wake(stop, [&givenUp] { givenUp.post(); });
+    for (; time > kTurn && !stop.stop_requested(); time -= kTurn)
+        givenUp.waitAtMost(kTurn.count());
+    if (!stop.stop_requested())
+        givenUp.waitAtMost(static_cast<int>(time.count()));
 }
 
 bool isUsable(const QVariantMap &task) {
@@ -54,25 +57,23 @@ QVariantList wantedCover(const QVariantMap &musicInfo, int32_t songID) {
 } // namespace
 
 void GetMusicID3Controller::startWorker(const Worker &worker) {
-    {
-        const std::lock_guard lock(countMutex);
-        ++workers;
-    }
-    std::thread([this, worker] {
+    ++workers;
+    std::thread([this, worker]() mutable {
         pthread_setname_np(pthread_self(), "Identify");
-        thisWorker = worker;
-        startNow(worker);
-        NotifyThreadWillExitNotification(worker);
+        thisWorker = std::move(worker);
+        startNow(thisWorker);
+        NotifyThreadWillExitNotification(thisWorker);
         thisWorker.reset();
-        const std::lock_guard lock(countMutex);
         --workers;
-        countChanged.notify_all();
+        workerEnded.post();
     }).detach();
 }
 
 bool GetMusicID3Controller::waitForWorkers(std::chrono::milliseconds patience) {
-    std::unique_lock lock(countMutex);
-    return countChanged.wait_for(lock, patience, [] { return workers == 0; });
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (workers > 0 && std::chrono::steady_clock::now() < end)
+        workerEnded.waitAtMost(kTurn.count());
+    return workers == 0;
 }
 
 void GetMusicID3Controller::startNow(const Worker &worker) {
