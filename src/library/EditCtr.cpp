@@ -1,6 +1,5 @@
 #include "library/EditCtr.h"
 
-#include "library/WriteID3.h"
 #include "platform/run/LocalizedString.h"
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
@@ -18,7 +17,7 @@ bool isNamed(const SongItem &song) {
 
 } // namespace
 
-EditCtr::EditCtr(EditCtrDelegate &delegate, TrackLists &lists, LibraryPage &page)
+EditCtr::EditCtr(EditCtrDelegate &delegate, const TrackLists &lists, LibraryPage &page)
     : delegate_(delegate), lists_(lists), page_(page), id3ViewCtr_(*this) {
     page_.setEditView(id3ViewCtr_.view());
     connect(&page_, &LibraryPage::expansionFinished, this, &EditCtr::panelDidSlide);
@@ -61,6 +60,11 @@ void EditCtr::changeID3Edit() {
         id3ViewCtr_.setSongItem(song);
 }
 
+void EditCtr::refresh(const SongPtr &song) {
+    if (song == delegate_.getSelectedItem())
+        id3ViewCtr_.setSongItem(song);
+}
+
 // The track is the one that the editor shows: the selection may be elsewhere already when the typing ends.
 void EditCtr::id3DataDidChange(const SongPtr &song, const QVariantMap &changes) {
     logLine(QStringLiteral("id3DataDidChange ... %1").arg(QStringList(changes.keys()).join(',')));
@@ -72,17 +76,14 @@ void EditCtr::id3DataDidChange(const SongPtr &song, const QVariantMap &changes) 
     const bool isName = changes.contains(QStringLiteral("artist")) || changes.contains(QStringLiteral("title"));
     if (song->getID3Status() == static_cast<int32_t>(ID3Status::NotFound) && isNamed(*song))
         song->setGetID3Status(static_cast<int32_t>(ID3Status::Identified));
-    const WriteID3Result written = writeID3inFile(*song, isCover, isName);
-    lists_.songChanged(song); // the status line sums what it knows
-    if (written.isStatusStale)
-        delegate_.updateStatus();
+    const TagWriteOutcome outcome = delegate_.writeID3inFile(song, isCover, isName);
     if (isCover || isName)
         delegate_.notficateUpdateForSongItem(song);
     bool isCoverLost = false;
     DataBaseManager::defaultManager().updateSongItem(*song, &isCoverLost);
     delegate_.songDidChange(song);
-    if (written.outcome != TagWriteOutcome::Written)
-        delegate_.tagsWereNotWritten(*song, written.outcome);
+    if (outcome != TagWriteOutcome::Written)
+        delegate_.tagsWereNotWritten(*song, outcome);
     if (isCoverLost && isCover)
         delegate_.coverWasRefused(textOf(PictureTrouble::NoRoom));
 }

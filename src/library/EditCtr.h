@@ -23,8 +23,8 @@ public:
     virtual void notficateUpdateForSongItem(const SongPtr &song) = 0;
     /// Any value is; the order of the lists may no longer be true.
     virtual void songDidChange(const SongPtr &song) = 0;
-    /// Sizes or names of files are others now.
-    virtual void updateStatus() = 0;
+    /// The tags go into the file, and its name may follow them; the lists and the status line know it.
+    virtual TagWriteOutcome writeID3inFile(const SongPtr &song, bool isNeedChangeCover, bool isNeedChangeFileName) = 0;
     /// The list takes the keyboard again.
     virtual void focusList() = 0;
     /// The list has its final width.
@@ -40,7 +40,7 @@ protected:
 class EditCtr final : public QObject, private ID3ViewCtrDelegate {
     Q_OBJECT
 public:
-    EditCtr(EditCtrDelegate &delegate, TrackLists &lists, LibraryPage &page);
+    EditCtr(EditCtrDelegate &delegate, const TrackLists &lists, LibraryPage &page);
     ~EditCtr() override;
 
     /// Opens the editor, or closes it. `sender` gets the sign for what it does next; without one none does.
@@ -53,6 +53,8 @@ public:
     void selectedDidChange();
     /// What is selected now is shown at once.
     void changeID3Edit();
+    /// Shows `song` again if it is the selected one: somebody else has changed it.
+    void refresh(const SongPtr &song);
     /// Takes over what is typed.
     void endEditing() { id3ViewCtr_.endEditing(); }
 
@@ -65,7 +67,7 @@ private:
     void editorWasLeft() override { delegate_.focusList(); }
 
     EditCtrDelegate &delegate_;
-    TrackLists &lists_;
+    const TrackLists &lists_;
     LibraryPage &page_;
     ID3ViewCtr id3ViewCtr_;
     QTimer timerForChangeID3_;

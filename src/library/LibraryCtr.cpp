@@ -1,6 +1,7 @@
 #include "library/LibraryCtr.h"
 
 #include "library/TrackRemoval.h"
+#include "library/WriteID3.h"
 #include "platform/desktop/FileManager.h"
 #include "platform/media/MoviePlayer.h"
 #include "platform/run/LocalizedString.h"
@@ -53,6 +54,7 @@ LibraryCtr::LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views)
     playCtr_ = std::make_unique<PlayCtr>(*this, *listViewCtr_, views_.playBtn, views_.playMusicView);
     searchCtr_ = std::make_unique<SearchCtr>(*this, lists_, *listViewCtr_, views_.searchFeild, views_.buttons);
     editCtr_ = std::make_unique<EditCtr>(*this, lists_, views_.page);
+    identifyCtr_ = std::make_unique<IdentifyCtr>(*this, lists_, *listViewCtr_, *editCtr_);
     pageControls_ = std::make_unique<PageControls>(*this, lists_);
     importCtr_ = std::make_unique<ImportCtr>(*this, lists_, views_.page);
     connect(views_.buttons.filterBtn, &QAbstractButton::clicked, this, &LibraryCtr::filterAds);
@@ -79,6 +81,7 @@ LibraryCtr::~LibraryCtr() = default;
 
 void LibraryCtr::takeTracks(TrackLists loaded) {
     lists_.takeTracks(std::move(loaded));
+    identifyCtr_->modifyGetingID3Status();
     isLoaded_ = true;
     if (strCategory_ != newlyRecorded())
         showCategory(strCategory_);
@@ -347,6 +350,14 @@ void LibraryCtr::selectedDidChange() {
 }
 
 void LibraryCtr::focusList() { listViewCtr_->tableView()->setFocus(); }
+
+TagWriteOutcome LibraryCtr::writeID3inFile(const SongPtr &song, bool isNeedChangeCover, bool isNeedChangeFileName) {
+    const WriteID3Result written = ::writeID3inFile(*song, isNeedChangeCover, isNeedChangeFileName);
+    lists_.songChanged(song); // the status line sums what it knows
+    if (written.isStatusStale)
+        searchCtr_->updateStatus();
+    return written.outcome;
+}
 
 void LibraryCtr::songDidChange(const SongPtr &song) {
     if (song == playCtr_->playItem())

@@ -1,14 +1,16 @@
 // The library page: which list is shown, how a track enters it and leaves it.
 //
 // The page has a class for each of its subjects: PlayCtr (playback), SearchCtr (search field, status line), EditCtr
-// (the tag editor), PageControls (menus and badges), ToolKitCtr (the page of tools), ImportCtr, FilterAdsController.
-// This one stands in their middle: it owns them, the lists (TrackLists), and the table and tree that show them.
+// (the tag editor), IdentifyCtr (what identification finds), PageControls (menus and badges), ToolKitCtr (the page of
+// tools), ImportCtr, FilterAdsController. This one stands in their middle: it owns them, the lists (TrackLists), and
+// the table and tree that show them.
 //
 // Threads: main.
 #pragma once
 
 #include "library/EditCtr.h"
 #include "library/FilterAdsController.h"
+#include "library/IdentifyCtr.h"
 #include "library/ImportCtr.h"
 #include "library/PageControls.h"
 #include "library/PlayCtr.h"
@@ -42,6 +44,11 @@ public:
     /// An edit is in the library, and not in the file.
     virtual void tagsWereNotWritten([[maybe_unused]] const SongItem &song, [[maybe_unused]] TagWriteOutcome outcome) {}
     virtual void coverWasRefused([[maybe_unused]] const QString &reason) {}
+    /// The user wants these tracks identified.
+    virtual void getID3WithSongItem([[maybe_unused]] const SongPtr &song) {}
+    virtual void getID3WithSongItems([[maybe_unused]] const SongArray &songs, [[maybe_unused]] bool isMutableGet) {}
+    /// The program ends.
+    virtual bool mainExiting() const { return false; }
 
 protected:
     ~LibraryCtrDelegate() = default;
@@ -66,7 +73,8 @@ class LibraryCtr final : public QObject,
                          public ToolKitCtrDelegate,
                          public ImportCtrDelegate,
                          public FilterAdsControllerDelegate,
-                         public EditCtrDelegate {
+                         public EditCtrDelegate,
+                         public IdentifyCtrDelegate {
     Q_OBJECT
 public:
     LibraryCtr(LibraryCtrDelegate &delegate, const LibraryViews &views);
@@ -98,8 +106,12 @@ public:
     /// Opens the tag editor, or closes it.
     void toggleEdit() override;
 
+    /// Something of the track is shown that is another now.
+    void reloadWithSongItem(const SongPtr &song);
+
     PlayCtr &playCtr() { return *playCtr_; }
     EditCtr &editCtr() { return *editCtr_; }
+    IdentifyCtr &identifyCtr() { return *identifyCtr_; }
     SearchCtr &searchCtr() { return *searchCtr_; }
     const PageControls &pageControls() const { return *pageControls_; }
     ImportCtr &importCtr() { return *importCtr_; }
@@ -122,7 +134,6 @@ private:
     void updateEmptyText();
     void reloadData();
     void refreshCounts();
-    void reloadWithSongItem(const SongPtr &song);
 
     void askAndDelete(const SongArray &songs);
     /// `isFilterAds`: what is left is shown from its first row. `removal`, if there is one, learns what went where.
@@ -140,10 +151,16 @@ private:
     void showEditTagsPanel() override;
     bool isEditPanelExpend() const override { return editCtr_->isEditPanelExpend(); }
     bool canEditTags() const override { return true; }
-    // The tag editor
+    bool canIdentify() const override { return true; }
+    void getID3WithSongItem(const SongPtr &song) override { delegate_.getID3WithSongItem(song); }
+    void getID3WithSongItems(const SongArray &songs, bool isMutableGet) override {
+        delegate_.getID3WithSongItems(songs, isMutableGet);
+    }
+    // The tag editor, and what identification finds
+    TagWriteOutcome writeID3inFile(const SongPtr &song, bool isNeedChangeCover, bool isNeedChangeFileName) override;
+    bool mainExiting() const override { return delegate_.mainExiting(); }
     void notficateUpdateForSongItem(const SongPtr &song) override;
     void songDidChange(const SongPtr &song) override;
-    void updateStatus() override { searchCtr_->updateStatus(); }
     void focusList() override;
     void updateTrackingAreas() override { listViewCtr_->updateTrackingAreas(); }
     void tagsWereNotWritten(const SongItem &song, TagWriteOutcome outcome) override {
@@ -195,6 +212,7 @@ private:
     std::unique_ptr<PlayCtr> playCtr_;
     std::unique_ptr<SearchCtr> searchCtr_;
     std::unique_ptr<EditCtr> editCtr_;
+    std::unique_ptr<IdentifyCtr> identifyCtr_;
     std::unique_ptr<PageControls> pageControls_;
     std::unique_ptr<CategoryViewCtr> categoryViewCtr_;
     std::unique_ptr<ToolKitCtr> toolKitCtr_; // from the first visit on

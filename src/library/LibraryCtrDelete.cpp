@@ -1,6 +1,7 @@
 // How tracks leave the library.
 #include "library/LibraryCtr.h"
 
+#include "identify/queue/GetMusicID3Controller.h"
 #include "library/Filtered.h"
 #include "library/TrackRemoval.h"
 #include "platform/desktop/FileManager.h"
@@ -19,6 +20,22 @@
 
 namespace {
 constexpr qsizetype kRowsAtOnce = 50; // deleted in some milliseconds, with their covers
+
+// No answer shall come for a track that has gone.
+void stopIdentifying(const SongArray &songs) {
+    QList<int32_t> songIDs;
+    for (const SongPtr &song : songs)
+        switch (static_cast<ID3Status>(song->getID3Status())) {
+        case ID3Status::NotAsked:
+        case ID3Status::NotFound:
+        case ID3Status::Identified:
+            break;
+        default:
+            songIDs.append(song->songID());
+        }
+    if (!songIDs.isEmpty() && GetMusicID3Controller::isExistobject())
+        GetMusicID3Controller::defaultManager()->deleteTaskWithSongIDs(songIDs);
+}
 } // namespace
 
 bool LibraryCtr::isListFocused() const {
@@ -50,6 +67,7 @@ void LibraryCtr::askAndDelete(const SongArray &songs) {
 
 // Events are handled meanwhile: `songs` is no list of anybody's.
 void LibraryCtr::deleteSongItems(SongArray songs, bool isFilterAds, TrackRemoval *removal) {
+    stopIdentifying(songs);
     logLine("deleteSongItems ---");
     const int firstRow = isFilterAds ? 0 : listViewCtr_->tableView()->selectedRow();
     throwAway(songs, removal);

@@ -21,6 +21,9 @@ class Statement;
 
 class DataBaseManager {
 public:
+    /// The place of the file's own or the user's picture among a track's covers; fetched ones take their index.
+    static constexpr int kLocalCoverSlot = 3;
+
     static DataBaseManager &defaultManager();
     DataBaseManager(const DataBaseManager &) = delete;
     DataBaseManager &operator=(const DataBaseManager &) = delete;

@@ -11,9 +11,6 @@
 
 namespace {
 
-// The cover slot of the file's own or the user's picture; fetched covers take their index.
-constexpr int kLocalCoverSlot = 3;
-
 constexpr const char *kInsertSong =
     "INSERT INTO Song (SongID, Title, Artist, Album, Genre,   SongLength, SongSize, IsImported, Year ,AddDate,    "
     "FilePath,BiteRate, SampleRate\t,EncodeKind,CoverImages,   CoverImageIndex,IsHasLocalCover,IsAds,GetID3Status) "

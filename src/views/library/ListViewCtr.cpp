@@ -15,6 +15,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace {
 
@@ -25,6 +26,11 @@ constexpr qsizetype kShownTitleLength = 200;
 constexpr const char *kSortKey = "LibrarySort"; // a key of a track; a minus before it stands for descending
 
 int g_ImageIndex = 0; // the frame of the busy pictures, of all lists
+
+bool isBusy(const SongPtr &song) {
+    const auto status = static_cast<ID3Status>(song->getID3Status());
+    return status == ID3Status::Searching || status == ID3Status::FetchingCover || status == ID3Status::Reserved;
+}
 
 } // namespace
 
@@ -175,17 +181,12 @@ QString ListViewCtr::imageForRow(int row, int column, bool isSelected) {
     const SongPtr song = marrSongs_->value(row);
     if (!song)
         return {};
-    if (column == kIdentifyColumn)
-        switch (static_cast<ID3Status>(song->getID3Status())) {
-        case ID3Status::Searching:
-        case ID3Status::FetchingCover:
-        case ID3Status::Reserved:
+    if (column == kIdentifyColumn) {
+        if (isBusy(song))
             return changeImage();
-        case ID3Status::Identified:
-            return QStringLiteral("successed");
-        default:
-            return {};
-        }
+        return song->getID3Status() == static_cast<int>(ID3Status::Identified) ? QStringLiteral("successed")
+                                                                               : QString();
+    }
     const char *name = nullptr;
     switch (static_cast<SongStatus>(song->status())) {
     case SongStatus::Missing:
@@ -227,7 +228,8 @@ void ListViewCtr::updateTimer() {
 QString ListViewCtr::changeImage() {
     if (!Look::shared().isMotionReduced() && ++g_ImageIndex > kFrames)
         g_ImageIndex = 1;
-    if (sender() == &timer_)
+    // The timer may go on after the last track is done: there is nothing to be drawn then.
+    if (sender() == &timer_ && std::ranges::any_of(*marrSongs_, isBusy))
         tableView_->updateColumn(kIdentifyColumn);
     return QStringLiteral("progress_0%1.png").arg(qMax(g_ImageIndex, 1));
 }
