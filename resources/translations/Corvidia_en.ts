@@ -15,6 +15,18 @@
         <translation>Add to Playlist</translation>
     </message>
     <message>
+        <source>Accessing Gracenote® Database…</source>
+        <translatorcomment>That service is closed; names come from the players, from the library, and from services that are open.</translatorcomment>
+        <translation>Looking up track names…</translation>
+    </message>
+    <message>
+        <source>The function of Music Identify require:
+1 Internet Connection.
+2 The initial 20 seconds part of the track is needed.</source>
+        <translatorcomment>Not every source of names needs the Internet.</translatorcomment>
+        <translation>A track is known by its first 20 seconds.</translation>
+    </message>
+    <message>
         <source>About %2$@</source>
         <translatorcomment>The one argument is the program's name.</translatorcomment>
         <translation>About %1</translation>

@@ -1,5 +1,6 @@
 #include "app/CorvidiaAppDelegate.h"
 
+#include "app/Recogniser.h"
 #include "capture/CaptureDevice.h"
 #include "platform/desktop/Panel.h"
 #include "platform/files/Folders.h"
@@ -115,6 +116,8 @@ void CorvidiaAppDelegate::applicationDidFinishLaunching() {
     // The window first, the rows as they come.
     performAfterDelay(/*seconds=*/0, this, [this] {
         mainWindow_.loadTracks();
+        setUpRecogniser();
+        mainWindow_.identifyGate().initGetID3Ctr();
         presence_.start();
     });
 }

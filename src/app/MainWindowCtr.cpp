@@ -71,6 +71,7 @@ MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
                             *window_.searchField(),
                             {window_.filteradsBtn(), window_.showFinderBtn(), window_.addToItunesBtn()},
                             *window_.editBtn()});
+    identifyGate_ = std::make_unique<IdentifyGate>(*libraryCtr_, window_);
     window_.soundSlider()->setDelegate(this);
     setVolume(libraryCtr_->playCtr().volume());
     window_.setWindowTitle(kApplicationFolderName);
@@ -332,12 +333,14 @@ bool MainWindowCtr::showInstallDevice() {
     return true;
 }
 
-void MainWindowCtr::recordedSongItem(const std::shared_ptr<SongItem> &song, [[maybe_unused]] DeviceType forDeviceType) {
+void MainWindowCtr::recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType forDeviceType) {
     if (song)
         tellOfTags(*song, writeID3(*song));
     if (mainExiting_ || !song)
         return;
     libraryCtr_->addNewRecordingSong(song);
+    if (forDeviceType == DeviceType::SystemAudio)
+        identifyGate_->identifyRecording(song);
 }
 
 void MainWindowCtr::tellOfTags(const SongItem &song, TagWriteOutcome outcome) {
@@ -430,7 +433,10 @@ void MainWindowCtr::setVolume(float volume) {
     volumeDidChanged(volume);
 }
 
-void MainWindowCtr::displayStatus(const QString &status) { window_.lblStatus()->setStatus(status); }
+void MainWindowCtr::displayStatus(const QString &status) {
+    if (!identifyGate_ || !identifyGate_->isGettingID3()) // the library is there first
+        window_.lblStatus()->setStatus(status);
+}
 
 void MainWindowCtr::showWindow() {
     window_.setWindowState(window_.windowState() & ~Qt::WindowMinimized);
@@ -462,6 +468,8 @@ void MainWindowCtr::mainWindowWillClose() {
     changeControlsState(isRecording_);
     stopAudioDeviceWithClassName(kCaptureDeviceClass);
     libraryCtr_->importCtr().finish();
-    AudioConverter::Uninitialize();
+    if (!identifyGate_->mainWindowWillClose()) // a worker uses the converter to its end
+        AudioConverter::Uninitialize();
+    libraryCtr_->identifyCtr().modifyGetingID3Status();
     DataBaseManager::defaultManager().closeDataBase();
 }

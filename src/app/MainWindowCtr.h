@@ -4,6 +4,7 @@
 // Threads: main.
 #pragma once
 
+#include "app/IdentifyGate.h"
 #include "app/MainMenu.h"
 #include "capture/RecordViewCtr.h"
 #include "library/LibraryCtr.h"
@@ -52,6 +53,7 @@ public:
     /// From 0 to 1, for what is played.
     void setVolume(float volume);
 
+    /// Nothing while tracks are being identified: the line tells of that then.
     void displayStatus(const QString &status) override;
     /// Offers to install the capture device, and tells the outcome. True once it is installed.
     bool showInstallDevice();
@@ -63,7 +65,7 @@ public:
     void tellOnceShown(const QString &message, const QString &text);
     /// Ends recording and closes the library. The end of the process follows.
     void mainWindowWillClose();
-    bool mainExiting() const { return mainExiting_; }
+    bool mainExiting() const override { return mainExiting_; }
 
     /// Reads the tracks of the library on a thread of its own, so that the window need not wait for them.
     void loadTracks();
@@ -86,6 +88,10 @@ public:
     void playbackDidSeek() override { emit playbackDidSeeked(); }
     void tagsWereNotWritten(const SongItem &song, TagWriteOutcome outcome) override;
     void coverWasRefused(const QString &reason) override;
+    void getID3WithSongItem(const SongPtr &song) override { identifyGate_->getID3WithSongItem(song); }
+    void getID3WithSongItems(const SongArray &songs, bool isMutableGet) override {
+        identifyGate_->getID3WithSongItems(songs, isMutableGet);
+    }
     /// Tracks played in this run.
     int musicPlayNum() const { return musicPlayNum_; }
 
@@ -93,6 +99,7 @@ public:
     MainWindowView &window() { return window_; }
     RecordViewCtr &recordViewCtr() { return *recordViewCtr_; }
     LibraryCtr &libraryCtr() { return *libraryCtr_; }
+    IdentifyGate &identifyGate() { return *identifyGate_; }
 
 signals:
     /// Something of what plays may be different now.
@@ -118,6 +125,7 @@ private:
     LibraryPage *libraryPage_; // child of the window
     std::unique_ptr<RecordViewCtr> recordViewCtr_;
     std::unique_ptr<LibraryCtr> libraryCtr_;
+    std::unique_ptr<IdentifyGate> identifyGate_;
     SleepInhibitor sleepInhibitor_;
     std::unique_ptr<MainMenu> mainMenu_;
     std::function<void()> terminate_ = [] {};

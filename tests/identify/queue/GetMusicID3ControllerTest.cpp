@@ -2,6 +2,7 @@
 
 #include "demo/RunningProgram.h"
 #include "platform/run/Log.h"
+#include "support/FakeRecogniser.h"
 #include "support/MadeAudio.h"
 
 #include <QCoreApplication>
@@ -32,35 +33,6 @@ std::string wavOf(int seconds) {
     return "RIFF" + word(size + 36, 4) + "WAVEfmt " + word(16, 4) + word(1, 2) + word(1, 2) + word(44100, 4) +
            word(88200, 4) + word(2, 2) + word(16, 2) + "data" + word(size, 4) + std::string(size, '\0');
 }
-
-struct Recogniser final : ID3TagControl {
-    using Answer = std::function<void(ID3TagControlDelegate &, const RecognitionTask &, const std::stop_token &)>;
-
-    bool isUsable() const override { return usable; }
-    void setWantToGetID3Files(const QStringList &paths, const RecognitionTask &forTask,
-                              const std::stop_token &stop) override {
-        {
-            const std::lock_guard lock(mutex);
-            excerpts << paths;
-            asked << forTask;
-        }
-        answers.value(forTask.songID, [](auto &hearer, const auto &, const auto &) { hearer.getMusicID3Error(); })(
-            *delegate(), forTask, stop);
-    }
-    static Answer saying(const QVariantList &info) {
-        return [info](auto &hearer, const auto &, const auto &) { hearer.getMusicsID3Info(info); };
-    }
-    QStringList excerptsSoFar() {
-        const std::lock_guard lock(mutex);
-        return excerpts;
-    }
-
-    bool usable = true;
-    QHash<int32_t, Answer> answers; // before the track is asked for
-    std::mutex mutex;
-    QStringList excerpts;         // under mutex
-    QList<RecognitionTask> asked; // under mutex
-};
 
 struct Covers final : GetImageController {
     void getCoverImage(const QVariantList &wanted, int32_t forSongID, const std::stop_token &) override {
@@ -143,7 +115,7 @@ protected:
         waitUntil([&] { return clock.hasExpired(time.count()); });
     }
     /// Answers for `songID` only once released.
-    void hang(int32_t songID, const Recogniser::Answer &then = Recogniser::saying({kSong})) {
+    void hang(int32_t songID, const FakeRecogniser::Answer &then = FakeRecogniser::saying({kSong})) {
         recogniser->answers[songID] = [this, then](auto &hearer, const auto &task, const auto &stop) {
             ++hanging;
             released.acquire();
@@ -157,7 +129,7 @@ protected:
         return isHanging;
     }
 
-    std::shared_ptr<Recogniser> recogniser = std::make_shared<Recogniser>();
+    std::shared_ptr<FakeRecogniser> recogniser = std::make_shared<FakeRecogniser>();
     std::shared_ptr<Covers> covers = std::make_shared<Covers>();
     GetMusicID3Controller *queue = nullptr;
     QStringList heard;
@@ -178,12 +150,12 @@ TEST_F(Queue, BringsEachTaskToItsEndBeforeTheNextOne) {
     };
     struct Case {
         const char *name;
-        Recogniser::Answer tags;
+        FakeRecogniser::Answer tags;
         std::function<void(GetImageControllerDelegate &, int32_t)> covers;
         QStringList words;
         bool isLate = false;
     };
-    const auto found = Recogniser::saying({kSong});
+    const auto found = FakeRecogniser::saying({kSong});
     const auto two = [](auto &hearer, int32_t songID) { hearer.getCoverImageInfo(Covers::two(songID)); };
     const QList<Case> cases = {
         {"tags and covers", found, two, {kTags, "covers 1 /a+/b"}},
@@ -195,9 +167,9 @@ TEST_F(Queue, BringsEachTaskToItsEndBeforeTheNextOne) {
          found,
          [](auto &hearer, int32_t songID) { hearer.getCoverImageInfo(Covers::none(songID)); },
          {kTags, "covers 1 "}},
-        {"nothing found", Recogniser::saying({}), two, {"failed 1"}},
-        {"a single key", Recogniser::saying({QVariantMap{{"MusicTitle", "T"}}}), two, {"failed 1"}},
-        {"an error", [](auto &hearer, const auto &, const auto &) { hearer.getMusicID3Error(); }, two, {"failed 1"}},
+        {"nothing found", FakeRecogniser::saying({}), two, {"failed 1"}},
+        {"a single key", FakeRecogniser::saying({QVariantMap{{"MusicTitle", "T"}}}), two, {"failed 1"}},
+        {"an error", FakeRecogniser::fail, two, {"failed 1"}},
         {"two answers",
          [](auto &hearer, const auto &, const auto &) {
              hearer.getMusicsID3Info({kSong});
@@ -246,7 +218,7 @@ TEST_F(Queue, BringsEachTaskToItsEndBeforeTheNextOne) {
 
 TEST_F(Queue, GoesOnWithoutAnybodyWhoLooksForCovers) {
     GetImageController::setDefaultManager(nullptr);
-    recogniser->answers[1] = Recogniser::saying({kSong});
+    recogniser->answers[1] = FakeRecogniser::saying({kSong});
     add({1});
     queue->startGet();
     EXPECT_TRUE(hears("no cover 1"));
@@ -264,7 +236,7 @@ TEST_F(Queue, AsksForCoversByWhatIsKnown) {
              {{{"MusicTitle", "T"}, {"AlbumTitle", "L"}}, {}},
          }) {
         heard.clear();
-        recogniser->answers[1] = Recogniser::saying({found});
+        recogniser->answers[1] = FakeRecogniser::saying({found});
         add({1});
         queue->startGet();
         EXPECT_TRUE(hears("covers 1 /a+/b"));
@@ -326,15 +298,10 @@ TEST_F(Queue, DropsWhatAWorkerSaysThatWasGivenUp) {
 }
 
 TEST_F(Queue, TellsAHangingRecogniserToStop) {
-    recogniser->answers[1] = [this](auto &hearer, const auto &, const auto &stop) {
-        ++hanging;
-        while (!stop.stop_requested())
-            std::this_thread::yield();
-        hearer.getMusicID3Error();
-    };
+    recogniser->answers[1] = FakeRecogniser::hang;
     add({1, 2});
     queue->startGet();
-    ASSERT_TRUE(hangs());
+    ASSERT_TRUE(waitUntil([&] { return !recogniser->excerptsSoFar().isEmpty(); }) && hears("begin 1"));
     queue->stop();
     EXPECT_EQ(heard, QStringList({"begin 1", "failed 1"}));
     EXPECT_FALSE(queue->isGettingID3());
@@ -389,7 +356,7 @@ TEST_F(Queue, LeavesATaskAloneThatBeganWhileADeletionWasTold) {
 }
 
 TEST_F(Queue, HoldsATrackOnceUnlessItRuns) {
-    hang(1, Recogniser::saying({}));
+    hang(1, FakeRecogniser::saying({}));
     add({1, 2, 2});
     EXPECT_TRUE(queue->existTask(1));
     queue->startGet();
@@ -434,7 +401,7 @@ TEST_F(Queue, GivesEveryTrackThatBeganOneLastWord) {
     queue->setPatience({.task = 20ms, .unusableTrack = 1ms});
     for (int32_t songID = 1; songID < 40; ++songID)
         recogniser->answers[songID] =
-            songID % 3 ? Recogniser::saying({kSong}) : [](auto &, const auto &, const auto &) {};
+            songID % 3 ? FakeRecogniser::saying({kSong}) : [](auto &, const auto &, const auto &) {};
     for (int i = 0; i < 150; ++i) {
         add({random.bounded(1, 40), random.bounded(1, 40)});
         if (!queue->isGettingID3())
@@ -450,7 +417,7 @@ TEST_F(Queue, GivesEveryTrackThatBeganOneLastWord) {
 TEST(GetMusicID3Controller, ComesIntoBeingOnceThereIsSomebodyToAsk) {
     setLogSink([](const QString &) {});
     EXPECT_FALSE(GetMusicID3Controller::defaultManager());
-    const auto recogniser = std::make_shared<Recogniser>();
+    const auto recogniser = std::make_shared<FakeRecogniser>();
     recogniser->usable = false;
     ID3TagControl::setDefaultManager(recogniser);
     EXPECT_FALSE(GetMusicID3Controller::defaultManager());

@@ -1,0 +1,186 @@
+// The way of a track to identification and back, through the program's own window, list and queue.
+#include "app/IdentifyGate.h"
+
+#include "app/CorvidiaAppDelegate.h"
+#include "demo/RunningProgram.h"
+#include "platform/desktop/Panel.h"
+#include "platform/run/Log.h"
+#include "platform/run/UserDefaults.h"
+#include "store/DataBaseManager.h"
+#include "support/FakeInputUnit.h"
+#include "support/FakeRecogniser.h"
+#include "support/MadeAudio.h"
+#include "support/Songs.h"
+#include "views/controls/SketchedPushButton.h"
+#include "views/window/StatusLine.h"
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Gate : testing::Test {
+    void SetUp() override {
+        qputenv("PULSE_SERVER", "unix:/nowhere");
+        setLogSink([](const QString &) {});
+        setPanelAnswerer([this](const Panel &panel) {
+            asked << panel.message;
+            return PanelAnswer{0, suppresses};
+        });
+        ASSERT_TRUE(CorvidiaAppDelegate::initialize());
+        window.emplace(units.factory());
+        window->changeView(MainTab::Library);
+        window->libraryCtr().categoryViewCtr().selectRow(2);
+    }
+    void TearDown() override {
+        window.reset();
+        setPanelAnswerer({});
+        setLogSink({});
+    }
+    void bringUp() {
+        ID3TagControl::setDefaultManager(recogniser);
+        gate().initGetID3Ctr();
+        waitUntil([this] { return GetMusicID3Controller::isExistobject(); });
+        QCoreApplication::processEvents();
+    }
+    /// In the library, not of this run.
+    SongPtr add(qint64 length = 20'000) {
+        SongPtr song = songWith({.title = "Track 1", .path = makeTone("Track 1.mp3"), .length = length});
+        song->setAddedDate(QDateTime::currentDateTimeUtc());
+        song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
+        window->libraryCtr().takeTracks(TrackLists(SongArray{song}));
+        return song;
+    }
+    static bool reaches(const SongPtr &song, ID3Status status) {
+        return waitUntil([&] { return song->getID3Status() == static_cast<int>(status); });
+    }
+    IdentifyGate &gate() { return window->identifyGate(); }
+    QString status() { return window->window().lblStatus()->status(); }
+    SketchedPushButton *button(const QString &title) {
+        for (auto *button : gate().warningNetworkWnd()->findChildren<SketchedPushButton *>())
+            if (button->text() == title)
+                return button;
+        return nullptr;
+    }
+
+    QStringList asked;
+    bool suppresses = false;
+    FakeInputUnits units;
+    std::shared_ptr<FakeRecogniser> recogniser = std::make_shared<FakeRecogniser>();
+    std::optional<MainWindowCtr> window;
+};
+
+const QVariantMap kFound{{"MusicTitle", "Hill"}, {"AlbumArtist", "Band"}};
+
+} // namespace
+
+TEST_F(Gate, NamesARecordingByItself) {
+    bringUp();
+    recogniser->otherwise = [](auto &hearer, const auto &task, const auto &stop) {
+        EXPECT_EQ(task.milliseconds, 60'123);
+        FakeRecogniser::saying({kFound})(hearer, task, stop);
+    };
+    QStringList lines;
+    const SongPtr song = songWith({.title = "Track 1", .path = makeTone("Track 1.mp3"), .length = 60'123});
+    song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
+    window->recordedSongItem(song, DeviceType::SystemAudio);
+    EXPECT_EQ(song->getID3Status(), static_cast<int>(ID3Status::Waiting));
+    EXPECT_TRUE(waitUntil([&] {
+        if (!lines.contains(status()))
+            lines << status();
+        if (gate().isGettingID3())
+            window->displayStatus("not now");
+        return song->getID3Status() == static_cast<int>(ID3Status::Identified);
+    }));
+    EXPECT_EQ(song->songPath(), inHome("Hill_Band.mp3"));
+    EXPECT_TRUE(lines.contains("Looking up track names…")) << qPrintable(lines.join('|'));
+    EXPECT_FALSE(lines.contains("not now"));
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(status().startsWith("1 track"));
+    // Neither where the user does not want it, nor from a microphone.
+    UserDefaults::standardUserDefaults().setBool(false, "MusicFilesAutoGetID3");
+    song->setGetID3Status(0);
+    window->recordedSongItem(song, DeviceType::SystemAudio);
+    UserDefaults::standardUserDefaults().removeObjectForKey("MusicFilesAutoGetID3");
+    window->recordedSongItem(song, DeviceType::Microphone);
+    EXPECT_EQ(song->getID3Status(), 0);
+}
+
+TEST_F(Gate, SpeaksOfShortTracksWhoseNamesTheUserAsksFor) {
+    bringUp();
+    recogniser->otherwise = FakeRecogniser::saying({kFound});
+    struct Case {
+        const char *name;
+        qint64 length;
+        bool isMutableGet, warns;
+        ID3Status status;
+        qsizetype alerts;
+    };
+    for (const Case &row : QList<Case>{
+             {"long enough", 20'000, false, true, ID3Status::Identified, 0},
+             {"too short", 19'999, false, true, ID3Status::NotFound, 1},
+             {"not told again", 19'999, false, false, ID3Status::NotFound, 0},
+             {"one of many", 19'999, true, true, ID3Status::Waiting, 0},
+         }) {
+        SCOPED_TRACE(row.name);
+        asked.clear();
+        suppresses = true;
+        UserDefaults::standardUserDefaults().setBool(row.warns, "SHowWarningLess20S");
+        const SongPtr song = add(row.length);
+        gate().getID3WithSongItems({song}, row.isMutableGet);
+        EXPECT_TRUE(reaches(song, row.status));
+        EXPECT_EQ(asked.size(), row.alerts);
+        EXPECT_EQ(UserDefaults::standardUserDefaults().boolForKey("SHowWarningLess20S"), row.warns && !row.alerts);
+    }
+}
+
+TEST_F(Gate, AsksForAnotherTryWhileNobodyCanBeAsked) {
+    gate().initGetID3Ctr();
+    window->window().show();
+    const SongPtr song = add();
+    const auto isOpen = [this] { return gate().warningNetworkWnd() != nullptr; };
+    const auto ask = [&] {
+        EXPECT_TRUE(waitUntil([&] {
+            gate().getID3WithSongItem(song);
+            return isOpen();
+        }));
+    };
+    ask();
+    EXPECT_EQ(song->getID3Status(), 3); // asked for while the queue was on its way
+    song->setGetID3Status(0);
+    button("Cancel")->click();
+    EXPECT_TRUE(waitUntil([&] { return !isOpen(); }));
+    EXPECT_EQ(song->getID3Status(), 0);
+    ask();
+    button("Try Again")->click();
+    EXPECT_FALSE(button("Try Again")->isEnabled());
+    EXPECT_TRUE(waitUntil([&] { return button("Try Again")->isEnabled(); }));
+    ID3TagControl::setDefaultManager(recogniser);
+    recogniser->otherwise = FakeRecogniser::saying({kFound});
+    button("Try Again")->click();
+    EXPECT_TRUE(reaches(song, ID3Status::Identified));
+    EXPECT_FALSE(isOpen());
+    // All sources turned off again: a recording is left alone.
+    recogniser->usable = false;
+    song->setGetID3Status(0);
+    window->recordedSongItem(song, DeviceType::SystemAudio);
+    EXPECT_EQ(song->getID3Status(), 0);
+    ask();
+}
+
+TEST_F(Gate, EndsWhatIsInHandWithTheProgramAndWithItsTrack) {
+    bringUp();
+    recogniser->otherwise = FakeRecogniser::hang;
+    const SongPtr song = add();
+    gate().getID3WithSongItem(song);
+    ASSERT_TRUE(reaches(song, ID3Status::Searching));
+    window->libraryCtr().listViewCtr().tableView()->selectRowIndexes({0});
+    window->libraryCtr().listViewCtr().deleteSongItem();
+    EXPECT_TRUE(waitUntil([this] { return !gate().isGettingID3(); }));
+    const SongPtr next = add();
+    gate().getID3WithSongItem(next);
+    ASSERT_TRUE(reaches(next, ID3Status::Searching));
+    window->mainWindowWillClose();
+    EXPECT_EQ(next->getID3Status(), 0); // can be asked for again
+    EXPECT_TRUE(GetMusicID3Controller::waitForWorkers(std::chrono::milliseconds(0)));
+}
