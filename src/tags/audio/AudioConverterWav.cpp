@@ -73,10 +73,9 @@ int32_t AudioConverter::convertAudioToWav(const QString &path, const QString &to
             break;
     }
     resampler.finish();
-    if (file.seek(0))
-        file.write(wavHeader(written));
-    // A failure leaves no file, which is how the caller learns of it.
-    if (written > 0)
+    const QByteArray header = wavHeader(written);
+    // A failure leaves no file, which is how the caller learns of it; commit() would not tell of a flush that fails.
+    if (written > 0 && file.seek(0) && file.write(header) == header.size() && file.flush())
         file.commit();
     return 1;
 }

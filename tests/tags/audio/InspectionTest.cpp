@@ -181,9 +181,11 @@ TEST_F(AudioFiles, AFailedCutLeavesNoFileAndNoOlderOne) {
     EXPECT_FALSE(QFile::exists(target));
     EXPECT_EQ(AudioConverter::convertAudioToWav(source, inHome("no/folder/a.wav"), /*forEndTime=*/30), 1);
 
-    const NoRoomOnDisk noRoom(100'000);
-    EXPECT_EQ(AudioConverter::convertAudioToWav(source, target, /*forEndTime=*/30), 1);
-    EXPECT_EQ(QDir(QDir::homePath()).entryList({"*wav*"}), QStringList()) << "no temporary file either";
+    for (const rlim_t room : {0, 100'000, 44 + 441'000 * 4 - 1}) {
+        const NoRoomOnDisk noRoom(room);
+        EXPECT_EQ(AudioConverter::convertAudioToWav(source, target, /*forEndTime=*/30), 1);
+        EXPECT_EQ(QDir(QDir::homePath()).entryList({"*wav*"}), QStringList()) << room << ": no temporary file either";
+    }
 }
 
 TEST_F(AudioFiles, SeveralThreadsCutAtOnce) {
