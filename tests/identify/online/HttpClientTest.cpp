@@ -1,0 +1,168 @@
+#include "identify/online/HttpClient.h"
+#include "MadeClock.h"
+#include "demo/RecognitionServer.h"
+
+#include <QElapsedTimer>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Answer = RecognitionServer::Answer;
+using Trouble = Answer::Trouble;
+
+TEST(HostPace, KeepsTheSpacingAndBacksOff) {
+    MadeClock clock;
+    HostPace pace(clock);
+    const auto turn = [&](const char *host, std::chrono::milliseconds spacing) {
+        EXPECT_TRUE(pace.waitForTurn(QString::fromLatin1(host), spacing, {}));
+        return clock.seconds();
+    };
+    EXPECT_EQ(turn("a", 1s), 0);
+    EXPECT_EQ(turn("a", 1s), 1);
+    EXPECT_EQ(turn("b", 333ms), 1) << "each host has a pace of its own";
+    EXPECT_NEAR(turn("b", 333ms), 1.333, 1e-6);
+    double before = turn("a", 1s);
+    for (const double delay : {1, 2, 4, 8, 16, 32, 32}) {
+        pace.wasRefused("a");
+        const double now = turn("a", 1s);
+        EXPECT_EQ(now - before, delay);
+        before = now;
+    }
+    for (const double delay : {16, 8, 4, 2, 1, 1}) {
+        pace.wasAnswered("a");
+        turn("a", 1s); // by the spacing that held when the last one went out
+        before = clock.seconds();
+        EXPECT_EQ(turn("a", 1s) - before, delay);
+    }
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_FALSE(pace.waitForTurn("a", 1s, stop.get_token()));
+}
+
+TEST(HostPace, GivesEachOfSeveralThreadsATurnOfItsOwn) {
+    MadeClock clock;
+    HostPace pace(clock);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int turn = 0; turn < 25; ++turn)
+                pace.waitForTurn("a", 1s, {});
+        });
+    threads.clear();
+    EXPECT_EQ(clock.seconds(), 99);
+}
+
+class HttpClients : public testing::Test {
+protected:
+    HttpAnswer fetched(const QString &path, HttpRequest request = {}) {
+        request.url = QUrl(server.address() + path);
+        return client.fetch(request, {});
+    }
+    qsizetype asked() const { return server.requests().size(); }
+
+    RecognitionServer server;
+    MadeClock clock;
+    HttpClient client{clock, {.time = 1s}};
+};
+
+struct TroubleCase {
+    const char *name;
+    QList<Answer> answers;
+    int status;
+    qsizetype requests;
+    double seconds; // that politeness took
+    QByteArray form = {};
+};
+
+TEST(HttpClient, TakesWholeAnswersAndBearsWithTrouble) {
+    const Answer good{200, "{}"};
+    const Answer refused{429, "{}"};
+    const Answer away{302, {}, "Location: /a\r\n"};
+    for (const auto &[name, answers, status, requests, seconds, form] : {
+             TroubleCase{"an answer", {good}, 200, 1, 0},
+             TroubleCase{"an error in words", {{404, "none"}}, 404, 1, 0},
+             TroubleCase{"a broken service", {{500, "oh"}}, 500, 1, 0},
+             TroubleCase{"refused twice", {refused, {503, "<html>"}, good}, 200, 3, 1 + 2},
+             TroubleCase{"refused for ever", {refused}, 429, 4, 1 + 2 + 4},
+             TroubleCase{"five hops", {away, away, away, away, away, good}, 200, 6, 5},
+             TroubleCase{"a loop", {away}, 0, 6, 5},
+             TroubleCase{"a hop out of the web", {{302, {}, "Location: file:///etc/passwd\r\n"}}, 0, 1, 0},
+             TroubleCase{"a hop to nowhere", {{302, {}}, good}, 302, 1, 0},
+             TroubleCase{"a form is not sent elsewhere", {away, good}, 302, 1, 0, "a=b"},
+             TroubleCase{"a cut body", {{200, QByteArray(5000, ' '), {}, Trouble::Cut}}, 0, 1, 0},
+             TroubleCase{"silence", {{200, {}, {}, Trouble::Silence}}, 0, 1, 0},
+             TroubleCase{"too much", {{200, QByteArray(100'001, ' ')}}, 0, 1, 0},
+             TroubleCase{"just enough", {{200, QByteArray(100'000, ' ')}}, 200, 1, 0},
+         }) {
+        SCOPED_TRACE(name);
+        RecognitionServer server;
+        MadeClock clock;
+        HttpClient client(clock, {.time = 1s});
+        server.setAnswers("/a", answers);
+        const HttpAnswer answer =
+            client.fetch({.url = QUrl(server.address() + "/a"), .form = form, .sizeLimit = 100'000}, {});
+        EXPECT_EQ(answer.status, status) << qPrintable(answer.error);
+        EXPECT_EQ(server.requests().size(), requests);
+        EXPECT_EQ(clock.seconds(), seconds);
+    }
+}
+
+TEST_F(HttpClients, AskOnlyTheWebAndNobodyWithAFalseCertificate) {
+    const RecognitionServer secure(/*isSecure=*/true);
+    for (const QString &address : {secure.address() + "/a", QString("file:///etc/passwd"), QString("data:,a"),
+                                   QString("http://"), QString(), QString("http://nobody.invalid/")}) {
+        SCOPED_TRACE(address.toStdString());
+        const HttpAnswer answer = client.fetch({.url = QUrl(address)}, {});
+        EXPECT_EQ(answer.status, 0);
+        EXPECT_FALSE(answer.error.isEmpty());
+    }
+    EXPECT_EQ(secure.requests(), QStringList());
+}
+
+TEST_F(HttpClients, DoNotReadAnAvalancheToItsEnd) {
+    server.setAnswers("/a", {{200, QByteArray(60'000'000, 'a')}});
+    EXPECT_EQ(fetched("/a").status, 0);
+    server.setAnswers("/a", {{200, "{}"}});
+    EXPECT_EQ(fetched("/a").status, 200) << "and go on";
+}
+
+TEST_F(HttpClients, AskNobodyTwiceForWhatIsKnown) {
+    server.setAnswers("/a", {{200, R"({"a":1})"}});
+    server.setAnswers("/html", {{200, "<html>"}});
+    server.setAnswers("/none", {{404, "<html>"}});
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(fetched("/a").body, R"({"a":1})");
+        EXPECT_EQ(fetched("/none").status, 404);
+    }
+    EXPECT_EQ(asked(), 2);
+    for (const HttpRequest &request : {HttpRequest{.url = {}, .form = "a=1"}, HttpRequest{.url = {}, .form = "a=2"},
+                                       HttpRequest{.url = {}, .isRemembered = false}})
+        EXPECT_EQ(fetched("/a", request).status, 200);
+    EXPECT_EQ(asked(), 5);
+    fetched("/html");
+    fetched("/html");
+    EXPECT_EQ(asked(), 7) << "which was somebody else's answer";
+}
+
+TEST_F(HttpClients, EndSoonAfterAStop) {
+    server.setAnswers("/a", {{200, {}, {}, Trouble::Silence}});
+    HttpClient real;                        // with the real clock, and 30 seconds
+    for (const char *path : {"/a", "/b"}) { // the second waits for its turn
+        std::stop_source stop;
+        QElapsedTimer sinceStop;
+        std::jthread stopping([&] {
+            while (server.requests().isEmpty())
+                std::this_thread::yield();
+            sinceStop.start();
+            stop.request_stop();
+        });
+        EXPECT_EQ(real.fetch({.url = QUrl(server.address() + path)}, stop.get_token()).status, 0);
+        stopping.join();
+        EXPECT_LT(sinceStop.elapsed(), 200);
+    }
+    EXPECT_EQ(asked(), 1);
+}
+
+} // namespace
