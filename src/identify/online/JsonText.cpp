@@ -1,0 +1,24 @@
+#include "identify/online/JsonText.h"
+
+#include <QUuid>
+#include <cmath>
+
+QString textOf(const QJsonValue &value) {
+    if (value.isDouble())
+        return QString::number(value.toDouble(), 'g', 15);
+    QString text = value.toString();
+    text.removeIf([](QChar character) { return character.category() == QChar::Other_Control; });
+    text = text.trimmed();
+    return text.isEmpty() ? QString() : text;
+}
+
+std::optional<double> numberOf(const QJsonValue &value) {
+    bool isNumber = value.isDouble();
+    const double number = isNumber ? value.toDouble() : value.toString().toDouble(&isNumber);
+    return isNumber && std::isfinite(number) ? std::optional(number) : std::nullopt;
+}
+
+QString identifierOf(const QJsonValue &value) {
+    const QUuid identifier(value.toString());
+    return identifier.isNull() ? QString() : identifier.toString(QUuid::WithoutBraces);
+}

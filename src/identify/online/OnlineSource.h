@@ -1,0 +1,30 @@
+// Asks AcoustID what a track is, by its fingerprint, and MusicBrainz how that is called and where it appeared.
+//
+// What leaves the computer is the fingerprint and the length; and only if the user allows it.
+//
+// Threads: as RecogniserSource says.
+#pragma once
+
+#include "identify/online/HttpClient.h"
+#include "identify/recognition/RecogniserSource.h"
+
+#include <memory>
+#include <mutex>
+
+struct RecognitionSettings;
+
+class OnlineSource : public RecogniserSource {
+public:
+    explicit OnlineSource(std::shared_ptr<HttpClient> client) : client_(std::move(client)) {}
+
+    QString key() const override;
+    bool isUsable() const override;
+    RecogniserAnswer recognise(const RecognitionTask &task, const std::stop_token &stop) override;
+
+private:
+    bool mayAsk(const RecognitionSettings &settings);
+
+    const std::shared_ptr<HttpClient> client_;
+    std::mutex mutex_;
+    QString refusedKey_; // under mutex_; the service does not know it
+};

@@ -1,0 +1,134 @@
+#include "identify/online/OnlineSource.h"
+#include "MadeClock.h"
+#include "OnlineSettings.h"
+#include "platform/run/Log.h"
+#include "support/MadeAudio.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Answer = RecognitionServer::Answer;
+using Outcome = RecogniserAnswer::Outcome;
+
+class OnlineSources : public testing::Test {
+protected:
+    OnlineSources() {
+        setLogSink([this](const QString &line) { log << line; });
+        server.setSongs({song});
+        setRecognition(server.address());
+    }
+    ~OnlineSources() override { setLogSink({}); }
+
+    RecogniserAnswer recognised(double seconds = 200) {
+        return source.recognise({.songID = 1, .songPath = path, .milliseconds = static_cast<int64_t>(seconds * 1000)},
+                                {});
+    }
+    QStringList asked() const {
+        QStringList paths;
+        const QStringList requests = server.requests();
+        for (const QString &request : requests)
+            paths << request.section(' ', 1).section('?', 0, 0).section('/', 1, 3);
+        return paths;
+    }
+
+    const QString path = makeSound("a.mp3", "anoisesrc=d=5:seed=1");
+    const RecognitionServer::Song song{.title = "Title", .artist = "Artist", .album = "Album", .seconds = 200};
+    RecognitionServer server;
+    MadeClock clock;
+    OnlineSource source{std::make_shared<HttpClient>(clock, HttpClient::Limits{.time = 2s})};
+    QStringList log;
+};
+
+TEST_F(OnlineSources, NameATrackAndAskOnce) {
+    for (int i = 0; i < 2; ++i) {
+        const auto [outcome, found] = recognised();
+        ASSERT_EQ(outcome, Outcome::Found);
+        EXPECT_EQ(found.title, "Title");
+        EXPECT_EQ(found.artist, "Artist");
+        EXPECT_EQ(found.album, "Album");
+        EXPECT_EQ(found.year, "2001");
+        EXPECT_EQ(found.genre, "rock");
+        EXPECT_EQ(found.releaseID, song.releaseID());
+        EXPECT_EQ(found.releaseGroupID, song.releaseGroupID());
+    }
+    EXPECT_EQ(asked(), (QStringList{"v2/lookup", "ws/2/recording"}));
+}
+
+TEST_F(OnlineSources, BearWithLengthsThatAreOffAndGuessNothing) {
+    for (const auto &[seconds, outcome, requests] : {std::tuple<double, Outcome, qsizetype>{206.4, Outcome::Found, 2},
+                                                     {185, Outcome::Found, 2 + 3 - 1}, // the names are known by then
+                                                     {231, Outcome::NotFound, 4 + 2}}) {
+        EXPECT_EQ(recognised(seconds).outcome, outcome) << seconds;
+        EXPECT_EQ(asked().size(), requests) << seconds;
+    }
+}
+
+TEST_F(OnlineSources, AskNobodyWithoutConsentKeyOrSound) {
+    for (const auto &[isOnline, key] : {std::pair{false, RecognitionServer::kKey}, std::pair{true, ""}}) {
+        setRecognition(server.address(), isOnline, key);
+        EXPECT_FALSE(source.isUsable());
+        EXPECT_EQ(recognised().outcome, Outcome::Failed);
+    }
+    setRecognition(server.address());
+    EXPECT_TRUE(source.isUsable());
+    EXPECT_EQ(source.recognise({.songID = 1, .songPath = inHome("gone.mp3"), .milliseconds = 200'000}, {}).outcome,
+              Outcome::Failed);
+    EXPECT_EQ(asked(), QStringList());
+}
+
+TEST_F(OnlineSources, TellOfAWrongKeyOnceAndAskNoMore) {
+    setRecognition(server.address(), /*isOnline=*/true, "another");
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(recognised().outcome, Outcome::Failed);
+    EXPECT_EQ(asked().size(), 1);
+    EXPECT_EQ(log.filter("key").size(), 1);
+    setRecognition(server.address());
+    EXPECT_EQ(recognised().outcome, Outcome::Found);
+}
+
+struct ServiceCase {
+    const char *name;
+    const char *path;
+    Answer answer;
+    bool isAskedAgain = true;
+};
+
+TEST_F(OnlineSources, FailWhereAServiceFailsAndCanBeAskedAgain) {
+    const Answer silent{200, {}, {}, Answer::Trouble::Silence};
+    for (const auto &[name, where, answer, isAskedAgain] : {
+             ServiceCase{"HTML", "/v2", {200, "<html>"}},
+             ServiceCase{"refused", "/v2", {429, R"({"status":"error","error":{"code":14}})"}},
+             ServiceCase{"avalanche", "/v2", {200, '{' + QByteArray(60'000'000, ' ')}},
+             ServiceCase{"silence", "/v2", silent},
+             ServiceCase{"cut", "/ws", {200, "{\"id\":1}", {}, Answer::Trouble::Cut}},
+             ServiceCase{"busy", "/ws", {503, "<html>busy"}},
+             ServiceCase{"other server", "/ws", {404, "<html>"}, false},
+             ServiceCase{"numbers for texts", "/ws", {200, R"({"id":1,"title":2})"}, false},
+         }) {
+        SCOPED_TRACE(name);
+        RecognitionServer own;
+        own.setSongs({song});
+        own.setAnswers(where, {answer});
+        setRecognition(own.address());
+        EXPECT_EQ(recognised().outcome, Outcome::Failed);
+        own.setAnswers(where, {});
+        EXPECT_EQ(recognised().outcome, isAskedAgain ? Outcome::Found : Outcome::Failed);
+    }
+    setRecognition("http://127.0.0.1:1");
+    EXPECT_EQ(recognised().outcome, Outcome::Failed);
+    EXPECT_EQ(recognised().outcome, Outcome::Failed);
+    EXPECT_EQ(log.filter("Connection refused").size(), 1);
+}
+
+TEST_F(OnlineSources, KeepTheTitleOfARecordingThatWasMerged) {
+    server.setAnswers("/ws", {{404, R"({"error":"Not Found"})"}});
+    const auto [outcome, found] = recognised();
+    EXPECT_EQ(outcome, Outcome::Found);
+    EXPECT_EQ(found.title, "Title");
+    EXPECT_EQ(found.artist, "Artist");
+    EXPECT_TRUE(found.album.isNull());
+}
+
+} // namespace
