@@ -1,0 +1,126 @@
+#include "identify/online/ImageSearch.h"
+
+#include "identify/online/JsonText.h"
+#include "identify/online/MusicBrainz.h"
+#include "identify/recognition/RecognitionSettings.h"
+
+#include <QFile>
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qsizetype kMostCandidates = 4;
+// The queue gives a track 90 seconds for everything.
+constexpr auto kTime = 45s;
+
+/// The covers of one track.
+class CoverSearch {
+public:
+    CoverSearch(HttpClient &client, const std::stop_token &stop)
+        : client_(client), settings_(RecognitionSettings::current()), stop_(stop) {}
+
+    void look(const Recognition &recognition) {
+        addPicture(recognition.cover);
+        if (!settings_.online)
+            return;
+        if (!recognition.releaseID.isEmpty() || !recognition.releaseGroupID.isEmpty())
+            addRelease({recognition.releaseID, recognition.releaseGroupID});
+        if (pictures_.isEmpty() && !recognition.artist.isEmpty() && !recognition.album.isEmpty())
+            addFoundReleases(recognition.artist, recognition.album);
+    }
+
+    const QList<QByteArray> &pictures() const { return pictures_; }
+
+private:
+    bool isOver() const {
+        return stop_.stop_requested() || pictures_.size() >= kMostCandidates || std::chrono::steady_clock::now() > end_;
+    }
+
+    void addPicture(const QUrl &address) {
+        if (isOver() || address.isEmpty())
+            return;
+        QByteArray content;
+        if (address.isLocalFile())
+            content = pictureFile(address.toLocalFile());
+        else if (settings_.online)
+            content = fetched(address, kLargestPictureBytes, /*isRemembered=*/false).body;
+        const QByteArray picture = keepablePicture(content);
+        if (!picture.isEmpty() && !pictures_.contains(picture))
+            pictures_.append(picture);
+    }
+
+    HttpAnswer fetched(const QUrl &address, qint64 sizeLimit, bool isRemembered) const {
+        HttpAnswer answer =
+            client_.fetch({.url = address, .sizeLimit = sizeLimit, .isRemembered = isRemembered}, stop_);
+        return answer.status == 200 ? answer : HttpAnswer();
+    }
+
+    HttpAnswer fetched(const QString &address) const {
+        return fetched(QUrl(address), HttpRequest().sizeLimit, /*isRemembered=*/true);
+    }
+
+    void addRelease(const FoundRelease &release) {
+        const qsizetype before = pictures_.size();
+        if (!release.releaseID.isEmpty() && !isOver())
+            addListed(fetched(settings_.coverArtAddress + "/release/" + release.releaseID + '/').body);
+        // Another release of the same album may have what this one lacks.
+        if (pictures_.size() == before && !release.releaseGroupID.isEmpty())
+            addPicture(settings_.coverArtAddress + "/release-group/" + release.releaseGroupID + "/front-1200");
+    }
+
+    void addListed(const QByteArray &body) {
+        const auto answer = jsonObject(body);
+        const QJsonArray images = answer ? (*answer)["images"].toArray() : QJsonArray();
+        for (const bool isFront : {true, false})
+            for (const auto &image : images)
+                if (image.toObject()["front"].toBool() == isFront)
+                    addPicture(addressOf(image.toObject()));
+    }
+
+    static QUrl addressOf(const QJsonObject &image) {
+        const QJsonObject smaller = image["thumbnails"].toObject();
+        for (const char *size : {"1200", "large", "500"})
+            if (const QString address = textOf(smaller[QLatin1String(size)]); !address.isNull())
+                return address;
+        return textOf(image["image"]);
+    }
+
+    void addFoundReleases(const QString &artist, const QString &album) {
+        if (isOver())
+            return;
+        const HttpAnswer answer = fetched(settings_.musicBrainzAddress + releaseSearchPath(artist, album));
+        const QList<FoundRelease> releases = releasesFound(answer.body, artist, album);
+        for (const FoundRelease &release : releases) {
+            addRelease(release);
+            if (isOver() || !pictures_.isEmpty())
+                return;
+        }
+    }
+
+    HttpClient &client_;
+    const RecognitionSettings settings_;
+    const std::stop_token &stop_;
+    const std::chrono::steady_clock::time_point end_ = std::chrono::steady_clock::now() + kTime;
+    QList<QByteArray> pictures_;
+};
+
+} // namespace
+
+void ImageSearch::getCoverImage(const QVariantList &wanted, int32_t forSongID, const std::stop_token &stop) {
+    Recognition recognition = recognitionFor_(forSongID);
+    recognition.artist = wanted.value(0).toString();
+    recognition.album = wanted.value(1).toString();
+    CoverSearch search(*client_, stop);
+    search.look(recognition);
+    QStringList paths;
+    if (!stop.stop_requested())
+        for (const QByteArray &picture : search.pictures())
+            if (const QString path = FetchedPictures::keep(picture); !path.isNull())
+                paths << path;
+    if (paths.isEmpty())
+        delegate()->getCoverImageError({{"SongID", forSongID}});
+    else
+        delegate()->getCoverImageInfo({{"ResultAry", paths}, {"SongID", forSongID}});
+}
