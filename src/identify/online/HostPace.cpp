@@ -1,7 +1,8 @@
 #include "identify/online/HostPace.h"
 
+#include "platform/run/Semaphore.h"
+
 #include <algorithm>
-#include <condition_variable>
 
 using namespace std::chrono_literals;
 
@@ -13,10 +14,10 @@ constexpr std::chrono::milliseconds kLongestDelay = 32s;
 PaceClock::TimePoint PaceClock::now() const { return std::chrono::steady_clock::now(); }
 
 bool PaceClock::waitUntil(TimePoint time, const std::stop_token &stop) {
-    std::mutex mutex;
-    std::condition_variable_any never;
-    std::unique_lock lock(mutex);
-    never.wait_until(lock, stop, time, [] { return false; });
+    Semaphore stopped;
+    const std::stop_callback wake(stop, [&stopped] { stopped.post(); });
+    while (!stop.stop_requested() && now() < time)
+        stopped.waitAtMost(semaphoreTime(time - now()));
     return !stop.stop_requested();
 }
 

@@ -5,9 +5,17 @@
 
 #include <QHash>
 #include <QString>
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <mutex>
 #include <stop_token>
+
+/// As much of `time` as a Semaphore waits at once, in milliseconds and at least one.
+inline int semaphoreTime(std::chrono::nanoseconds time) {
+    const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(time).count();
+    return static_cast<int>(std::clamp<int64_t>(milliseconds, 1, 900));
+}
 
 /// The time by which requests are paced.
 class PaceClock {

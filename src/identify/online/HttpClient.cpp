@@ -1,11 +1,12 @@
 #include "identify/online/HttpClient.h"
 
 #include "platform/run/Log.h"
+#include "platform/run/Semaphore.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <condition_variable>
+#include <optional>
 
 using namespace std::chrono_literals;
 
@@ -61,18 +62,25 @@ bool isAnswer(QNetworkReply::NetworkError error) {
 /// One question and its answer, shared by who asked and "Network".
 struct HttpClient::Exchange {
     HttpRequest request;
-    std::mutex mutex;
-    std::condition_variable_any ended;
-    bool isEnded = false; // under mutex, as the answer is
-    HttpAnswer answer;
+    Semaphore changed;
 
+    /// The first answer counts.
     void end(HttpAnswer with) {
-        const std::lock_guard lock(mutex);
-        if (std::exchange(isEnded, true))
-            return;
-        answer = std::move(with);
-        ended.notify_all();
+        {
+            const std::lock_guard lock(mutex_);
+            if (!answer_)
+                answer_ = std::move(with);
+        }
+        changed.post();
     }
+    std::optional<HttpAnswer> answer() {
+        const std::lock_guard lock(mutex_);
+        return answer_;
+    }
+
+private:
+    std::mutex mutex_;
+    std::optional<HttpAnswer> answer_; // under mutex_
 };
 
 /// Lives on the thread "Network". Ends with the program's event loop, if not before.
@@ -222,10 +230,16 @@ HttpAnswer HttpClient::ask(const HttpRequest &request, std::chrono::milliseconds
     exchange->request = request;
     Network *carrier = network();
     carrier->start(exchange);
-    std::unique_lock lock(exchange->mutex);
-    if (exchange->ended.wait_for(lock, stop, time, [&] { return exchange->isEnded; }))
-        return exchange->answer;
-    lock.unlock();
+    const std::stop_callback wake(stop, [&exchange] { exchange->changed.post(); });
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (!stop.stop_requested()) {
+        if (auto answer = exchange->answer())
+            return *answer;
+        const auto left = end - std::chrono::steady_clock::now();
+        if (left <= 0s)
+            break;
+        exchange->changed.waitAtMost(semaphoreTime(left));
+    }
     carrier->abandon(exchange);
     return failure(stop.stop_requested() ? "stopped" : "it takes too long");
 }
