@@ -229,9 +229,16 @@ QString ListViewCtr::changeImage() {
     if (!Look::shared().isMotionReduced() && ++g_ImageIndex > kFrames)
         g_ImageIndex = 1;
     // The timer may go on after the last track is done: there is nothing to be drawn then.
-    if (sender() == &timer_ && std::ranges::any_of(*marrSongs_, isBusy))
+    if (sender() == &timer_ && isAnyBusyInSight())
         tableView_->updateColumn(kIdentifyColumn);
     return QStringLiteral("progress_0%1.png").arg(qMax(g_ImageIndex, 1));
+}
+
+bool ListViewCtr::isAnyBusyInSight() const {
+    const int first = qMax(0, tableView_->rowAt(0));
+    const int below = tableView_->rowAt(tableView_->viewport()->height() - 1);
+    const qsizetype count = (below < 0 ? marrSongs_->size() : below + 1) - first;
+    return std::ranges::any_of(marrSongs_->mid(first, count), isBusy);
 }
 
 bool ListViewCtr::eventFilter(QObject *watched, QEvent *event) {

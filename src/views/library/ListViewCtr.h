@@ -138,6 +138,7 @@ private:
     void buttonAction(const SongPtr &song);
     void editMusicTagsForButtonCell();
     void updateTimer();
+    bool isAnyBusyInSight() const;
     QString changeImage();
     QPoint getLocation(int row) const;
     void updateMenuButton();
