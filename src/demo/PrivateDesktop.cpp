@@ -19,6 +19,8 @@ PrivateDesktop::~PrivateDesktop() {
 }
 
 bool PrivateDesktop::start() {
+    // On a desktop of another kind the program would choose that, and show itself to the user.
+    qputenv("QT_QPA_PLATFORM", "xcb");
     const QString screen = QStringLiteral("%1x%2x24").arg(size_.width()).arg(size_.height());
     // Both tell on their standard output how they can be reached.
     return launch(

@@ -17,8 +17,8 @@ public:
     explicit PrivateDesktop(const QString &folder, const QSize &size = kSize);
     ~PrivateDesktop();
 
-    /// Starts both and sets DISPLAY and DBUS_SESSION_BUS_ADDRESS for this process and its children. False when one of
-    /// them did not come up within ten seconds: see errorText().
+    /// Starts both and sets DISPLAY, QT_QPA_PLATFORM and DBUS_SESSION_BUS_ADDRESS for this process and its children.
+    /// False when one of them did not come up within ten seconds: see errorText().
     [[nodiscard]] bool start();
 
     /// A picture of the whole display.

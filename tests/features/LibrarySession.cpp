@@ -39,7 +39,6 @@ double frequencyOf(const std::vector<float> &samples) {
 } // namespace
 
 void LibrarySession::SetUp() {
-    qunsetenv("QT_QPA_PLATFORM");
     const QString error = machine.start();
     ASSERT_TRUE(error.isNull()) << qPrintable(error);
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
