@@ -57,13 +57,17 @@ QImage picture(xcb_connection_t *display, const xcb_screen_t &screen) {
 
 FrameCamera::FrameCamera(const QString &folder) : folder_(folder), thread_([this] { run(); }) {}
 
-FrameCamera::~FrameCamera() {
+FrameCamera::~FrameCamera() { stop(); }
+
+QString FrameCamera::stop() {
     {
         const std::lock_guard guard(mutex_);
         isOver_ = true;
     }
     end_.notify_one();
-    thread_.join();
+    if (thread_.joinable())
+        thread_.join();
+    return error_;
 }
 
 bool FrameCamera::isOver(std::chrono::steady_clock::time_point until) {
@@ -74,12 +78,18 @@ bool FrameCamera::isOver(std::chrono::steady_clock::time_point until) {
 void FrameCamera::run() {
     const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> display(xcb_connect(nullptr, nullptr),
                                                                                &xcb_disconnect);
+    error_ = QStringLiteral("no picture of the window could be taken");
     if (xcb_connection_has_error(display.get()))
         return;
     const xcb_screen_t &screen = *xcb_setup_roots_iterator(xcb_get_setup(display.get())).data;
     auto due = std::chrono::steady_clock::now();
-    for (int number = 0; !isOver(due); due += kInterval)
-        if (const QImage image = picture(display.get(), screen); !image.isNull())
-            image.save(QDir(folder_).filePath(QStringLiteral("%1.png").arg(number++, 3, 10, QLatin1Char('0'))), "PNG",
-                       kFastPng);
+    for (int number = 0; !isOver(due); due += kInterval) {
+        const QImage image = picture(display.get(), screen);
+        if (image.isNull())
+            continue;
+        const QString path = QDir(folder_).filePath(QStringLiteral("%1.png").arg(number++, 3, 10, QLatin1Char('0')));
+        error_ = image.save(path, "PNG", kFastPng) ? QString() : path + " cannot be written";
+        if (!error_.isNull())
+            return;
+    }
 }

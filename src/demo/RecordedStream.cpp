@@ -36,7 +36,8 @@ QString recordOn(const RecordingPlan &plan, PrivateMachine &machine) {
     if (!machine.sound().play(plan.wavPath))
         return "the file could not be played: " + machine.sound().errorText();
     QThread::sleep(2);
-    camera.reset();
+    if (const QString error = camera ? camera->stop() : QString(); !error.isNull())
+        return error;
     if (!program.activateAction("stop"))
         return "the program does not answer";
     QThread::msleep(500); // for the picture only: the last track's card comes up
@@ -94,6 +95,9 @@ QString recordStream(const RecordingPlan &plan) {
     const QDir out(plan.outFolder);
     if (QString error = makeRoom(out); !error.isNull())
         return error;
+    // Behind that, since the pictures may be wanted in there.
+    if (!plan.framesFolder.isNull() && !QDir().mkpath(plan.framesFolder))
+        return plan.framesFolder + " cannot be made";
     qputenv("HOME", out.absoluteFilePath("home").toUtf8());
     PrivateMachine machine(plan.server);
     if (QString error = machine.start(); !error.isNull())

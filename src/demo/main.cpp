@@ -63,11 +63,8 @@ int main(int argc, char **argv) {
     plan.server = server == "pipewire" ? PrivateSoundServer::Kind::PipeWire : PrivateSoundServer::Kind::PulseAudio;
     plan.keepsShort = options.isSet("keep-short");
 
-    if (options.isSet("frames")) {
+    if (options.isSet("frames"))
         plan.framesFolder = QDir(options.value("frames")).absolutePath();
-        if (!QDir().mkpath(plan.framesFolder))
-            return fail(plan.framesFolder + " cannot be made");
-    }
 
     SongStream stream;
     const bool isOwnStream = options.positionalArguments().isEmpty();

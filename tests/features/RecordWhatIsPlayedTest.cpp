@@ -1,4 +1,6 @@
 // What a listener is promised, with the real program on a real sound server.
+#include "demo/FrameCamera.h"
+#include "demo/PrivateDesktop.h"
 #include "demo/RecordedStream.h"
 #include "support/MadeAudio.h"
 #include "support/OtherProgram.h"
@@ -27,6 +29,7 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
     plan.outFolder = folder.filePath("out");
     plan.server = server;
     plan.type = type;
+    plan.framesFolder = plan.outFolder + "/frames";
     ASSERT_TRUE(writeWav(stream, plan.wavPath));
     const QString error = recordStream(plan);
     QFile log(plan.outFolder + "/corvidia.log");
@@ -34,6 +37,7 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
     ASSERT_TRUE(error.isNull()) << qPrintable(error) << "\n" << logged.constData();
     EXPECT_FALSE(logged.contains("were lost")) << logged.constData();
 
+    EXPECT_GT(QDir(plan.framesFolder).entryList({"*.png"}).size(), 100);
     const QJsonArray tracks = tracksOfLibrary(plan.outFolder);
     for (const QString &complaint : complaintsAbout(tracks, stream))
         ADD_FAILURE() << qPrintable(complaint);
@@ -58,6 +62,15 @@ TEST_P(RecordWhatIsPlayed, KeepsEachSongInAFileOfItsOwn) {
     EXPECT_EQ(outputOf("sqlite3", {plan.outFolder + "/home/.local/share/Tessarine Corvidia/Library.db",
                                    "SELECT SongID, Title, EncodeKind, SampleRate FROM Song"}),
               "1|Track1|" + kind + "|44100\n2|Track2|" + kind + "|44100\n3|Track3|" + kind + "|44100");
+}
+
+TEST(FrameCamera, TellsWhenThereAreNoPictures) {
+    const QTemporaryDir folder;
+    PrivateDesktop desktop(folder.path());
+    ASSERT_TRUE(desktop.start()); // and nothing on it
+    EXPECT_EQ(FrameCamera(folder.path()).stop(), "no picture of the window could be taken");
+    qputenv("DISPLAY", ":none");
+    EXPECT_EQ(FrameCamera(folder.path()).stop(), "no picture of the window could be taken");
 }
 
 INSTANTIATE_TEST_SUITE_P(Servers, RecordWhatIsPlayed,
