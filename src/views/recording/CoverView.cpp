@@ -27,6 +27,8 @@ void CoverView::animationDidStart() {
 bool CoverView::animationDidStop() {
     if (delegate_)
         delegate_->animationDidStop(/*finished=*/mayMove());
+    if (!mayMove())
+        frames().forget(); // nobody comes for the last one
     update();
     return false;
 }

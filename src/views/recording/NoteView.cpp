@@ -76,8 +76,8 @@ void NoteView::initAnimation() {
 }
 
 void NoteView::startFlight(Note &note) {
-    note.image = noteImages().at(random_.bounded(noteImages().count()), devicePixelRatioF());
-    const QSizeF size = note.image.deviceIndependentSize();
+    note.image = random_.bounded(noteImages().count());
+    const QSizeF size = imageOf(note).deviceIndependentSize();
     note.target = CGRandomTarget(size);
     if (note.target.isNull())
         return;
@@ -154,7 +154,7 @@ void NoteView::arrangeStill() {
     for (size_t i = 0; i < kPlaces.size(); ++i) {
         const auto &[x, y, progress, image] = kPlaces[i];
         Note &note = notes_[i];
-        note.image = noteImages().at(image, devicePixelRatioF());
+        note.image = image;
         note.progress = progress;
         note.ratio = 0.9;
         note.target = {x * width(), y * height()};
@@ -163,9 +163,11 @@ void NoteView::arrangeStill() {
     update();
 }
 
+QPixmap NoteView::imageOf(const Note &note) const { return noteImages().at(note.image, devicePixelRatioF()); }
+
 /// Farther notes start larger; all end at one size.
 qreal NoteView::sizeOf(const Note &note) const {
-    const qreal first = note.image.deviceIndependentSize().width() * note.ratio;
+    const qreal first = imageOf(note).deviceIndependentSize().width() * note.ratio;
     return first + (kLastSize - first) * note.progress;
 }
 
@@ -192,8 +194,9 @@ void NoteView::paintEvent(QPaintEvent *) {
         if (note.isHidden)
             continue;
         const qreal size = sizeOf(note);
+        const QPixmap image = imageOf(note);
         painter.setOpacity(1 - note.progress * note.progress);
-        painter.drawPixmap(QRectF(positionOf(note) - QPointF(size, size) / 2, QSizeF(size, size)), note.image,
-                           QRectF(note.image.rect()));
+        painter.drawPixmap(QRectF(positionOf(note) - QPointF(size, size) / 2, QSizeF(size, size)), image,
+                           QRectF(image.rect()));
     }
 }

@@ -41,7 +41,7 @@ private:
     /// One note and its flight.
     struct Note {
         bool isHidden = true;
-        QPixmap image;
+        int image = 0; // of the six
         QPointF target;
         qreal ratio = 0;  // of the distance to the largest possible one
         qint64 start = 0; // on the clock; negative until the first tick
@@ -55,6 +55,7 @@ private:
     void hideNotes();
     void sightDidChange();
     QPointF middle() const { return QRectF(rect()).center(); }
+    QPixmap imageOf(const Note &note) const;
     qreal sizeOf(const Note &note) const;
     QPointF positionOf(const Note &note) const;
     QRect frameOf(const Note &note) const;

@@ -43,7 +43,11 @@ RecordAnimationCtr::RecordAnimationCtr()
     imageView_->hide();
     coverView_->setDelegate(this);
     connect(&sight_, &SightWatch::changed, this, [this] {
-        if (!sight_.mayMove() && !imageView_->isHidden())
+        if (imageView_->isHidden())
+            return;
+        if (sight_.mayMove())
+            imageView_->setPixmap(coverView_->lastFrame()); // light or dark, as it is now
+        else
             slideDidStop();
     });
     resizeUI();

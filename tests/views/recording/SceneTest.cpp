@@ -144,7 +144,9 @@ TEST_F(SceneTest, TheCoverComesOnceAndTells) {
     EXPECT_EQ(delegate.events, QStringList({"start", "finished"}));
     view.startAnimation();
     view.tick(2000);
+    const qint64 drawn = view.lastFrame().cacheKey();
     view.hide();
+    EXPECT_NE(view.lastFrame().cacheKey(), drawn) << "keeps its pictures";
     view.startAnimation();
     EXPECT_FALSE(view.isAnimating());
     EXPECT_EQ(delegate.events.mid(2), QStringList({"start", "cut short", "start", "cut short"}));
@@ -168,6 +170,27 @@ TEST_F(SceneTest, NotesFlyOutOfTheMiddleUntilTheyAreStopped) {
     view.tick(6000 + 1500);
     EXPECT_EQ(view.notesInSight(), 0);
     EXPECT_FALSE(SceneClock::shared().isTicking());
+}
+
+TEST_F(SceneTest, WhatMovesChangesFromLightToDarkAtOnce) {
+    RecordAnimationCtr &scene = RecordAnimationCtr::recordAnimation();
+    scene.view()->show();
+    scene.startNoteAnimation();
+    scene.startCoverAnimation();
+    scene.noteView()->tick(0);
+    scene.coverView()->tick(0);
+    scene.coverView()->tick(1500);
+    for (const Appearance appearance : {Appearance::Light, Appearance::Dark}) {
+        Look::shared().setAppearance(appearance);
+        const auto shows = [](QWidget *view, LookColour colour) {
+            const QImage image = view->grab().toImage().convertToFormat(QImage::Format_ARGB32);
+            const auto *pixels = reinterpret_cast<const QRgb *>(image.constBits());
+            return std::find(pixels, pixels + image.width() * image.height(), lookColour(colour).rgb()) !=
+                   pixels + image.width() * image.height();
+        };
+        EXPECT_TRUE(shows(scene.noteView(), LookColour::Teal));
+        EXPECT_TRUE(shows(scene.imageView(), LookColour::Paper2));
+    }
 }
 
 TEST(NoteView, TargetsLieWithinTheViewAndNotInItsMiddle) {
