@@ -64,19 +64,6 @@ TEST_F(SpectrumFeedTest, LosesNothingInSteadyRunning) {
     EXPECT_NE(display.results.first(), QList<int32_t>(Display::kBars));
 }
 
-TEST_F(SpectrumFeedTest, NineBlocksGiveAResultAndEightGiveNone) {
-    tone(8);
-    engine.deliverReports();
-    tone(1);
-    engine.deliverReports();
-    ASSERT_TRUE(display.hasResults(1));
-    tone(8);
-    engine.deliverReports();
-    QThread::msleep(20); // for the worker
-    QCoreApplication::processEvents();
-    EXPECT_EQ(display.results.size(), 1);
-}
-
 TEST_F(SpectrumFeedTest, ShowsWhatIsHeardWhileTheEngineHoldsItBack) {
     const AudioRecord::BlockHold hold(engine);
     for (qsizetype results = 1; results <= 4; ++results) {
