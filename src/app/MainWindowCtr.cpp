@@ -462,7 +462,7 @@ void MainWindowCtr::mainWindowWillClose() {
     mainExiting_ = true;
     if (libraryCtr_->playCtr().playItem())
         libraryCtr_->playCtr().stopPlay();
-    libraryCtr_->editCtr().endEditing();
+    libraryCtr_->editCtr().finish();
     recordViewCtr_->stopRecordingFile();
     isRecording_ = false;
     changeControlsState(isRecording_);

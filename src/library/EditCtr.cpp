@@ -41,6 +41,11 @@ void EditCtr::toggleEdit(TextButton *sender) {
     page_.setExpanded(isExpanded, /*animated=*/true);
 }
 
+void EditCtr::finish() {
+    id3ViewCtr_.endEditing();
+    id3ViewCtr_.finishCovers();
+}
+
 void EditCtr::panelDidSlide() {
     if (page_.isVisible()) {
         if (page_.isExpanded())

@@ -57,6 +57,8 @@ public:
     void refresh(const SongPtr &song);
     /// Takes over what is typed.
     void endEditing() { id3ViewCtr_.endEditing(); }
+    /// The same, and waits for covers on their way: the program ends.
+    void finish();
 
     ID3ViewCtr &id3ViewCtr() { return id3ViewCtr_; }
 

@@ -35,6 +35,7 @@ const QString kCoverKey = QStringLiteral("cover");
 const QString kCoverIndexKey = QStringLiteral("coverindex");
 constexpr QSize kCoverSize(600, 600);
 constexpr std::chrono::milliseconds kPatience(500); // the user takes what is done then for done at once
+constexpr std::chrono::seconds kPatienceAtEnd(10);  // longer than any picture takes that may be a cover
 constexpr unsigned long kPollMicroseconds = 1000;
 
 // What a drop or the clipboard has for a cover.
@@ -379,32 +380,74 @@ void ID3ViewCtr::coverImagesDidEndChange(const SongPtr &song) {
 }
 
 // What is answered at once is answered as it is; a picture that takes longer comes in later, and the window goes on.
-bool ID3ViewCtr::dragFile(ImageBrowserView &, const QMimeData &data) {
+bool ID3ViewCtr::dragFile(ImageBrowserView &, const QMimeData &data) { return take(data, visible()); }
+
+bool ID3ViewCtr::take(const QMimeData &data, int formerCell) {
     if (!isEditable() || coverImages_.isEmpty() || visible() != count() - 1)
         return false;
-    const QFuture<CoverCopy> copy = startCopy(offerOf(data));
-    for (const QDeadlineTimer deadline(kPatience); !copy.isFinished() && !deadline.hasExpired();)
-        QThread::usleep(kPollMicroseconds);
-    const SongPtr song = songItem_;
-    if (copy.isFinished())
-        return takeCopy(song, copy.result());
+    const auto cover = std::make_shared<ComingCover>(ComingCover{songItem_, startCopy(offerOf(data)), formerCell});
+    comingCovers_.append(cover);
+    if (waitFor(*cover, kPatience))
+        return takeComing(cover);
     auto *watcher = new QFutureWatcher<CoverCopy>(this);
-    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, song] {
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, cover] {
         watcher->deleteLater();
-        takeCopy(song, watcher->result());
+        takeComing(cover);
     });
-    watcher->setFuture(copy);
+    watcher->setFuture(cover->copy);
     return true;
+}
+
+bool ID3ViewCtr::waitFor(const ComingCover &cover, std::chrono::milliseconds patience) {
+    for (const QDeadlineTimer deadline(patience); !cover.copy.isFinished() && !deadline.hasExpired();)
+        QThread::usleep(kPollMicroseconds);
+    return cover.copy.isFinished();
+}
+
+// The one that was dropped last counts, however long each took.
+bool ID3ViewCtr::takeComing(const ComingCoverPtr &cover) {
+    const qsizetype place = comingCovers_.indexOf(cover);
+    const CoverCopy copy = cover->copy.result();
+    if (place < 0) {
+        if (!copy.path.isNull())
+            QFile::remove(copy.path);
+        return false;
+    }
+    comingCovers_.removeAt(place);
+    if (takeCopy(cover->song, copy)) {
+        const auto later = comingCovers_.begin() + place;
+        comingCovers_.erase(std::remove_if(comingCovers_.begin(), later,
+                                           [&cover](const auto &other) { return other->song == cover->song; }),
+                            later);
+        return true;
+    }
+    if (cover->song == songItem_ && view_ && visible() == count() - 1) {
+        imageBrowser()->scrollIndexToVisible(cover->formerCell);
+        changeImageBrowserViewButton();
+    }
+    return false;
+}
+
+void ID3ViewCtr::finishCovers() {
+    while (!comingCovers_.isEmpty()) {
+        const ComingCoverPtr cover = comingCovers_.first();
+        if (waitFor(*cover, kPatienceAtEnd)) {
+            takeComing(cover);
+        } else {
+            logLine(QStringLiteral("%1 gets no cover: its picture can't be read").arg(cover->song->songPath()));
+            comingCovers_.removeFirst();
+        }
+    }
 }
 
 bool ID3ViewCtr::takeCopy(const SongPtr &song, const CoverCopy &copy) {
     if (copy.path.isNull()) {
-        delegate_.coverWasRefused(textOf(copy.trouble));
+        refuse(textOf(copy.trouble));
         return false;
     }
     if (!isEditableState(*song)) { // meanwhile
         QFile::remove(copy.path);
-        delegate_.coverWasRefused(localizedString("The track is being identified."));
+        refuse(localizedString("The track is being identified."));
         return false;
     }
     if (song == songItem_) {
@@ -426,14 +469,17 @@ bool ID3ViewCtr::takeCopy(const SongPtr &song, const CoverCopy &copy) {
     return true;
 }
 
+void ID3ViewCtr::refuse(const QString &reason) {
+    logLine(QStringLiteral("no cover: ") + reason);
+    delegate_.coverWasRefused(reason);
+}
+
 bool ID3ViewCtr::takeCover(const QMimeData &data) {
     if (!isEditable())
         return false;
     const int former = visible();
     imageBrowser()->scrollIndexToVisible(count() - 1);
-    const bool isTaken = dragFile(*imageBrowser(), data);
-    if (!isTaken)
-        imageBrowser()->scrollIndexToVisible(former);
+    const bool isTaken = take(data, former);
     changeImageBrowserViewButton();
     return isTaken;
 }

@@ -7,9 +7,11 @@
 #include "views/library/ImageBrowserView.h"
 #include "views/library/PictureFile.h"
 
+#include <QFuture>
 #include <QObject>
 #include <QPointer>
 #include <QVariantMap>
+#include <chrono>
 
 class HighlightBox;
 class QLabel;
@@ -81,8 +83,17 @@ public:
     bool dragFile(ImageBrowserView &browser, const QMimeData &data) override;
     /// The same from any cell.
     bool takeCover(const QMimeData &data);
+    /// Waits for the pictures that are still being read, and takes each as if it had come before.
+    void finishCovers();
 
 private:
+    struct ComingCover {
+        SongPtr song;
+        QFuture<CoverCopy> copy;
+        int formerCell; // in sight before the picture was dropped, for a refusal
+    };
+    using ComingCoverPtr = std::shared_ptr<ComingCover>;
+
     void textFieldAction(const QString &key);
     void updateStateUI();
     void changeImageBrowserViewButton();
@@ -91,7 +102,11 @@ private:
     /// `song` is not songItem_ itself: the editor may go to another one meanwhile.
     void report(const SongPtr &song, const QVariantMap &changes);
     void showProperties();
+    bool take(const QMimeData &data, int formerCell);
+    static bool waitFor(const ComingCover &cover, std::chrono::milliseconds patience);
+    bool takeComing(const ComingCoverPtr &cover);
     bool takeCopy(const SongPtr &song, const CoverCopy &copy);
+    void refuse(const QString &reason);
     int visible() const { return imageBrowser()->visibleItemIndex(); }
     int count() const { return static_cast<int>(coverImages_.size()); }
 
@@ -106,5 +121,6 @@ private:
     QVariantMap properties_;
     SongPtr songItem_;
     QList<ImageBrowserItemPtr> coverImages_;
-    bool isMouseIn_ = false; // from the first track on
+    QList<ComingCoverPtr> comingCovers_; // in the order in which they were dropped
+    bool isMouseIn_ = false;             // from the first track on
 };

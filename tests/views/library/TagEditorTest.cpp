@@ -9,6 +9,8 @@
 #include <QClipboard>
 #include <QDir>
 #include <QKeyEvent>
+#include <QSemaphore>
+#include <QThreadPool>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -66,6 +68,11 @@ struct TagEditor : testing::Test, ID3ViewCtrDelegate {
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile(path)});
         return editor.dragFile(*editor.imageBrowser(), data);
+    }
+    bool choose(const QString &path) {
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(path)});
+        return editor.takeCover(data);
     }
     /// 'l' and 'r' for the step buttons that are there.
     QString buttons() {
@@ -236,6 +243,32 @@ TEST_F(TagEditor, GivesALargePictureToTheTrackThatItWasDroppedOn) {
     EXPECT_EQ(song->coverImageIndex(), 0);
     EXPECT_EQ(reports.size(), 1);
     EXPECT_EQ(editor.coverImages().size(), 2) << "of the track that is shown now";
+}
+
+TEST_F(TagEditor, FinishesSlowPicturesAndKeepsTheOneDroppedLast) {
+    QThreadPool &readers = *QThreadPool::globalInstance();
+    readers.setMaxThreadCount(1);
+    QSemaphore isFree;
+    const auto chooseSlowly = [&](const QString &path) {
+        readers.start([&isFree] { isFree.acquire(); });
+        EXPECT_TRUE(choose(path));
+        isFree.release();
+    };
+    song->setCoverImages({picture("fetched.png")});
+    song->setCoverImageIndex(0);
+    editor.setSongItem(song);
+    chooseSlowly(makeFile("broken.png", "no picture"));
+    editor.finishCovers();
+    EXPECT_EQ(refusals.size(), 1);
+    EXPECT_EQ(editor.imageBrowser()->visibleItemIndex(), 1) << "where it was before";
+    chooseSlowly(picture("slow.png", {40, 40}));
+    readers.waitForDone();
+    EXPECT_TRUE(choose(picture("quick.png")));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(QImage(song->coverImages().value(1)).size(), QSize(20, 10));
+    chooseSlowly(inHome("slow.png"));
+    editor.finishCovers();
+    EXPECT_EQ(QImage(song->coverImages().value(1)).size(), QSize(40, 40));
 }
 
 TEST(ThumbnailComposer, DrawsNoHalfPictureAndNoneAThousandTimes) {
