@@ -69,8 +69,8 @@ public:
     /// The same for many, in one transaction.
     void updateSongItems(const QList<std::shared_ptr<SongItem>> &songs);
 
-    /// Does `work`, which changes many rows, in one transaction; `name` is for the log.
-    void inOneTransaction(const char *name, const std::function<void()> &work);
+    /// Does `work`, which changes many rows, in one transaction; `name` is for the log. Whether it was kept.
+    bool inOneTransaction(const char *name, const std::function<void()> &work);
 
     /// Whether a track has this path. Never for a path that holds a double quote. Any thread while a library is open;
     /// only on the main thread does it open one.
@@ -78,8 +78,9 @@ public:
 
     /// Deletes the row and the cover files; the audio file stays.
     bool deleteSongItem(const SongItem &song);
-    /// The same for many, in one transaction: at once for any number of them.
-    void deleteSongItems(const QList<std::shared_ptr<SongItem>> &songs);
+    /// The same for many, in one transaction: at once for any number of them. Where the library can't be written rows
+    /// and covers stay, and the answer is no.
+    bool deleteSongItems(const QList<std::shared_ptr<SongItem>> &songs);
 
     // No library made by this program has a table Ringtone, so on those all of these fail.
 
@@ -98,6 +99,7 @@ private:
     bool openConnection(const QString &path);
     sqlite3 *openedDataBase();
     int32_t insertSongItem(SongItem &song, Statement &statement);
+    bool deleteRow(const SongItem &song);
     std::optional<int> highestNumber(const char *sql, const char *failure);
     QString coverTarget(const SongItem &song, int32_t number, qsizetype index) const;
 

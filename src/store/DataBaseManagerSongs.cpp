@@ -8,6 +8,8 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -42,6 +44,11 @@ bool keepCover(QString &cover, const QString &target) {
     logRemoval(target, isCopied && QFile::rename(copy, target)); // the copy has always been logged in these words
     cover = target;
     return true;
+}
+
+void removeCovers(const SongItem &song) {
+    for (const QString &cover : song.coverImages())
+        QFile::remove(cover); // one that stays behind is overwritten when its number is given out again
 }
 
 QStringList existingCovers(QByteArrayView names, const QString &folder) {
@@ -301,7 +308,7 @@ bool DataBaseManager::isTheFileInDataBase(const QString &path) {
     return statement && statement.bindText(covertStringTochar(path)).step() == SQLITE_ROW;
 }
 
-bool DataBaseManager::deleteSongItem(const SongItem &song) {
+bool DataBaseManager::deleteRow(const SongItem &song) {
     Statement statement(openedDataBase(), "DELETE FROM Song WHERE SongID = ?");
     if (!statement) {
         logLine("deleteSongItem: sqlite3_prepare failed");
@@ -311,16 +318,26 @@ bool DataBaseManager::deleteSongItem(const SongItem &song) {
         logLine(QStringLiteral("deleteSongItem: sqlite3_step failed: %1").arg(code));
         return false;
     }
-    for (const QString &cover : song.coverImages())
-        QFile::remove(cover); // one that stays behind is overwritten when its number is given out again
     return true;
 }
 
-void DataBaseManager::deleteSongItems(const QList<std::shared_ptr<SongItem>> &songs) {
-    inOneTransaction("deleteSongItems", [&] {
-        for (const auto &song : songs)
-            deleteSongItem(*song);
+bool DataBaseManager::deleteSongItem(const SongItem &song) {
+    const bool isDeleted = deleteRow(song);
+    if (isDeleted)
+        removeCovers(song);
+    return isDeleted;
+}
+
+bool DataBaseManager::deleteSongItems(const QList<std::shared_ptr<SongItem>> &songs) {
+    QList<std::shared_ptr<SongItem>> deleted;
+    const bool isKept = inOneTransaction("deleteSongItems", [&] {
+        std::ranges::copy_if(songs, std::back_inserter(deleted), [this](const auto &song) { return deleteRow(*song); });
     });
+    // A row that a full disk brings back has its covers still.
+    if (isKept)
+        for (const auto &song : std::as_const(deleted))
+            removeCovers(*song);
+    return isKept && deleted.size() == songs.size();
 }
 
 void DataBaseManager::updateSongItems(const QList<std::shared_ptr<SongItem>> &songs) {
@@ -330,12 +347,14 @@ void DataBaseManager::updateSongItems(const QList<std::shared_ptr<SongItem>> &so
     });
 }
 
-void DataBaseManager::inOneTransaction(const char *name, const std::function<void()> &work) {
+bool DataBaseManager::inOneTransaction(const char *name, const std::function<void()> &work) {
     sqlite3_exec(openedDataBase(), "BEGIN", nullptr, nullptr, nullptr);
     work();
     // Without a transaction, since somebody holds the library, each row was on its own.
     if (const int code = sqlite3_exec(dataBase_, "COMMIT", nullptr, nullptr, nullptr); code != SQLITE_OK) {
         logLine(QStringLiteral("%1: COMMIT failed: %2").arg(QLatin1String(name)).arg(code));
         sqlite3_exec(dataBase_, "ROLLBACK", nullptr, nullptr, nullptr);
+        return false;
     }
+    return true;
 }

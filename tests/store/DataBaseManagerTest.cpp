@@ -178,6 +178,23 @@ TEST_F(Library, AFullDiskTakesNoCoverAway) {
     EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::Files).size(), 1);
 }
 
+TEST_F(Library, AFullDiskKeepsDeletedRowsWithTheirCovers) {
+    ASSERT_TRUE(manager_.loadDataBase());
+    QList<std::shared_ptr<SongItem>> songs;
+    for (const char *name : {"a", "b"}) {
+        songs << std::make_shared<SongItem>();
+        songs.last()->setCoverImages({makeFile(name, name)});
+        songs.last()->setSongID(manager_.insertSongItem(*songs.last()));
+    }
+    {
+        const NoRoomOnDisk noRoom;
+        EXPECT_FALSE(manager_.deleteSongItems(songs));
+    }
+    EXPECT_EQ(reload().last()->coverImages(), songs.last()->coverImages());
+    EXPECT_TRUE(manager_.deleteSongItems(songs));
+    EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::Files), QStringList());
+}
+
 TEST_F(Library, IsReadOnAnotherThreadWhileTracksCome) {
     SongItem song;
     song.setSongPath("/before.mp3");
