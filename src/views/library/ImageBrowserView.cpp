@@ -7,6 +7,7 @@
 #include "views/library/CoverCache.h"
 
 #include <QAccessible>
+#include <QAccessibleWidget>
 #include <QDropEvent>
 #include <QKeyEvent>
 #include <QMenu>
@@ -28,6 +29,12 @@ QPoint cornerOfItem(int index) {
             qRound(ImageBrowserLayout::kItemHeight - middle.y() - kPictureSize.height() / 2.0)};
 }
 
+// A widget without a role is passed over by screen readers.
+QAccessibleInterface *makeAccessible(const QString &, QObject *object) {
+    auto *browser = qobject_cast<ImageBrowserView *>(object);
+    return browser ? new QAccessibleWidget(browser, QAccessible::Graphic) : nullptr;
+}
+
 } // namespace
 
 QPointF ImageBrowserLayout::positionOfItem(int index) {
@@ -35,6 +42,10 @@ QPointF ImageBrowserLayout::positionOfItem(int index) {
 }
 
 ImageBrowserView::ImageBrowserView(QWidget *parent) : QWidget(parent) {
+    [[maybe_unused]] static const bool isInstalled = [] {
+        QAccessible::installFactory(makeAccessible);
+        return true;
+    }();
     setFixedSize(ImageBrowserLayout::kItemWidth, ImageBrowserLayout::kItemHeight);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(localizedString("Cover"));
