@@ -6,25 +6,26 @@
 #include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 #include "tags/audio/AudioConverter.h"
+#include "views/library/PictureFile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QImageWriter>
 #include <unistd.h>
 
 namespace {
-
-constexpr int kLZW = 1; // as Qt's writer of TIFF counts; 0 is none
 
 /// Covers wait there for their tracks to enter the library: in its own file system, so that the main thread, which
 /// takes them in, has only to rename them.
 QString waitingFolder() { return applicationSupportFolder() + "/Import"; }
 
-/// Where the picture at `path` waits; where it is if it can't go there.
+/// Where the picture at `path` waits; null if it can't go there, and then no further into the library either.
 QString movedToWaitingFolder(const QString &path) {
-    const QString waiting = waitingFolder() + '/' + QFileInfo(path).fileName();
-    return QDir().mkpath(waitingFolder()) && QFile::rename(path, waiting) ? waiting : path;
+    QString waiting = waitingFolder() + '/' + QFileInfo(path).fileName();
+    if (QDir().mkpath(waitingFolder()) && QFile::rename(path, waiting))
+        return waiting;
+    QFile::remove(path);
+    return {};
 }
 
 void setTags(SongItem &song, const QVariantMap &info) {
@@ -94,14 +95,4 @@ SongPtr ImportFileController::songItemWithContentsOfFile(const QString &path, Im
     return song;
 }
 
-bool ImportFileController::writeImageToPath(const QImage &image, const QString &path) {
-    QFile file(path);
-    if (image.isNull() || !file.open(QIODevice::WriteOnly))
-        return false;
-    QImageWriter writer(&file, "tiff");
-    writer.setCompression(kLZW);
-    const bool isWritten = writer.write(image) && file.flush() && file.error() == QFileDevice::NoError;
-    if (!isWritten)
-        file.remove();
-    return isWritten;
-}
+bool ImportFileController::writeImageToPath(const QImage &image, const QString &path) { return writeTiff(image, path); }

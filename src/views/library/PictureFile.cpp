@@ -2,6 +2,7 @@
 
 #include "platform/run/LocalizedString.h"
 
+#include <QImageWriter>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 namespace {
 
 constexpr qint64 kMostFileBytes = 256 * 1024 * 1024;
+constexpr int kLzw = 1;                  // of the TIFF writer's compressions, where 0 is none
 constexpr int kAllocationLimitMiB = 384; // kMostPixels of four bytes
 
 // By what the file holds, not by its name. Left out are formats that name other files or are programs of a kind.
@@ -80,6 +82,20 @@ bool isBrokenJpeg(QIODevice &picture) {
 }
 
 void limitPictureMemory() { QImageReader::setAllocationLimit(kAllocationLimitMiB); }
+
+// The last bytes reach the disk with the flush, which the writer does not look at.
+bool writeTiff(const QImage &image, const QString &path) {
+    QFile file(path);
+    if (image.isNull() || !file.open(QIODevice::WriteOnly))
+        return false;
+    QImageWriter writer(&file, "tiff");
+    writer.setCompression(kLzw);
+    const bool isWritten = writer.write(image) && file.flush() && file.error() == QFileDevice::NoError;
+    file.close();
+    if (!isWritten)
+        QFile::remove(path); // which the object itself would not do after an error
+    return isWritten;
+}
 
 QString textOf(PictureTrouble trouble) {
     switch (trouble) {

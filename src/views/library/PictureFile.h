@@ -33,5 +33,8 @@ bool isBrokenJpeg(QIODevice &picture);
 /// Has the decoders take as much memory as the largest picture needs, and no more.
 void limitPictureMemory();
 
-/// The same for the user.
+/// Writes `image` as TIFF, whatever the path's ending says; nothing is left of a file that could not be written.
+bool writeTiff(const QImage &image, const QString &path);
+
+/// A trouble's text for the user.
 QString textOf(PictureTrouble trouble);

@@ -3,11 +3,7 @@
 #include "platform/run/Log.h"
 #include "store/TimeAndSizeText.h"
 
-#include <QImageWriter>
-
 namespace {
-
-constexpr int kLzw = 1; // of the TIFF writer's compressions
 
 QString failed(PictureTrouble *trouble, PictureTrouble why) {
     if (trouble)
@@ -17,14 +13,9 @@ QString failed(PictureTrouble *trouble, PictureTrouble why) {
 
 QString writePicture(const QImage &image) {
     QString path = getTempImagePath();
-    QImageWriter writer(path, "tiff");
-    writer.setCompression(kLzw);
-    const bool isSuccess = !path.isNull() && writer.write(image);
+    const bool isSuccess = !path.isNull() && writeTiff(image, path);
     logLine(QStringLiteral("issuccess  %1").arg(static_cast<int>(isSuccess)));
-    if (isSuccess)
-        return path;
-    QFile::remove(path);
-    return {};
+    return isSuccess ? path : QString();
 }
 
 } // namespace

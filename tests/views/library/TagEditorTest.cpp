@@ -1,10 +1,12 @@
 // The tag editor: what may be typed, what is reported, and what becomes a cover.
 #include "support/MadeAudio.h"
+#include "support/NoRoomOnDisk.h"
 #include "views/controls/SketchButton.h"
 #include "views/library/ID3ViewCtr.h"
 #include "views/library/TagField.h"
 #include "views/library/ThumbnailComposer.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
 #include <QDir>
@@ -153,6 +155,7 @@ TEST_F(TagEditor, IsOffWhileSomebodyIdentifiesTheTrack) {
 
 TEST_F(TagEditor, StepsThroughTheCovers) {
     song->setCoverImages({picture("1.png"), picture("2.png")});
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(editor.imageBrowser())->role(), QAccessible::Graphic);
     for (const auto &[hasLocal, steps, index, shown, reported] :
          std::initializer_list<std::tuple<bool, int, int, const char *, qsizetype>>{
              {false, 0, -1, "r", 0},
@@ -285,6 +288,16 @@ TEST(ThumbnailComposer, DrawsNoHalfPictureAndNoneAThousandTimes) {
         ThumbnailComposer::prepareThumbnailWithImage(makeFile("bomb.jpg", drawn + "\xff\xd9"), {600, 600}, &trouble)
             .isNull());
     EXPECT_EQ(trouble, PictureTrouble::Broken);
+}
+
+TEST(ThumbnailComposer, LeavesNothingOnAFullDisk) {
+    const QString small = picture("small.png");
+    const QString made = ThumbnailComposer::prepareThumbnailWithImage(small, {600, 600});
+    const NoRoomOnDisk noRoom;
+    PictureTrouble trouble = PictureTrouble::None;
+    EXPECT_EQ(ThumbnailComposer::prepareThumbnailWithImage(small, {600, 600}, &trouble), QString());
+    EXPECT_EQ(trouble, PictureTrouble::NoRoom);
+    EXPECT_EQ(QFileInfo(made).dir().entryList(QDir::Files).size(), 1);
 }
 
 TEST(ThumbnailComposer, KeepsTheProportions) {
