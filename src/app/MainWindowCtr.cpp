@@ -27,6 +27,7 @@
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QPointer>
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -233,14 +234,23 @@ void MainWindowCtr::loadTracks() {
 }
 
 void MainWindowCtr::tellOnceShown(const QString &message, const QString &text) {
-    pendingTexts_ << text;
-    if (pendingTexts_.size() > 1)
+    if (pendingNews_.contains(std::pair(message, text)))
+        return;
+    pendingNews_.append({message, text});
+    if (pendingNews_.size() > 1)
         return;
     // One cause, a full disk for one, may have several things told of it: they share a dialog.
-    performAfterDelay(kTellSeconds, this, [this, message] {
-        QStringList texts = std::exchange(pendingTexts_, {});
-        texts.removeDuplicates();
-        tell(message, texts.join("\n\n"));
+    performAfterDelay(kTellSeconds, this, [this] {
+        auto news = std::exchange(pendingNews_, {});
+        QString heading = news.first().first;
+        std::ranges::stable_partition(news, [&heading](const auto &item) { return item.first == heading; });
+        QStringList texts;
+        for (const auto &item : std::as_const(news)) {
+            if (item.first != std::exchange(heading, item.first))
+                texts << item.first;
+            texts << item.second;
+        }
+        tell(news.first().first, texts.join("\n\n"));
     });
 }
 
@@ -369,6 +379,12 @@ void MainWindowCtr::tagsWereNotWritten(const SongItem &song, TagWriteOutcome out
 
 void MainWindowCtr::coverWasRefused(const QString &reason) {
     tellOnceShown(localizedString("The picture can't be a cover"), reason);
+}
+
+void MainWindowCtr::libraryWasNotWritten(const QString &consequence) {
+    tellOnceShown(localizedString("The library can't be written"),
+                  localizedString("%1\n\nThe disk may be full, or %2 may not be written.")
+                      .arg(consequence, defaultLibraryPath()));
 }
 
 void MainWindowCtr::recordingDidFail(const QString &path, const QString &reason) {

@@ -17,6 +17,7 @@
 #include <functional>
 #include <memory>
 #include <thread>
+#include <utility>
 
 /// What the Recording Extra is, for the questions about it.
 QString recordingExtraText();
@@ -61,7 +62,7 @@ public:
     /// Shows the window, in front of all others.
     void showWindow();
     /// Tells the user in a dialog, a moment later, so that the window stands behind it at the start. What else is told
-    /// until then stands in the same dialog.
+    /// until then stands in the same dialog, under its own message.
     void tellOnceShown(const QString &message, const QString &text);
     /// Ends recording and closes the library. The end of the process follows.
     void mainWindowWillClose();
@@ -92,6 +93,7 @@ public:
     void getID3WithSongItems(const SongArray &songs, bool isMutableGet) override {
         identifyGate_->getID3WithSongItems(songs, isMutableGet);
     }
+    void libraryWasNotWritten(const QString &consequence) override;
     /// Tracks played in this run.
     int musicPlayNum() const { return musicPlayNum_; }
 
@@ -130,8 +132,8 @@ private:
     std::unique_ptr<MainMenu> mainMenu_;
     std::function<void()> terminate_ = [] {};
     std::function<bool()> hasTray_ = [] { return false; };
-    std::thread loading_;      // of loadTracks()
-    QStringList pendingTexts_; // of tellOnceShown()
+    std::thread loading_;                            // of loadTracks()
+    QList<std::pair<QString, QString>> pendingNews_; // of tellOnceShown()
     MainTab selectedView_ = MainTab::Recording;
     bool isRecording_ = false;
     bool asksForDevice_ = false;

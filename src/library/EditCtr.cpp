@@ -85,9 +85,15 @@ void EditCtr::id3DataDidChange(const SongPtr &song, const QVariantMap &changes) 
     if (isCover || isName)
         delegate_.notficateUpdateForSongItem(song);
     bool isCoverLost = false;
-    DataBaseManager::defaultManager().updateSongItem(*song, &isCoverLost);
+    const bool isStored = DataBaseManager::defaultManager().updateSongItem(*song, &isCoverLost);
     delegate_.songDidChange(song);
-    if (outcome != TagWriteOutcome::Written)
+    if (!isStored)
+        delegate_.libraryWasNotWritten(
+            localizedString(outcome == TagWriteOutcome::Written
+                                ? "The file of \"%1\" has what you changed, the library only until the program ends."
+                                : "What you changed in \"%1\" is lost when the program ends: its file has it neither.")
+                .arg(song->title()));
+    else if (outcome != TagWriteOutcome::Written)
         delegate_.tagsWereNotWritten(*song, outcome);
     if (isCoverLost && isCover)
         delegate_.coverWasRefused(textOf(PictureTrouble::NoRoom));

@@ -32,6 +32,8 @@ public:
     /// The track has its new values, its file has not.
     virtual void tagsWereNotWritten(const SongItem &song, TagWriteOutcome outcome) = 0;
     virtual void coverWasRefused(const QString &reason) = 0;
+    /// The track has its new values until the program ends.
+    virtual void libraryWasNotWritten(const QString &consequence) = 0;
 
 protected:
     ~EditCtrDelegate() = default;

@@ -8,7 +8,9 @@
 #include "store/DataBaseManager.h"
 #include "views/dialogs/OpenMusicPanel.h"
 
+#include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QSet>
 #include <QWidget>
 
@@ -100,6 +102,10 @@ void ImportCtr::insertNext() {
     lists_.insertImported(std::exchange(inserted_, {}));
     if (isAny)
         delegate_.didImport();
+    if (const qsizetype refused = std::exchange(refused_, 0); refused > 0)
+        delegate_.libraryWasNotWritten(
+            refused == 1 ? localizedString("One of the tracks could not be added.")
+                         : localizedString("%1 of the tracks could not be added.").arg(QLocale().toString(refused)));
     importFileController_->endSheet();
 }
 
@@ -113,13 +119,22 @@ void ImportCtr::insertSome() {
         songs.isEmpty() ? QList<int32_t>() : DataBaseManager::defaultManager().insertSongItems(songs);
     SongArray taken;
     for (qsizetype i = 0; i < songs.size(); ++i) {
-        if (numbers.at(i) <= 0)
+        if (numbers.at(i) <= 0) {
+            refuse(*songs.at(i));
             continue;
+        }
         songs.at(i)->setSongID(numbers.at(i));
         taken << songs.at(i);
     }
     lists_.noteImported(taken);
     inserted_ += taken;
+}
+
+/// Its covers take up no room: it may be for want of room that the library did not take it.
+void ImportCtr::refuse(const SongItem &song) {
+    ++refused_;
+    for (const QString &cover : song.coverImages())
+        QFile::remove(cover);
 }
 
 /// What was recorded while the import ran, in a folder that it searched, comes in as a recording only.

@@ -20,6 +20,8 @@ public:
     /// Tracks came into TrackLists::allSongArray().
     virtual void didImport() = 0;
     virtual void displayStatus([[maybe_unused]] const QString &status) {}
+    /// Tracks did not come in.
+    virtual void libraryWasNotWritten([[maybe_unused]] const QString &consequence) {}
     /// Files that are being recorded.
     virtual QStringList pathsInProgress() const { return {}; }
 
@@ -50,6 +52,7 @@ private:
     void importSheetDidEnd() override;
     void insertNext();
     void insertSome();
+    void refuse(const SongItem &song);
     void leaveOutRecordings(SongArray &songs) const;
 
     ImportCtrDelegate &delegate_;
@@ -58,6 +61,7 @@ private:
     QPointer<OpenMusicPanel> openPanel_;
     std::unique_ptr<ImportFileController> importFileController_; // stays until the next import
     bool isImporting_ = false;
-    SongArray arriving_; // made, and not yet in the database
-    SongArray inserted_; // in the database, and not yet in the lists
+    SongArray arriving_;    // made, and not yet in the database
+    SongArray inserted_;    // in the database, and not yet in the lists
+    qsizetype refused_ = 0; // by the database
 };

@@ -49,6 +49,8 @@ public:
     virtual void getID3WithSongItems([[maybe_unused]] const SongArray &songs, [[maybe_unused]] bool isMutableGet) {}
     /// The program ends.
     virtual bool mainExiting() const { return false; }
+    /// The library file did not take a change; what that means for the user.
+    virtual void libraryWasNotWritten([[maybe_unused]] const QString &consequence) {}
 
 protected:
     ~LibraryCtrDelegate() = default;
@@ -167,6 +169,7 @@ private:
         delegate_.tagsWereNotWritten(song, outcome);
     }
     void coverWasRefused(const QString &reason) override { delegate_.coverWasRefused(reason); }
+    void libraryWasNotWritten(const QString &consequence) override { delegate_.libraryWasNotWritten(consequence); }
     // The tree
     void outlineViewSelectionDidChange(const OutlineItem &item) override;
     int badgeCount(int row) const override { return pageControls_->badgeCount(row); }

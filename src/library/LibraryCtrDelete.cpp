@@ -94,6 +94,7 @@ void LibraryCtr::deleteSongItems(SongArray songs, bool isFilterAds, TrackRemoval
 /// Files and rows. A program that is killed in the midst leaves few rows whose files went.
 void LibraryCtr::throwAway(const SongArray &songs, TrackRemoval *removal) {
     BusyTurns turns(views_.page.window(), localizedString("Removing tracks..."), songs.size());
+    bool isKept = true;
     for (qsizetype first = 0; first < songs.size(); first += kRowsAtOnce) {
         const SongArray some = songs.mid(first, kRowsAtOnce);
         for (const SongPtr &song : some) {
@@ -102,8 +103,10 @@ void LibraryCtr::throwAway(const SongArray &songs, TrackRemoval *removal) {
             throwAway(*song, removal);
             turns.next();
         }
-        DataBaseManager::defaultManager().deleteSongItems(some);
+        isKept = DataBaseManager::defaultManager().deleteSongItems(some) && isKept;
     }
+    if (!isKept)
+        delegate_.libraryWasNotWritten(localizedString("Tracks that you removed come back at the next start."));
 }
 
 /// Only what the program recorded goes to the Trash. The track leaves the library all the same when its file does not.

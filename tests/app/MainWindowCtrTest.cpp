@@ -132,9 +132,13 @@ TEST_F(MainWindow, SetsALibraryAsideThatItCannotRead) {
     window().recordedFileDidFail("/a.m4a", "full"); // three news of one cause
     window().recordingDidFail("/b.m4a", "full");
     window().recordingDidFail("/b.m4a", "full");
+    window().recordedFileDidFail("/c.m4a", "full");
     EXPECT_TRUE(waitUntil([this] { return asked.size() > 1; }));
     EXPECT_FALSE(waitUntil([this] { return asked.size() > 2; }, 500));
-    EXPECT_EQ(texts.last().count("can't be written"), 2);
+    EXPECT_EQ(texts.last().count("can't be written"), 3);
+    EXPECT_EQ(asked.last(), "A recording could not be finished");
+    const auto stopped = texts.last().indexOf("The recording was stopped\n\nb.m4a");
+    EXPECT_GT(stopped, texts.last().indexOf("c.m4a"));
     const QRect screen = window().window().screen()->availableGeometry();
     EXPECT_LT((window().window().frameGeometry().center() - screen.center()).manhattanLength(), 6);
     EXPECT_EQ(libraryStateOf(defaultLibraryPath()), LibraryState::Readable);

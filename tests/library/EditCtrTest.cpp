@@ -28,6 +28,8 @@ struct Edits : testing::Test, PageViews, LibraryCtrDelegate {
     }
     void tagsWereNotWritten(const SongItem &, TagWriteOutcome outcome) override { outcomes << outcome; }
 
+    void libraryWasNotWritten(const QString &consequence) override { consequences << consequence; }
+
     SongPtr add(const QString &path, const QString &title, bool isImported = false) {
         auto song = std::make_shared<SongItem>();
         song->setTitle(title);
@@ -59,6 +61,7 @@ struct Edits : testing::Test, PageViews, LibraryCtrDelegate {
     }
 
     QList<TagWriteOutcome> outcomes;
+    QStringList consequences;
     SongArray songs;
     std::optional<LibraryCtr> library;
 };
@@ -148,7 +151,7 @@ TEST_F(Edits, StayInTheLibraryWhereTheFileTakesThemNot) {
     const SongPtr gone = add(inHome("gone.mp3"), "Gone", /*isImported=*/true);
     edit("album", "Quay");
     EXPECT_EQ(outcomes, QList{TagWriteOutcome::OtherFormat});
-    const SongPtr full = add(makeTone("full.mp3"), "Full", /*isImported=*/true);
+    const SongPtr full = add(makeTone("full.mp3", "-b:a 256k", /*seconds=*/5), "Full", /*isImported=*/true);
     const std::string before = bytesOf(full->songPath());
     {
         const NoRoomOnDisk noRoom(static_cast<rlim_t>(before.size() / 2)); // the database needs less
@@ -157,6 +160,15 @@ TEST_F(Edits, StayInTheLibraryWhereTheFileTakesThemNot) {
     EXPECT_EQ(outcomes.value(1), TagWriteOutcome::DiskFull);
     EXPECT_EQ(bytesOf(full->songPath()), before);
     EXPECT_EQ(stored(gone)->album(), "Quay");
+    EXPECT_EQ(consequences, QStringList());
+    {
+        const NoRoomOnDisk noRoom;
+        edit("artist", "Nobody");
+    }
+    EXPECT_EQ(outcomes.size(), 2) << "the library has not the new values";
+    EXPECT_EQ(consequences.size(), 1);
+    EXPECT_EQ(full->artist(), "Nobody");
+    EXPECT_EQ(stored(full)->artist(), "Else");
 }
 
 TEST_F(Edits, KeepToTheTrackThatIsShown) {

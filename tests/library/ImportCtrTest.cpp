@@ -60,6 +60,7 @@ protected:
         isSheetUpWhenTold = shown<ImportFileView>() != nullptr;
     }
     void displayStatus(const QString &text) override { status = text; }
+    void libraryWasNotWritten(const QString &consequence) override { consequences << consequence; }
     QStringList pathsInProgress() const override { return inProgress; }
 
     void begin(const QStringList &paths) {
@@ -96,7 +97,7 @@ protected:
     TrackLists lists;
     QString shownCategory = "Newly Recorded";
     QString status;
-    QStringList inProgress;
+    QStringList inProgress, consequences;
     int imports = 0;
     qsizetype rowsWhenTold = 0;
     bool isSheetUpWhenTold = false;
@@ -320,6 +321,21 @@ TEST_F(Import, ACoverThatCannotBeWrittenIsNoFailure) {
     EXPECT_TRUE(failures().isEmpty());
     EXPECT_FALSE(ImportFileController::writeImageToPath({}, inHome("nothing.jpg")));
     EXPECT_FALSE(QFile::exists(inHome("nothing.jpg")));
+    // Room where it is made, but none in the library's folder.
+    qunsetenv("TMPDIR");
+    makeFile(applicationSupportFolder() + "/Import", "no folder");
+    drop({tagged("2.mp3", {{TagKey::kTitle, "Two"}, {TagKey::kCover, QVariantList{picture(50)}}})});
+    EXPECT_EQ(titles(), QStringList({"Two", "One"}));
+}
+
+TEST_F(Import, TracksThatTheLibraryRefusesAreToldAndLeaveNoCovers) {
+    ASSERT_EQ(system("sqlite3 \"$HOME/.local/share/Tessarine Corvidia/Library.db\" 'DROP TABLE Song'"), 0);
+    const QVariantMap tags{{TagKey::kCover, QVariantList{picture(50)}}};
+    drop({tagged("1.mp3", tags), tagged("2.mp3", tags)});
+    EXPECT_EQ(titles(), QStringList());
+    EXPECT_EQ(consequences, QStringList{"2 of the tracks could not be added."});
+    for (const QString &folder : {coverImageFolder(), applicationSupportFolder() + "/Import"})
+        EXPECT_EQ(QDir(folder).entryList(QDir::Files), QStringList());
 }
 
 TEST_F(Import, ThePanelStartsInTheMusicFolderAndTakesAFolder) {
