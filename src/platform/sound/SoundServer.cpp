@@ -19,6 +19,8 @@ std::optional<QList<SoundSink>> SoundServer::sinks() { return link_->sinks(sound
 
 std::optional<SoundSink> SoundServer::defaultSink() { return link_->defaultSink(soundDeadline()); }
 
+std::optional<QList<PlayedStream>> SoundServer::playedStreams() { return link_->playedStreams(soundDeadline()); }
+
 bool SoundServer::pointRemappedSource(const RemappedSource &source) { return link_->point(source, soundDeadline()); }
 
 bool SoundServer::isRemappedSourcePointed(const RemappedSource &source) {

@@ -36,6 +36,13 @@ struct SoundModule {
     QString argument;
 };
 
+/// What a program plays into an output.
+struct PlayedStream {
+    uint32_t sinkIndex = 0;
+    qint64 processID = 0; ///< as its program told it; 0 when it didn't
+    bool isHeard = false; ///< it is neither paused nor muted
+};
+
 struct SoundServerInfo {
     bool isPipeWire = false;
     QString defaultSinkName;   ///< empty when there is no output
@@ -72,6 +79,8 @@ public:
     std::optional<QList<SoundSink>> sinks();
     /// The output that is the default now.
     std::optional<SoundSink> defaultSink();
+    /// What is played into the output that is the default now. Any thread.
+    std::optional<QList<PlayedStream>> playedStreams();
 
     /// Sees to it that there is one source of that name and that it passes on the default output: makes it, or moves
     /// it without interrupting who records from it, or finds it right. False when that was not to be had.

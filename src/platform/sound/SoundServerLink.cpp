@@ -21,6 +21,12 @@ SoundSourceOutput itemOf(const pa_source_output_info &info, SoundSourceOutput *)
     return {info.index, info.owner_module, info.source};
 }
 
+PlayedStream itemOf(const pa_sink_input_info &info, PlayedStream *) {
+    const char *processID = pa_proplist_gets(info.proplist, PA_PROP_APPLICATION_PROCESS_ID);
+    const bool isMuted = info.mute != 0 || (info.has_volume != 0 && pa_cvolume_is_muted(&info.volume) != 0);
+    return {info.sink, QByteArray(processID).toLongLong(), info.corked == 0 && !isMuted};
+}
+
 /// Gathers a list that the server answers piece by piece.
 template <class Item>
 struct Listing {
@@ -116,6 +122,16 @@ std::optional<SoundSink> SoundServer::Link::defaultSink(SoundDeadline until) {
         if (sink.name == server->defaultSinkName)
             return sink;
     return std::nullopt;
+}
+
+std::optional<QList<PlayedStream>> SoundServer::Link::playedStreams(SoundDeadline until) {
+    const auto sink = defaultSink(until);
+    auto streams = !sink ? std::nullopt : listed<PlayedStream>(until, [](pa_context *context, void *listing) {
+        return pa_context_get_sink_input_info_list(context, Listing<PlayedStream>::append<pa_sink_input_info>, listing);
+    });
+    if (streams)
+        streams->removeIf([&sink](const PlayedStream &stream) { return stream.sinkIndex != sink->index; });
+    return streams;
 }
 
 std::optional<uint32_t> SoundServer::Link::loadModule(const QString &name, const QString &argument,

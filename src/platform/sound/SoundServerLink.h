@@ -28,6 +28,7 @@ public:
     std::optional<QList<SoundSource>> sources(SoundDeadline until);
     std::optional<QList<SoundSink>> sinks(SoundDeadline until);
     std::optional<SoundSink> defaultSink(SoundDeadline until);
+    std::optional<QList<PlayedStream>> playedStreams(SoundDeadline until);
     std::optional<QList<SoundModule>> modules(SoundDeadline until);
     std::optional<QList<SoundSourceOutput>> sourceOutputs(SoundDeadline until);
     std::optional<uint32_t> loadModule(const QString &name, const QString &argument, SoundDeadline until);
