@@ -40,7 +40,7 @@ void checkpoint(const QByteArray &path) {
 }
 
 /// Called behind each change of the library, with the size of its log.
-int logDidGrow(void *, sqlite3 *connection, const char *name, int pages) {
+int logDidGrow(void *libraryDidChange, sqlite3 *connection, const char *name, int pages) {
     static std::atomic isBusy = false;
     static std::jthread worker;
     if (pages >= kPagesToCheckpoint && !isBusy.exchange(true))
@@ -48,6 +48,7 @@ int logDidGrow(void *, sqlite3 *connection, const char *name, int pages) {
             checkpoint(path);
             isBusy = false;
         });
+    (*static_cast<std::function<void()> *>(libraryDidChange))();
     return SQLITE_OK;
 }
 
@@ -149,7 +150,7 @@ bool DataBaseManager::openConnection(const QString &path) {
     // Write-ahead logging keeps the file whole through a power cut. Where it can't be had (a read-only or locked file)
     // the library works as before, so the result is of no interest; a file that is no library shows in the next step.
     sqlite3_exec(dataBase_, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
-    sqlite3_wal_hook(dataBase_, &logDidGrow, nullptr);
+    sqlite3_wal_hook(dataBase_, &logDidGrow, &libraryDidChange_);
     return true;
 }
 

@@ -72,6 +72,11 @@ public:
     /// Does `work`, which changes many rows, in one transaction; `name` is for the log. Whether it was kept.
     bool inOneTransaction(const char *name, const std::function<void()> &work);
 
+    /// Called behind every change of the library, by the thread that made it, which is the main thread.
+    void setLibraryDidChange(std::function<void()> libraryDidChange) {
+        libraryDidChange_ = std::move(libraryDidChange);
+    }
+
     /// Whether a track has this path. Never for a path that holds a double quote. Any thread while a library is open;
     /// only on the main thread does it open one.
     bool isTheFileInDataBase(const QString &path);
@@ -110,4 +115,5 @@ private:
     bool isLastSongIDKnown_ = false; // lastSongID_ was read from the open library
     int32_t lastRingtoneID_ = 0;     // starts at 0 in each run
     QString strDefaultImagesDir_;
+    std::function<void()> libraryDidChange_ = [] {};
 };

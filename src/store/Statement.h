@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 #include <memory>
 #include <sqlite3.h>
@@ -43,6 +44,12 @@ public:
         return *this;
     }
 
+    Statement &bindBlob(QByteArrayView bytes) {
+        sqlite3_bind_blob64(handle_, ++bound_, bytes.data(), static_cast<sqlite3_uint64>(bytes.size()),
+                            SQLITE_TRANSIENT);
+        return *this;
+    }
+
     int step() { return sqlite3_step(handle_); }
     /// Ready for another run with other parameters.
     void reset() {
@@ -63,6 +70,11 @@ public:
         sqlite3_value *const value = sqlite3_column_value(handle_, column);
         const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(value));
         return {text, text ? sqlite3_value_bytes(value) : 0};
+    }
+    /// The column as it was stored, valid until the next step.
+    QByteArrayView blob(int column) const {
+        const auto *bytes = static_cast<const char *>(sqlite3_column_blob(handle_, column));
+        return {bytes, bytes ? sqlite3_column_bytes(handle_, column) : 0};
     }
     QString text(int column) const { return QString::fromUtf8(bytes(column)); }
 
