@@ -1,0 +1,339 @@
+#include "identify/local/FingerprintLibrary.h"
+#include "identify/local/LibraryFiller.h"
+#include "identify/local/LibrarySource.h"
+#include "identify/local/PlayerSource.h"
+#include "identify/recognition/Fingerprint.h"
+#include "identify/recognition/RecognitionSettings.h"
+#include "platform/files/Folders.h"
+#include "store/DataBaseManager.h"
+#include "store/SongArray.h"
+#include "support/MadeAudio.h"
+
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+#include <random>
+#include <thread>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Items = FingerprintFile::Items;
+
+const QByteArray kDate = "2026-11-21 14:03:22 +0000";
+
+/// A minute of a song: each number keeps most bits of the one before, as those of music do.
+Items madeItems(uint32_t seed, size_t count = FingerprintLibrary::kMostItems) {
+    std::mt19937 random(seed);
+    Items items{static_cast<uint32_t>(random())};
+    while (items.size() < count)
+        items.push_back(items.back() ^ (1U << random() % 32) ^ (1U << random() % 32) ^ (random() % 4 ? 0 : random()));
+    return items;
+}
+
+/// The same from number `from` on, with so many of a thousand bits turned.
+Items worn(const Items &items, size_t from, unsigned perMille, uint32_t seed) {
+    std::mt19937 random(seed);
+    Items result(items.begin() + static_cast<ptrdiff_t>(from), items.end());
+    for (uint32_t &item : result)
+        for (int bit = 0; bit < 32; ++bit)
+            item ^= (random() % 1000 < perMille ? 1U : 0U) << bit;
+    return result;
+}
+
+std::vector<int32_t> found(FingerprintLibrary &library, const Items &items) {
+    std::vector<int32_t> songIDs;
+    for (const auto &match : library.matches(items))
+        songIDs.push_back(match.songID);
+    return songIDs;
+}
+
+class FingerprintLibraryTest : public testing::Test {
+protected:
+    void SetUp() override {
+        QDir().mkpath(applicationSupportFolder());
+        RecognitionSettings::refresh();
+    }
+
+    FingerprintFile file;
+    FingerprintLibrary library{file};
+};
+
+/// 24 seconds of a song of two voices over a beat, all of which `seed` decides.
+QString song(int seed, const QString &name, const QString &arguments = {}) {
+    const QString voices = QStringLiteral("0.2*sin(2*PI*t*%1*pow(2,floor(mod(t*%2,%3))/12))+0.2*sin(2*PI*t*%4*"
+                                          "pow(2,floor(mod(t*%5,%6)*1.7)/12))+0.1*sin(2*PI*t*%7)*lt(mod(t,0.5),0.1)")
+                               .arg(110 + 13 * seed % 97)
+                               .arg(1.3 + 0.37 * (seed % 5))
+                               .arg(5 + seed % 7)
+                               .arg(290 + 31 * seed % 211)
+                               .arg(2.1 + 0.23 * (seed % 7))
+                               .arg(6 + seed % 11)
+                               .arg(900 + 17 * seed % 500);
+    return makeSound(name, "aevalsrc='" + voices + "':d=24:s=44100,aformat=channel_layouts=stereo", arguments);
+}
+
+Items itemsOf(const QString &path) { return fingerprintOfFile(path, kComparedTime, {}).value_or(Fingerprint()).raw; }
+
+SongPtr insertedSong(const QString &path, const QString &title, ID3Status status = ID3Status::Identified) {
+    auto item = std::make_shared<SongItem>();
+    item->setTitle(title);
+    item->setArtist("The Shore");
+    item->setAlbum("Unknown Album");
+    item->setSongPath(path);
+    item->setLength(24'000);
+    item->setAddedDate(QDateTime::currentDateTime());
+    item->setGetID3Status(static_cast<int32_t>(status));
+    item->setSongID(DataBaseManager::defaultManager().insertSongItem(*item));
+    return item;
+}
+
+} // namespace
+
+TEST_F(FingerprintLibraryTest, FindsOneOfAThousandSongsAndNoOther) {
+    constexpr int32_t kSongs = 1000;
+    for (int32_t id = 1; id <= kSongs; ++id)
+        ASSERT_TRUE(library.add(id, kDate, madeItems(static_cast<uint32_t>(id))));
+    for (int32_t id = 1; id <= kSongs; id += 7) {
+        const Items original = madeItems(static_cast<uint32_t>(id));
+        ASSERT_EQ(found(library, worn(original, 24, 60, 1)), std::vector{id}) << "three seconds later, with 6 % errors";
+        ASSERT_EQ(found(library, madeItems(static_cast<uint32_t>(id + kSongs))), std::vector<int32_t>());
+    }
+}
+
+TEST_F(FingerprintLibraryTest, SaysNothingWithoutEvidence) {
+    const Items original = madeItems(1);
+    Items tone(200, 0x12345678);
+    ASSERT_TRUE(library.add(1, kDate, original));
+    ASSERT_TRUE(library.add(2, kDate, tone));
+    for (const auto &[name, asked, isFound] : {
+             std::tuple{"the same", original, true},
+             std::tuple{"its last twelve seconds and some", worn(original, 485 - 100, 0, 1), true},
+             std::tuple{"less", worn(original, 485 - 90, 0, 1), false},
+             std::tuple{"badly worn", worn(original, 0, 120, 1), true},
+             std::tuple{"worn beyond the bound", worn(original, 0, 300, 1), false},
+             std::tuple{"a tone", tone, false},
+             std::tuple{"nothing", Items(), false},
+         }) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(found(library, asked), isFound ? std::vector{1} : std::vector<int32_t>());
+    }
+    // What is asked for may begin before the known one as well.
+    ASSERT_TRUE(library.add(3, kDate, worn(madeItems(3), 30, 0, 1)));
+    EXPECT_EQ(found(library, madeItems(3)), std::vector{3});
+}
+
+TEST_F(FingerprintLibraryTest, FollowsWhatIsAddedAndForgotten) {
+    library.add(1, kDate, madeItems(1));
+    library.add(2, kDate, madeItems(1));
+    EXPECT_EQ(found(library, madeItems(1)).size(), 2U);
+    library.forget({1});
+    library.add(2, kDate, madeItems(2));
+    library.add(3, kDate, madeItems(3));
+    EXPECT_EQ(found(library, madeItems(1)), std::vector<int32_t>());
+    EXPECT_EQ(found(library, madeItems(2)), std::vector{2});
+    FingerprintFile reopened;
+    FingerprintLibrary next(reopened);
+    EXPECT_EQ(found(next, madeItems(3)), std::vector{3});
+    EXPECT_EQ(next.tracks(), (QHash<int32_t, QByteArray>{{2, kDate}, {3, kDate}}));
+}
+
+TEST_F(FingerprintLibraryTest, ADamagedFileIsSetAsideAndANewOneBegun) {
+    {
+        FingerprintFile whole;
+        for (int32_t id = 2; id < 200; ++id)
+            whole.keepFingerprint(id, kDate, madeItems(static_cast<uint32_t>(id)));
+    }
+    for (const qint64 damagedFrom : {50'000, 0}) { // seen when it is read, or opened
+        QFile bytes(defaultFingerprintPath());
+        ASSERT_TRUE(bytes.open(QIODevice::ReadWrite) && bytes.seek(damagedFrom));
+        bytes.write(QByteArray(100'000, 'x'));
+        bytes.close();
+        FingerprintFile damaged;
+        FingerprintLibrary next(damaged);
+        EXPECT_EQ(found(next, madeItems(1)), std::vector<int32_t>());
+        ASSERT_TRUE(next.add(1, kDate, madeItems(1)));
+        EXPECT_EQ(found(next, madeItems(1)), std::vector{1});
+    }
+    EXPECT_EQ(QDir(applicationSupportFolder()).entryList({"Fingerprints (unreadable*).sqlite"}).size(), 2);
+}
+
+TEST_F(FingerprintLibraryTest, ASongIsKnownAgainHoweverItWasRecorded) {
+    const SongPtr original = insertedSong(song(1, "original.wav"), "Tide");
+    for (int seed = 1; seed < 4; ++seed) {
+        const QString path = seed == 1 ? original->songPath() : song(seed, QStringLiteral("other%1.wav").arg(seed));
+        const int32_t songID = seed == 1 ? original->songID() : insertedSong(path, "Another")->songID();
+        library.add(songID, kDate, itemsOf(path));
+    }
+    LibrarySource source(library, LibraryRows());
+    const auto titleOf = [&source](const QString &path, int64_t milliseconds = 0) {
+        return source.recognise({.songID = 99, .songPath = path, .milliseconds = milliseconds, .excerptPath = {}}, {})
+            .found.title;
+    };
+    for (const auto &[name, arguments] : {
+             std::pair{"m4a.m4a", "-b:a 96k"},
+             std::pair{"mp3.mp3", "-b:a 128k"},
+             std::pair{"low.mp3", "-b:a 64k -ar 22050 -ac 1"},
+             std::pair{"late.mp3", "-af atrim=start=3"},
+             std::pair{"early.m4a", "-af atrim=end=21"},
+             std::pair{"odd.m4a", "-af atrim=start=2.937:end=21.04"},
+             std::pair{"quiet.m4a", "-af volume=-6dB -b:a 128k"},
+         }) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(titleOf(makeSound(name, "amovie=" + original->songPath(), arguments)), "Tide");
+    }
+    EXPECT_EQ(titleOf(song(20, "unknown.mp3")), QString());
+    EXPECT_EQ(titleOf(inHome("mp3.mp3"), 26'000), "Tide");
+    EXPECT_EQ(titleOf(inHome("mp3.mp3"), 180'000), QString()) << "it holds more than the song";
+    EXPECT_EQ(titleOf(inHome("missing.mp3")), QString());
+}
+
+TEST_F(FingerprintLibraryTest, AnswersTheTagsThatTheLibraryHasNow) {
+    using enum RecogniserAnswer::Outcome;
+    const QString path = song(1, "original.mp3");
+    const Items items = itemsOf(path);
+    const SongPtr first = insertedSong(path, "Tide");
+    library.add(first->songID(), kDate, items);
+    LibrarySource source(library, LibraryRows());
+    const auto ask = [&](int32_t songID = 99) {
+        return source.recognise({.songID = songID, .songPath = path, .excerptPath = {}}, {});
+    };
+    EXPECT_EQ(ask().found.title, "Tide");
+    EXPECT_EQ(ask().found.album, QString()) << "unknown to the library, too";
+    EXPECT_EQ(ask(first->songID()).outcome, NotFound) << "the track itself";
+
+    first->setTitle("High Tide");
+    DataBaseManager::defaultManager().updateSongItem(*first);
+    EXPECT_EQ(ask().found.title, "High Tide");
+    const SongPtr second = insertedSong(path, "HIGH TIDE");
+    library.add(second->songID(), kDate, items);
+    EXPECT_EQ(ask().outcome, Found);
+    second->setTitle("Low Tide");
+    DataBaseManager::defaultManager().updateSongItem(*second);
+    EXPECT_EQ(ask().outcome, NotFound) << "two names";
+    second->setGetID3Status(static_cast<int32_t>(ID3Status::NotFound));
+    DataBaseManager::defaultManager().updateSongItem(*second);
+    EXPECT_EQ(ask().outcome, Found) << "the second is no name";
+    DataBaseManager::defaultManager().deleteSongItem(*first);
+    EXPECT_EQ(ask().outcome, NotFound);
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_EQ(source.recognise({.songID = 99, .songPath = path, .excerptPath = {}}, stop.get_token()).outcome, Failed);
+}
+
+// What is made beside the library
+
+class LibraryFillerTest : public FingerprintLibraryTest {
+protected:
+    std::optional<Items> fingerprintOf(const QString &path) {
+        ++asked;
+        return path.contains("mute") ? std::nullopt : std::optional(madeItems(qHash(path, 1)));
+    }
+    /// Whether these tracks, and no others, come to have a fingerprint.
+    bool fills(const QList<SongPtr> &songs) {
+        for (int patience = 0; patience < 1000; ++patience) {
+            QList<int32_t> known = library.tracks().keys();
+            const bool isDone =
+                known.size() == songs.size() &&
+                std::all_of(songs.begin(), songs.end(), [&](const auto &one) { return known.contains(one->songID()); });
+            if (isDone)
+                return true;
+            std::this_thread::sleep_for(10ms);
+        }
+        return false;
+    }
+
+    std::atomic<int> asked = 0;
+    HeardNames names{file, LibraryRows(), 50ms};
+    LibraryFiller filler{LibraryRows(),
+                         library,
+                         file,
+                         names,
+                         [this](const QString &path, const std::stop_token &) { return fingerprintOf(path); },
+                         {.settle = 1ms, .rest = 0}};
+};
+
+TEST_F(LibraryFillerTest, KeepsInStepWithTheLibrary) {
+    const SongPtr named = insertedSong("/a.mp3", "A");
+    const SongPtr unnamed = insertedSong("/b.mp3", "Track2", ID3Status::NotFound);
+    insertedSong("/mute.mp3", "C");
+    filler.start();
+    EXPECT_TRUE(fills({named}));
+    unnamed->setGetID3Status(static_cast<int32_t>(ID3Status::Identified));
+    DataBaseManager::defaultManager().updateSongItem(*unnamed);
+    filler.libraryDidChange();
+    EXPECT_TRUE(fills({named, unnamed}));
+    DataBaseManager::defaultManager().deleteSongItem(*named);
+    filler.libraryDidChange();
+    EXPECT_TRUE(fills({unnamed}));
+    filler.stop();
+    EXPECT_EQ(asked, 3) << "what has no sound is not asked for again";
+}
+
+TEST_F(LibraryFillerTest, ANumberThatIsGivenOutAgainIsAnotherTrack) {
+    const SongPtr named = insertedSong("/a.mp3", "A");
+    Recognition heard;
+    heard.title = "Tide";
+    heard.artist = "The Shore";
+    heard.cover = QUrl("file:///c.png");
+    names.keep(named->songID(), heard);
+    filler.start();
+    EXPECT_TRUE(fills({named}));
+    filler.stop();
+    HeardNames nextRun(file, LibraryRows());
+    const auto name = nextRun.nameOf(named->songID(), {});
+    ASSERT_TRUE(name);
+    EXPECT_EQ(name->title + name->artist + name->album + name->cover.toString(), "TideThe Shorefile:///c.png");
+    EXPECT_TRUE(name->album.isNull());
+
+    DataBaseManager &database = DataBaseManager::defaultManager();
+    database.deleteSongItem(*named);
+    database.closeDataBase();
+    database.loadDataBase();
+    auto other = *named;
+    other.setAddedDate(QDateTime(QDate(2030, 1, 1), QTime(1, 2, 3)));
+    ASSERT_EQ(database.insertSongItem(other), named->songID());
+    EXPECT_FALSE(nextRun.nameOf(named->songID(), {}));
+    asked = 0;
+    LibraryFiller next{LibraryRows(),
+                       library,
+                       file,
+                       nextRun,
+                       [this](const QString &path, const std::stop_token &) { return fingerprintOf(path); },
+                       {.settle = 1ms, .rest = 0}};
+    next.start();
+    for (int patience = 0; patience < 1000 && asked == 0; ++patience)
+        std::this_thread::sleep_for(10ms);
+    next.stop();
+    EXPECT_FALSE(file.nameOf(named->songID()));
+}
+
+TEST_F(LibraryFillerTest, ANameIsWaitedForWhileItIsExpected) {
+    using enum RecogniserAnswer::Outcome;
+    HeardNames patient(file, LibraryRows(), 60s);
+    PlayerSource source(patient);
+    patient.expect(1);
+    patient.expect(2);
+    patient.expect(3);
+    std::stop_source stop;
+    RecogniserAnswer named, nameless, stopped;
+    {
+        const std::jthread first(
+            [&] { named = source.recognise({.songID = 1, .songPath = {}, .excerptPath = {}}, {}); });
+        const std::jthread second(
+            [&] { nameless = source.recognise({.songID = 2, .songPath = {}, .excerptPath = {}}, {}); });
+        const std::jthread third(
+            [&] { stopped = source.recognise({.songID = 3, .songPath = {}, .excerptPath = {}}, stop.get_token()); });
+        Recognition tide;
+        tide.title = "Tide";
+        patient.keep(1, tide);
+        patient.keep(2, std::nullopt);
+        stop.request_stop();
+    }
+    EXPECT_EQ(named.found.title, "Tide");
+    EXPECT_EQ(nameless.outcome, NotFound);
+    EXPECT_EQ(stopped.outcome, Failed);
+    names.expect(4); // for 50 ms
+    EXPECT_FALSE(names.nameOf(4, {}));
+    EXPECT_FALSE(names.nameOf(5, {})) << "of which nothing was ever heard";
+}
