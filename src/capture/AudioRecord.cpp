@@ -180,12 +180,14 @@ AudioRecord::ClosingFile AudioRecord::takeOpenFile() {
     const size_t heldBlocks = std::exchange(heldAtHold_, 0);
     if (isRecording() && !isCut)
         writeHeldBlocks(heldBlocks);
+    ClosingFile file;
+    file.fromHostTime = startHostTime_.load(std::memory_order_relaxed) - kBlockNanoseconds; // stamped at a block's end
+    file.toHostTime = endHostTime_.load(std::memory_order_relaxed);
     recordedDurationTime_.store(0, std::memory_order_relaxed);
     RecordedSize_.store(0, std::memory_order_relaxed);
     AudioNULLNumber_.store(0, std::memory_order_relaxed);
     fileNumber_.fetch_add(1, std::memory_order_relaxed);
 
-    ClosingFile file;
     if (m4aFile_) {
         const std::lock_guard guard(m4acloseFileCondition_);
         outputM4aAudioFile_.store(nullptr, std::memory_order_relaxed);
@@ -223,6 +225,8 @@ void AudioRecord::finish(ClosingFile &file) {
                     .arg(file.path));
     if (!error.isNull() && !file.hasReportedFailure)
         reportFileFailure(file.path, error, /*isBeingRecorded=*/false);
+    if (delegate_)
+        delegate_->recordedFileDidLast(file.path, file.fromHostTime, file.toHostTime);
     if (delegate_)
         delegate_->notifyRecordedFinish(file.path);
 }

@@ -37,6 +37,9 @@ public:
     /// long is it at all. After recordingTimeForAudioIsNull() it comes once more, with ten times the silence and 0.
     virtual void nullAudioSignal([[maybe_unused]] bool isNull, [[maybe_unused]] qint64 forNullTime,
                                  [[maybe_unused]] qint64 forNullCount) {}
+    /// What is in the closed file was heard between these host times. notifyRecordedFinish() follows.
+    virtual void recordedFileDidLast([[maybe_unused]] const QString &path, [[maybe_unused]] uint64_t fromHostTime,
+                                     [[maybe_unused]] uint64_t toHostTime) {}
     /// A file was closed; `path` may be moved or deleted now.
     virtual void notifyRecordedFinish([[maybe_unused]] const QString &path) {}
     /// A file cannot be made, written or finished, `reason` is the system's text. What was written stays playable.
@@ -210,6 +213,8 @@ private:
         std::unique_ptr<ExtAudioFile> m4aFile;
         FCHandle mp3File = nullptr;
         QString path;
+        uint64_t fromHostTime = 0; // of its sound
+        uint64_t toHostTime = 0;
         int64_t lostBlocks = 0;
         bool hasReportedFailure = false;
     };
@@ -264,6 +269,7 @@ private:
     std::atomic<int32_t> RecordedSize_ = 0;        // audio thread adds, main thread clears at open and close
     std::atomic<int32_t> AudioNULLNumber_ = 0;     // audio thread counts, main thread clears at a split and a close
     std::atomic<uint64_t> startHostTime_ = 0;      // audio thread, and the main thread while the unit stands
+    std::atomic<uint64_t> endHostTime_ = 0;        // as startHostTime_
     std::atomic<qint64> recordedDurationTime_ = 0; // milliseconds; audio thread, main thread clears with RecordedSize_
     std::atomic<uint32_t> fileNumber_ = 0;         // main thread; changes with every open and close
     std::atomic<qint64> autoSplitTimeInterval_ = 1000; // main thread; milliseconds

@@ -8,7 +8,6 @@
 #include <cmath>
 
 namespace {
-constexpr uint64_t kBlockNanoseconds = 11'609'977;
 // So many blocks for the MP3 writer, and it is woken before its sleep is over: two fragments of the device have come
 // together, as in the flood after a stall. The pool still has room for what is left of them.
 constexpr size_t kBlocksToWakeFor = 12;
@@ -157,6 +156,7 @@ bool AudioRecord::recordBlock(const InputSlice &block, bool isNull) noexcept {
     else
         AudioNULLNumber_.store(0, std::memory_order_relaxed);
     writeBlock(block);
+    endHostTime_.store(block.hostTime + kBlockNanoseconds, std::memory_order_relaxed);
     recordedDurationTime_.store(getWriteFileDuration(block.hostTime, startHostTime_.load(std::memory_order_relaxed)),
                                 std::memory_order_relaxed);
     return true;

@@ -182,10 +182,17 @@ RecordViewCtr::RecordedFile RecordViewCtr::getSaveFileName(ExportType exportType
     for (int copy = 1; QFile::exists(path); ++copy)
         path = base + QStringLiteral("(%1).").arg(copy) + ending;
     defaults().setInteger(number + 1, "TrackID");
-    return {path, number, deviceType, exportType};
+    return {.path = path, .number = number, .deviceType = deviceType, .format = exportType};
 }
 
 // A finished file
+
+void RecordViewCtr::recordedFileDidLast(const QString &path, uint64_t fromHostTime, uint64_t toHostTime) {
+    if (const auto file = openFiles_.find(path); file != openFiles_.end()) {
+        file->fromHostTime = fromHostTime;
+        file->toHostTime = toHostTime;
+    }
+}
 
 void RecordViewCtr::notifyRecordedFinish(const QString &path) {
     // Whatever happens while the file is being finished, another recording for one, this is what it was opened as.
@@ -214,6 +221,8 @@ void RecordViewCtr::finishRecordedFile(const RecordedFile &file) {
     view_.runTracksView()->addSongItemOnMainThread(song);
     if (animationdelegate_)
         animationdelegate_->stopCoverAnimation(); // it goes on to its end
+    if (delegate_ && file.deviceType == DeviceType::SystemAudio)
+        delegate_->recordedSongDidLast(*song, file.fromHostTime, file.toHostTime);
     sendRecordedSongItem(song, file.deviceType);
     DockContentView::shared().setRecordedMusicCount(++songItemCount_);
     if (delegate_)

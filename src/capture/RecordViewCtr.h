@@ -27,6 +27,10 @@ enum class RecordingStatus : int32_t { Idle = 0, Waiting = 1, Recording = 2 };
 
 class RecordViewCtrDelegate {
 public:
+    /// The sound of the recording that recordedSongItem() is about to tell of was played, by this computer, between
+    /// these host times.
+    virtual void recordedSongDidLast([[maybe_unused]] const SongItem &song, [[maybe_unused]] uint64_t fromHostTime,
+                                     [[maybe_unused]] uint64_t toHostTime) {}
     /// A recording was kept and stands in the database.
     virtual void recordedSongItem([[maybe_unused]] const std::shared_ptr<SongItem> &song,
                                   [[maybe_unused]] DeviceType forDeviceType) {}
@@ -88,6 +92,7 @@ public:
     void soundFileRecorderReachedDuration(qint64 milliseconds) override;
     void recordingTimeForAudioIsNull(float seconds) override;
     void nullAudioSignal(bool isNull, qint64 forNullTime, qint64 forNullCount) override;
+    void recordedFileDidLast(const QString &path, uint64_t fromHostTime, uint64_t toHostTime) override;
     void notifyRecordedFinish(const QString &path) override;
     void recordingFileDidFail(const QString &path, const QString &reason, bool isBeingRecorded) override;
     void recordingFileDidLoseSound(const QString &path, float seconds) override;
@@ -100,12 +105,14 @@ public:
     int objectValueForColumnIndex(SpectrumView &spectrumView, int index) override;
 
 private:
-    /// What a file is, as it was when it was opened.
+    /// What a file is, as it was when it was opened and, behind that, closed.
     struct RecordedFile {
         QString path;
         qint64 number = 0; // of the track
         DeviceType deviceType = DeviceType::SystemAudio;
         ExportType format = ExportType::M4A;
+        uint64_t fromHostTime = 0; // of its sound
+        uint64_t toHostTime = 0;
     };
 
     static RecordedFile getSaveFileName(ExportType exportType, DeviceType deviceType);

@@ -28,6 +28,7 @@ constexpr int kBitRate = 256'000;
 
 struct Heard final : AudioRecordDelegate {
     QStringList finished;
+    std::pair<uint64_t, uint64_t> lasted; // host times of the last file
     std::vector<qint64> durations;
     std::vector<float> silences;
     struct Signal {
@@ -38,6 +39,10 @@ struct Heard final : AudioRecordDelegate {
     QStringList failures;
     std::function<void()> onSilence = [] {};
 
+    void recordedFileDidLast(const QString &path, uint64_t from, uint64_t to) override {
+        EXPECT_FALSE(finished.contains(path));
+        lasted = {from, to};
+    }
     void notifyRecordedFinish(const QString &path) override { finished << path; }
     void soundFileRecorderReachedDuration(qint64 ms) override { durations.push_back(ms); }
     void recordingTimeForAudioIsNull(float seconds) override {
@@ -180,6 +185,7 @@ TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
     for (const auto &[name, type] : {std::pair{"kept.m4a", ExportType::M4A}, std::pair{"kept.mp3", ExportType::MP3}}) {
         SCOPED_TRACE(name);
         heard.durations.clear();
+        const uint64_t begin = device.hostTime() + 50 * kBlockNanoseconds;
         ASSERT_TRUE(open(name, type));
         silence(50);
         EXPECT_EQ(heard.durations, std::vector<qint64>(50)); // at zero until there is sound
@@ -195,6 +201,7 @@ TEST_F(AudioRecordTest, DropsLeadingSilenceAndKeepsTheSilenceBehindTheSound) {
         EXPECT_EQ(sound.frames(), 120u * kBlockFrames);
         EXPECT_GT(std::abs(sound.left[300]), 0.0f);
         EXPECT_EQ(heard.finished, QStringList{inHome(name)});
+        EXPECT_EQ(heard.lasted, std::pair(begin, begin + 120 * kBlockNanoseconds));
         heard.finished.clear();
     }
     EXPECT_TRUE(waitUntil([&] { return heard.lostBlocks == 2; })); // a frame of the M4A

@@ -35,6 +35,8 @@ struct MainWindow final : RecordViewCtrDelegate {
     QStringList failures, finishFailures;
     std::function<void()> whileItIsFinished = [] {};
 
+    uint64_t lasted = 0; // nanoseconds that the last song was heard
+    void recordedSongDidLast(const SongItem &, uint64_t from, uint64_t to) override { lasted = to - from; }
     void recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType) override {
         songs << song;
         std::exchange(whileItIsFinished, [] {})();
@@ -137,6 +139,7 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
 
     ASSERT_EQ(window.songs.size(), 1);
     const SongItem &song = *window.songs[0];
+    EXPECT_EQ(window.lasted, kBlocksOfATrack * kBlockNanoseconds);
     EXPECT_EQ(song.songID(), 2);
     EXPECT_EQ(song.title(), "Track1");
     EXPECT_EQ(song.songPath(), folder() + "/Track1_Unknown Artist.m4a");

@@ -62,6 +62,8 @@ public:
         feed(samples, samples, status);
     }
     void silence() { feed({}, {}); }
+    /// Of the next block.
+    uint64_t hostTime() const { return hostTime_; }
     void tones(int blocks) {
         while (blocks-- > 0)
             tone();

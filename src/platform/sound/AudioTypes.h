@@ -10,6 +10,7 @@ inline constexpr uint32_t kBlockFrames = 512;
 /// Hertz. Every recording is made at this rate.
 inline constexpr int kSampleRate = 44100;
 inline constexpr double kSecondsPerBlock = 0.011609977324263039;
+inline constexpr uint64_t kBlockNanoseconds = 11'609'977;
 
 /// Both channels of one block.
 struct SoundBlock {
