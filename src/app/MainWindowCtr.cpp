@@ -63,6 +63,8 @@ MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
     : libraryPage_(new LibraryPage(&window_)), sleepInhibitor_(localizedString("Music is being recorded")) {
     window_.addPage(*libraryPage_);
     loadLibrary();
+    DataBaseManager::defaultManager().setLibraryDidChange(
+        [] { LocalRecords::defaultRecords().filler().libraryDidChange(); });
     recordViewCtr_ = std::make_unique<RecordViewCtr>(makeInputUnit, *window_.recordingPage(), *window_.displayBox());
     recordViewCtr_->setDelegate(this);
     libraryCtr_ = std::make_unique<LibraryCtr>(
@@ -227,8 +229,11 @@ void MainWindowCtr::loadTracks() {
         const auto loaded =
             std::make_shared<TrackLists>(DataBaseManager::defaultManager().getAllSongItems().value_or(SongArray()));
         performOnMainThread([self, loaded] {
-            if (self)
-                self->libraryCtr_->takeTracks(std::move(*loaded));
+            if (!self)
+                return;
+            self->libraryCtr_->takeTracks(std::move(*loaded));
+            if (!self->mainExiting_)
+                LocalRecords::defaultRecords().filler().start();
         });
     });
 }
@@ -322,6 +327,7 @@ void MainWindowCtr::changeControlsState(bool isRecording) {
     window_.maxVolumeBtn()->setEnabled(!isRecording);
     mainMenu_->updateTitles();
     sleepInhibitor_.setActive(isRecording);
+    heardRecordings_.setRecording(isRecording);
     player.changePlayStatus();
 }
 
@@ -341,6 +347,10 @@ bool MainWindowCtr::showInstallDevice() {
         return false;
     launchAudioDeviceWithClassName(kCaptureDeviceClass);
     return true;
+}
+
+void MainWindowCtr::recordedSongDidLast(const SongItem &song, uint64_t fromHostTime, uint64_t toHostTime) {
+    heardRecordings_.songWasRecorded(song.songID(), fromHostTime, toHostTime);
 }
 
 void MainWindowCtr::recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType forDeviceType) {
@@ -487,5 +497,6 @@ void MainWindowCtr::mainWindowWillClose() {
     if (!identifyGate_->mainWindowWillClose()) // a worker uses the converter to its end
         AudioConverter::Uninitialize();
     libraryCtr_->identifyCtr().modifyGetingID3Status();
+    LocalRecords::defaultRecords().filler().stop();
     DataBaseManager::defaultManager().closeDataBase();
 }

@@ -4,9 +4,11 @@
 // Threads: main.
 #pragma once
 
+#include "app/HeardRecordings.h"
 #include "app/IdentifyGate.h"
 #include "app/MainMenu.h"
 #include "capture/RecordViewCtr.h"
+#include "identify/local/LocalRecords.h"
 #include "library/LibraryCtr.h"
 #include "platform/desktop/SleepInhibitor.h"
 #include "tags/access/TagWriteOutcome.h"
@@ -76,6 +78,7 @@ public:
     /// Whether something beside the window shows that the program runs.
     void setHasTray(std::function<bool()> hasTray) { hasTray_ = std::move(hasTray); }
 
+    void recordedSongDidLast(const SongItem &song, uint64_t fromHostTime, uint64_t toHostTime) override;
     void recordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType forDeviceType) override;
     void showRecordView() override;
     int recordTracksNum() const override { return recordTracksNum_; }
@@ -129,6 +132,7 @@ private:
     std::unique_ptr<LibraryCtr> libraryCtr_;
     std::unique_ptr<IdentifyGate> identifyGate_;
     SleepInhibitor sleepInhibitor_;
+    HeardRecordings heardRecordings_{LocalRecords::defaultRecords().names()};
     std::unique_ptr<MainMenu> mainMenu_;
     std::function<void()> terminate_ = [] {};
     std::function<bool()> hasTray_ = [] { return false; };

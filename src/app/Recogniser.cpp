@@ -1,5 +1,6 @@
 #include "app/Recogniser.h"
 
+#include "identify/local/LocalRecords.h"
 #include "identify/online/ImageSearch.h"
 #include "identify/online/OnlineSource.h"
 #include "identify/queue/GetImageController.h"
@@ -10,7 +11,8 @@ namespace {
 
 /// In the order in which they are asked: what costs nothing first, what asks the network last.
 std::vector<std::shared_ptr<RecogniserSource>> recogniserSources(const std::shared_ptr<HttpClient> &client) {
-    return {std::make_shared<OnlineSource>(client)};
+    LocalRecords &records = LocalRecords::defaultRecords();
+    return {records.playerSource(), records.librarySource(), std::make_shared<OnlineSource>(client)};
 }
 
 } // namespace
