@@ -8,7 +8,7 @@
 #include "views/controls/SketchButton.h"
 #include "views/library/TagEditorView.h"
 #include "views/library/TagField.h"
-#include "views/library/ThumbnailComposer.h"
+#include "views/pictures/ThumbnailComposer.h"
 
 #include <QApplication>
 #include <QBuffer>

@@ -5,7 +5,7 @@
 
 #include "store/SongArray.h"
 #include "views/library/ImageBrowserView.h"
-#include "views/library/PictureFile.h"
+#include "views/pictures/PictureFile.h"
 
 #include <QFuture>
 #include <QObject>

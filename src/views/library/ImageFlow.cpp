@@ -4,7 +4,7 @@
 #include "views/controls/Look.h"
 #include "views/controls/OneLine.h"
 #include "views/controls/Sketch.h"
-#include "views/library/CoverCache.h"
+#include "views/pictures/CoverCache.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>

@@ -4,7 +4,7 @@
 #include "views/controls/SketchButton.h"
 #include "views/library/ID3ViewCtr.h"
 #include "views/library/TagField.h"
-#include "views/library/ThumbnailComposer.h"
+#include "views/pictures/ThumbnailComposer.h"
 
 #include <QAccessible>
 #include <QApplication>

@@ -1,4 +1,4 @@
-#include "views/library/PictureFile.h"
+#include "views/pictures/PictureFile.h"
 
 #include "platform/run/LocalizedString.h"
 

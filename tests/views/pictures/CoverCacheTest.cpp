@@ -1,5 +1,5 @@
 // Covers as they come from disks: good ones, broken ones, and what is no cover at all.
-#include "views/library/CoverCache.h"
+#include "views/pictures/CoverCache.h"
 #include "demo/RunningProgram.h"
 #include "support/MadeAudio.h"
 #include "views/controls/OneLine.h"

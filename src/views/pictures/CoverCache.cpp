@@ -1,7 +1,7 @@
-#include "views/library/CoverCache.h"
+#include "views/pictures/CoverCache.h"
 
 #include "platform/desktop/ImageNamed.h"
-#include "views/library/PictureFile.h"
+#include "views/pictures/PictureFile.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -3,7 +3,7 @@
 // Threads: any.
 #pragma once
 
-#include "views/library/PictureFile.h"
+#include "views/pictures/PictureFile.h"
 
 #include <QSize>
 

@@ -1,4 +1,4 @@
-#include "views/library/ThumbnailComposer.h"
+#include "views/pictures/ThumbnailComposer.h"
 
 #include "platform/run/Log.h"
 #include "store/TimeAndSizeText.h"
