@@ -15,7 +15,6 @@
 #include "views/controls/SketchButton.h"
 #include "views/controls/TextButton.h"
 #include "views/recording/RecordingPage.h"
-#include "views/recording/RunTracksView.h"
 #include "views/window/DisplayBox.h"
 #include "views/window/LibraryPage.h"
 #include "views/window/PlayPanel.h"
@@ -85,8 +84,6 @@ MainWindowCtr::MainWindowCtr(const InputUnitFactory &makeInputUnit)
     connect(window_.libraryBtn(), &TabButton::clicked, this, [this] { changeView(MainTab::Library); });
     connect(window_.minVolumeBtn(), &SketchButton::clicked, this, [this] { setVolume(0); });
     connect(window_.maxVolumeBtn(), &SketchButton::clicked, this, [this] { setVolume(1); });
-    connect(window_.recordingPage()->runTracksView(), &RunTracksView::itemActivated, this,
-            [this](const auto &song) { findNewRecordItem(song, /*isPlay=*/true); });
     mainMenu_ = std::make_unique<MainMenu>(*this, *window_.menu(), window_);
     connectMenu();
     showTab();

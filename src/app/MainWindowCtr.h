@@ -52,7 +52,7 @@ public:
     /// Switches the page; nothing if it is shown already.
     void changeView(MainTab tab);
     /// Goes to a track that was recorded in this run.
-    void findNewRecordItem(const SongPtr &song, bool isPlay);
+    void findNewRecordItem(const SongPtr &song, bool isPlay) override;
     /// From 0 to 1, for what is played.
     void setVolume(float volume);
 

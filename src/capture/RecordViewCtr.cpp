@@ -13,7 +13,6 @@
 #include "store/TimeAndSizeText.h"
 #include "tags/audio/AudioConverter.h"
 #include "views/recording/RecordAnimationCtr.h"
-#include "views/recording/RunTracksView.h"
 #include "views/window/DockContentView.h"
 #include "views/window/ReadyStatusPanel.h"
 
@@ -63,6 +62,9 @@ RecordViewCtr::RecordViewCtr(const InputUnitFactory &makeInputUnit, RecordingPag
     RecordAnimationCtr &scene = RecordAnimationCtr::recordAnimation();
     view_.setScene(*scene.view());
     animationdelegate_ = &scene;
+    view_.setFlowView(*imageFlowViewCtr_.view());
+    connect(&imageFlowViewCtr_, &ImageFlowViewCtr::countDidChange, this,
+            [this] { view_.setHasTracks(imageFlowViewCtr_.countSongItem() > 0); });
     microRecord_.setDelegate(this);
     audioTransToPCMWave_.setDelegate(this);
     recordSpectrum_.spectrumView()->setDataSource(this);
@@ -86,6 +88,11 @@ RecordViewCtr::~RecordViewCtr() {
     SoundServer::defaultServer().setInputDevicesChanged({});
     recordSpectrum_.spectrumView()->setDataSource(nullptr);
     microRecord_.setDelegate(nullptr);
+}
+
+void RecordViewCtr::setDelegate(RecordViewCtrDelegate *delegate) {
+    delegate_ = delegate;
+    imageFlowViewCtr_.setDelegate(delegate);
 }
 
 // Start, stop, cut
@@ -218,7 +225,7 @@ void RecordViewCtr::finishRecordedFile(const RecordedFile &file) {
     const std::shared_ptr<SongItem> song = keepRecordedFile(file, size, info);
     if (animationdelegate_)
         animationdelegate_->startCoverAnimation();
-    view_.runTracksView()->addSongItemOnMainThread(song);
+    imageFlowViewCtr_.addSongItemOnMainThread(song);
     if (animationdelegate_)
         animationdelegate_->stopCoverAnimation(); // it goes on to its end
     if (delegate_ && file.deviceType == DeviceType::SystemAudio)
@@ -402,13 +409,13 @@ int RecordViewCtr::objectValueForColumnIndex([[maybe_unused]] SpectrumView &spec
 
 void RecordViewCtr::NotifyID3Change(const std::any &object) {
     if (const auto *song = std::any_cast<std::shared_ptr<SongItem>>(&object); song && *song)
-        view_.runTracksView()->updateSongItemOnMainThread(*song);
+        imageFlowViewCtr_.updateSongItemOnMainThread(*song);
 }
 
 void RecordViewCtr::NotifyDeleteSongItems(const std::any &object) {
     if (const auto *songs = std::any_cast<QList<std::shared_ptr<SongItem>>>(&object))
         for (const auto &song : *songs) {
-            view_.runTracksView()->removeSongItemOnMainThread(song);
+            imageFlowViewCtr_.removeSongItemOnMainThread(song);
             --songItemCount_;
         }
     DockContentView::shared().setRecordedMusicCount(songItemCount_);
@@ -416,7 +423,7 @@ void RecordViewCtr::NotifyDeleteSongItems(const std::any &object) {
 
 void RecordViewCtr::NotifyRestoreSongItems(const std::any &object) {
     if (const auto *songs = std::any_cast<QList<std::shared_ptr<SongItem>>>(&object)) {
-        view_.runTracksView()->setSongItems(*songs);
+        imageFlowViewCtr_.setSongItems(*songs);
         songItemCount_ = static_cast<int>(songs->size());
     }
     DockContentView::shared().setRecordedMusicCount(songItemCount_);

@@ -8,6 +8,7 @@
 #include "capture/AudioTransToPCMWave.h"
 #include "platform/sound/SoundServer.h"
 #include "store/SongItem.h"
+#include "views/recording/ImageFlowViewCtr.h"
 #include "views/recording/RecordAnimationDelegate.h"
 #include "views/recording/RecordingPage.h"
 #include "views/recording/SpectrumView.h"
@@ -25,7 +26,8 @@ enum class DeviceType : int32_t { Microphone = 0, SystemAudio = 1 };
 /// What the display tells of the recording.
 enum class RecordingStatus : int32_t { Idle = 0, Waiting = 1, Recording = 2 };
 
-class RecordViewCtrDelegate {
+/// Hears of the strip of tracks as well.
+class RecordViewCtrDelegate : public ImageFlowViewCtrDelegate {
 public:
     /// The sound of the recording that recordedSongItem() is about to tell of was played, by this computer, between
     /// these host times.
@@ -80,10 +82,12 @@ public:
     /// The files that are being recorded.
     QStringList pathsInProgress() const { return openFiles_.keys(); }
 
+    ImageFlowViewCtr &imageFlowViewCtr() { return imageFlowViewCtr_; }
+
     /// What the toolbar's box shows of a recording.
     QWidget *getRecordingSpectrumView() const { return recordSpectrum_.recordSpectrum(); }
 
-    void setDelegate(RecordViewCtrDelegate *delegate) { delegate_ = delegate; }
+    void setDelegate(RecordViewCtrDelegate *delegate);
     RecordViewCtrDelegate *delegate() const { return delegate_; }
     void setAnimationdelegate(RecordAnimationDelegate *delegate) { animationdelegate_ = delegate; }
     RecordAnimationDelegate *animationdelegate() const { return animationdelegate_; }
@@ -139,6 +143,7 @@ private:
     RecordingPage &view_;
     DisplayBox &recordSpectrum_;
     RecordViewCtrDelegate *delegate_ = nullptr;
+    ImageFlowViewCtr imageFlowViewCtr_;
     RecordAnimationDelegate *animationdelegate_ = nullptr;
     bool isFirstAudioData_ = false;          // the first audible block of this run has been seen
     bool recordStarting_ = false;            // a recording is in progress

@@ -10,7 +10,6 @@
 #include "store/LibraryFile.h"
 #include "support/FakeInputUnit.h"
 #include "support/NoRoomOnDisk.h"
-#include "views/recording/RunTracksView.h"
 #include "views/window/ReadyStatusPanel.h"
 
 #include <QCoreApplication>
@@ -146,7 +145,7 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
     EXPECT_EQ(song.length(), 5000);
     EXPECT_EQ(song.size(), QFileInfo(song.songPath()).size());
     EXPECT_EQ(window.tracks, 1);
-    EXPECT_EQ(page.runTracksView()->countOfSongItems(), 1);
+    EXPECT_EQ(session->imageFlowViewCtr().countSongItem(), 1);
     const auto stored = library.getAllSongItems();
     ASSERT_TRUE(stored && stored->size() == 2);
     EXPECT_EQ(stored->back()->songPath(), song.songPath());
@@ -158,9 +157,9 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
     EXPECT_EQ(window.songs.size(), 2);
     // Deleted elsewhere in the program, it leaves the strip too.
     NotificationCenter::defaultCenter().postNotification("HasDeleteSongItemNotification", window.songs);
-    EXPECT_EQ(page.runTracksView()->countOfSongItems(), 0);
+    EXPECT_EQ(session->imageFlowViewCtr().countSongItem(), 0);
     NotificationCenter::defaultCenter().postNotification("HasRestoreSongItemNotification", window.songs);
-    EXPECT_EQ(page.runTracksView()->countOfSongItems(), 2);
+    EXPECT_EQ(session->imageFlowViewCtr().countSongItem(), 2);
 }
 
 TEST_F(RecordViewCtrTest, DropsWhatIsTooShortAndGivesItsNumberBack) {

@@ -3,7 +3,6 @@
 #include "platform/run/LocalizedString.h"
 #include "views/controls/Look.h"
 #include "views/controls/Sketch.h"
-#include "views/recording/RunTracksView.h"
 
 #include <QLabel>
 #include <QPainter>
@@ -23,17 +22,13 @@ RecordingPage::RecordingPage(QWidget *parent)
       lblSentence_(new QLabel(this)),
       animationViewBox_(new QWidget(this)),
       formatStripPlace_(new QWidget(this)),
-      flowViewBox_(new QWidget(this)),
-      runTracksView_(new RunTracksView(flowViewBox_)) {
+      flowViewBox_(new QWidget(this)) {
     lblSentence_->setTextFormat(Qt::PlainText);
     lblSentence_->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     lblSentence_->setWordWrap(true);
     lblSentence_->setFont(lookFont(kStatusPixels));
     auto *flowLayout = new QVBoxLayout(flowViewBox_);
     flowLayout->setContentsMargins(0, 0, 0, 0);
-    flowLayout->addWidget(runTracksView_);
-    connect(runTracksView_->model(), &QAbstractItemModel::rowsInserted, this, &RecordingPage::updateSentence);
-    connect(runTracksView_->model(), &QAbstractItemModel::rowsRemoved, this, &RecordingPage::updateSentence);
     updateSentence();
     setAttribute(Qt::WA_OpaquePaintEvent); // what moves costs no more than the page below it
     resize(kSize);
@@ -44,6 +39,16 @@ void RecordingPage::setScene(QWidget &scene) {
     scene.setParent(animationViewBox_);
     scene.setGeometry(animationViewBox_->rect());
     scene.show();
+}
+
+void RecordingPage::setFlowView(QWidget &flowView) {
+    flowViewBox_->layout()->addWidget(&flowView);
+    flowView.show();
+}
+
+void RecordingPage::setHasTracks(bool hasTracks) {
+    hasTracks_ = hasTracks;
+    updateSentence();
 }
 
 void RecordingPage::setState(RecordingPageState state) {
@@ -58,9 +63,8 @@ QString RecordingPage::sentence() const { return lblSentence_->text(); }
 void RecordingPage::updateSentence() {
     switch (state_) {
     case RecordingPageState::Idle:
-        lblSentence_->setText(runTracksView_->countOfSongItems() > 0
-                                  ? QString()
-                                  : localizedString("Press Record, then play music on this computer."));
+        lblSentence_->setText(hasTracks_ ? QString()
+                                         : localizedString("Press Record, then play music on this computer."));
         break;
     case RecordingPageState::Waiting:
         lblSentence_->setText(localizedString("Listening. The recording begins with the first sound."));

@@ -7,7 +7,6 @@
 #include <QWidget>
 
 class QLabel;
-class RunTracksView;
 
 /// What the page tells its user to do, or what is going on.
 enum class RecordingPageState { Idle, Waiting, Recording };
@@ -31,7 +30,10 @@ public:
     QWidget *animationViewBox() const { return animationViewBox_; }
     /// The host of the tracks of this run, 900 x 131.
     QWidget *flowViewBox() const { return flowViewBox_; }
-    RunTracksView *runTracksView() const { return runTracksView_; }
+    /// What is put into the strip fills it.
+    void setFlowView(QWidget &flowView);
+    /// Whether a track was recorded in this run.
+    void setHasTracks(bool hasTracks);
     /// The empty place at the top edge for the format strip, 240 x 28.
     QWidget *formatStripPlace() const { return formatStripPlace_; }
 
@@ -48,5 +50,5 @@ private:
     QWidget *animationViewBox_;
     QWidget *formatStripPlace_;
     QWidget *flowViewBox_;
-    RunTracksView *runTracksView_;
+    bool hasTracks_ = false;
 };

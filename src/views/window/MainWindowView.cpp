@@ -10,7 +10,6 @@
 #include "views/controls/SoundSlider.h"
 #include "views/controls/TextButton.h"
 #include "views/recording/RecordingPage.h"
-#include "views/recording/RunTracksView.h"
 #include "views/window/DisplayBox.h"
 #include "views/window/LibraryPage.h"
 #include "views/window/PlayPanel.h"

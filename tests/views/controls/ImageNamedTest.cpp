@@ -41,7 +41,7 @@ TEST(ImageNamed, DarkPicturesKeepNoColourOfTheLightPalette) {
     QSet<QRgb> light;
     for (const LookColour colour : kAll)
         light.insert(lookColour(colour).rgb());
-    for (const char *name : {"Recorder", "Recorder_Stop_Down", "cut", "menu", "card", "BoxBackground"}) {
+    for (const char *name : {"Recorder", "Recorder_Stop_Down", "cut", "menu", "view", "BoxBackground"}) {
         SCOPED_TRACE(name);
         Look::shared().setAppearance(Appearance::Light);
         EXPECT_TRUE(opaqueColours(imageNamed(name)).intersects(light));
