@@ -6,7 +6,7 @@
 #include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 #include "tags/audio/AudioConverter.h"
-#include "views/library/PictureFile.h"
+#include "views/pictures/PictureFile.h"
 
 #include <QDir>
 #include <QFile>
