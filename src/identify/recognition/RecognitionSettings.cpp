@@ -33,9 +33,9 @@ RecognitionSettings RecognitionSettings::ofUserDefaults() {
             .fromLibrary = boolForKey(kIdentifyFromLibrary, /*absent=*/true),
             .online = boolForKey(kIdentifyOnline, /*absent=*/false),
             .acoustIDKey = textForKey(kAcoustIDKey, CORVIDIA_ACOUSTID_KEY),
-            .acoustIDAddress = addressForKey(kAcoustIDAddress, "https://api.acoustid.org"),
-            .musicBrainzAddress = addressForKey(kMusicBrainzAddress, "https://musicbrainz.org"),
-            .coverArtAddress = addressForKey(kCoverArtAddress, "https://coverartarchive.org")};
+            .acoustIDAddress = addressForKey(kAcoustIDAddress, kAcoustIDDefaultAddress),
+            .musicBrainzAddress = addressForKey(kMusicBrainzAddress, kMusicBrainzDefaultAddress),
+            .coverArtAddress = addressForKey(kCoverArtAddress, kCoverArtDefaultAddress)};
 }
 
 RecognitionSettings RecognitionSettings::current() {

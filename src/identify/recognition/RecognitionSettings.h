@@ -14,6 +14,11 @@ inline constexpr const char *kAcoustIDAddress = "AcoustIDAddress";
 inline constexpr const char *kMusicBrainzAddress = "MusicBrainzAddress";
 inline constexpr const char *kCoverArtAddress = "CoverArtAddress";
 
+// Where the services are unless the settings say otherwise.
+inline constexpr const char *kAcoustIDDefaultAddress = "https://api.acoustid.org";
+inline constexpr const char *kMusicBrainzDefaultAddress = "https://musicbrainz.org";
+inline constexpr const char *kCoverArtDefaultAddress = "https://coverartarchive.org";
+
 struct RecognitionSettings {
     bool fromPlayers = true;
     bool fromLibrary = true;
