@@ -8,6 +8,7 @@
 #include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
 #include "tags/audio/AudioConverter.h"
+#include "views/dialogs/IdentificationConsent.h"
 #include "views/window/MainWindowView.h"
 #include "views/window/StatusLine.h"
 
@@ -97,6 +98,9 @@ void IdentifyGate::getID3WithSongItem(const SongPtr &song) {
 
 void IdentifyGate::getID3WithSongItems(const SongArray &songs, bool isMutableGet) {
     if (songs.isEmpty() || (!isMutableGet && skipsShort20s(songs.first())) || mainExiting_)
+        return;
+    askForConsentOnce();
+    if (mainExiting_) // while the question stood
         return;
     if (g_IsInitingGetID3_ || usableController())
         continueGetSongItems(songs);

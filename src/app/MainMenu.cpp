@@ -29,6 +29,7 @@ constexpr std::array kEntries{
     MenuEntry{MenuItem::Delete, "Delete", "Del"},
     MenuEntry{MenuItem::ShowRecording, "Recording", "Ctrl+1"},
     MenuEntry{MenuItem::ShowLibrary, "Library", "Ctrl+2"},
+    MenuEntry{MenuItem::Identification, "Identification...", ""},
     MenuEntry{MenuItem::InstallDevice, "Install Recording Extra...", ""},
     MenuEntry{MenuItem::About, "About %2$@", ""},
     MenuEntry{MenuItem::Quit, "Quit %2$@", "Ctrl+Q"},
@@ -66,7 +67,7 @@ MainMenu::MainMenu(MainMenuDelegate &delegate, QMenu &menu, QWidget &window) : d
     add(*subMenu("Edit"), {SelectAll, Find, ShowFile, EditTags, Delete});
     add(*subMenu("View"), {ShowRecording, ShowLibrary});
     menu.addSeparator();
-    add(menu, {InstallDevice});
+    add(menu, {Identification, InstallDevice});
     menu.addSeparator();
     add(menu, {About, Quit});
     validateWhileOpen(menu);

@@ -25,6 +25,7 @@ enum class MenuItem {
     Delete,
     ShowRecording,
     ShowLibrary,
+    Identification,
     InstallDevice,
     About,
     Quit,

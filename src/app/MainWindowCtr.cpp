@@ -14,6 +14,7 @@
 #include "views/controls/SearchField.h"
 #include "views/controls/SketchButton.h"
 #include "views/controls/TextButton.h"
+#include "views/dialogs/IdentificationView.h"
 #include "views/recording/RecordingPage.h"
 #include "views/window/DisplayBox.h"
 #include "views/window/LibraryPage.h"
@@ -134,6 +135,7 @@ void MainWindowCtr::connectMenu() {
     mainMenu_->onChoice(Delete, onLibrary([this] { libraryCtr_->deleteItems(); }));
     mainMenu_->onChoice(ShowRecording, [this] { changeView(MainTab::Recording); });
     mainMenu_->onChoice(ShowLibrary, [this] { changeView(MainTab::Library); });
+    mainMenu_->onChoice(Identification, [this] { showIdentification(); });
     mainMenu_->onChoice(About, [this] { showAbout(); });
     mainMenu_->onChoice(Quit, [this] { quit(); });
     mainMenu_->onChoice(ShowWindow, [this] { showWindow(); });
@@ -187,6 +189,12 @@ void MainWindowCtr::focusSearchField() {
     changeView(MainTab::Library);
     window_.searchField()->setFocus(Qt::ShortcutFocusReason);
     window_.searchField()->selectAll();
+}
+
+void MainWindowCtr::showIdentification() {
+    auto *view = new IdentificationView(&window_);
+    connect(view, &IdentificationView::settingsDidChange, identifyGate_.get(), &IdentifyGate::settingsDidChange);
+    view->open();
 }
 
 void MainWindowCtr::showAbout() {

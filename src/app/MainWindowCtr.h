@@ -92,6 +92,8 @@ public:
     void playbackDidSeek() override { emit playbackDidSeeked(); }
     void tagsWereNotWritten(const SongItem &song, TagWriteOutcome outcome) override;
     void coverWasRefused(const QString &reason) override;
+    /// Where nobody can be asked the gate says so.
+    bool canIdentify() const override { return true; }
     void getID3WithSongItem(const SongPtr &song) override { identifyGate_->getID3WithSongItem(song); }
     void getID3WithSongItems(const SongArray &songs, bool isMutableGet) override {
         identifyGate_->getID3WithSongItems(songs, isMutableGet);
@@ -119,6 +121,7 @@ private:
     void volumeDidChanged(float volume) override;
     void focusSearchField();
     void showAbout();
+    void showIdentification();
     bool hasCaptureDevice();
     void tellOfTags(const SongItem &song, TagWriteOutcome outcome);
     void setNoRecordStatus();
