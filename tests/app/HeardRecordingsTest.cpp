@@ -1,0 +1,44 @@
+#include "app/HeardRecordings.h"
+
+#include "demo/PlayerOnBus.h"
+#include "demo/PrivateDesktop.h"
+#include "demo/RunningProgram.h"
+#include "platform/run/HostTime.h"
+#include "platform/run/UserDefaults.h"
+
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+constexpr uint64_t kSecond = 1'000'000'000;
+} // namespace
+
+TEST(HeardRecordings, ARecordingGetsTheTitleThatAPlayerToldMeanwhile) {
+    const QTemporaryDir folder("/tmp/corvidia-XXXXXX");
+    PrivateDesktop desktop(folder.path());
+    ASSERT_TRUE(desktop.start()) << qPrintable(desktop.errorText());
+    FingerprintFile file;
+    HeardNames names(file, LibraryRows(), std::chrono::minutes(1));
+    HeardRecordings recordings(names);
+    PlayerOnBus player("real");
+    player.play({.title = "Tide", .artist = "The Shore", .album = {}, .milliseconds = 3000});
+    const auto recorded = [&](int32_t songID) {
+        const uint64_t begin = AudioGetCurrentHostTime();
+        recordings.setRecording(/*isRecording=*/true);
+        waitUntil([] { return false; }, 1000); // the player answers
+        recordings.songWasRecorded(songID, begin + kSecond / 2, begin + kSecond / 2 + 3 * kSecond);
+        recordings.setRecording(/*isRecording=*/false);
+    };
+    recorded(1);
+    const auto name = names.nameOf(1, {});
+    ASSERT_TRUE(name);
+    EXPECT_EQ(name->artist + ": " + name->title, "The Shore: Tide");
+
+    player.stop();
+    recorded(2);
+    EXPECT_FALSE(names.nameOf(2, {})) << "told at the stop at the latest";
+    player.play({.title = "Tide", .artist = "The Shore", .album = {}, .milliseconds = 3000});
+    UserDefaults::standardUserDefaults().setBool(/*value=*/false, "IdentifyFromPlayers");
+    recorded(3);
+    EXPECT_FALSE(names.nameOf(3, {})) << "the user has switched them off";
+}
