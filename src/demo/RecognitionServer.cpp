@@ -8,7 +8,6 @@
 #include <QTcpServer>
 #include <QThread>
 #include <algorithm>
-#include <latch>
 #include <mutex>
 #include <utility>
 
@@ -63,27 +62,19 @@ class RecognitionServer::Listener : public QTcpServer {
 public:
     Listener(std::shared_ptr<State> state, bool isSecure) : state_(std::move(state)), isSecure_(isSecure) {
         thread_.setObjectName("Services");
+        if (listen(QHostAddress::LocalHost))
+            state_->address = QStringLiteral("%1://127.0.0.1:%2").arg(isSecure_ ? "https" : "http").arg(serverPort());
         moveToThread(&thread_);
-        thread_.start();
-        std::latch isListening(1);
-        QMetaObject::invokeMethod(this, [&] {
-            if (listen(QHostAddress::LocalHost)) {
-                const std::lock_guard lock(state_->mutex);
-                state_->address =
-                    QStringLiteral("%1://127.0.0.1:%2").arg(isSecure_ ? "https" : "http").arg(serverPort());
-            }
-            isListening.count_down();
-        });
-        isListening.wait();
-    }
-    ~Listener() override {
-        QMetaObject::invokeMethod(
-            this,
+        connect(
+            &thread_, &QThread::finished, this,
             [this] {
                 close();
                 qDeleteAll(findChildren<QSslSocket *>(Qt::FindDirectChildrenOnly));
             },
-            Qt::BlockingQueuedConnection);
+            Qt::DirectConnection);
+        thread_.start();
+    }
+    ~Listener() override {
         thread_.quit();
         thread_.wait();
     }

@@ -7,6 +7,8 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <optional>
+#include <utility>
+#include <vector>
 
 using namespace std::chrono_literals;
 
@@ -90,7 +92,12 @@ public:
         thread_.setObjectName("Network");
         moveToThread(&thread_);
         connect(
-            &thread_, &QThread::finished, this, [this] { manager_.reset(); }, Qt::DirectConnection);
+            &thread_, &QThread::finished, this,
+            [this] {
+                const std::lock_guard lock(mutex_);
+                manager_.reset();
+            },
+            Qt::DirectConnection);
         if (auto *application = QCoreApplication::instance())
             connect(
                 application, &QCoreApplication::aboutToQuit, this, [this] { finish(); }, Qt::DirectConnection);
@@ -99,25 +106,42 @@ public:
     ~Network() override { finish(); }
 
     /// Any thread.
-    void start(const std::shared_ptr<Exchange> &exchange) {
-        QMetaObject::invokeMethod(
-            this, [this, exchange] { begin(exchange); }, Qt::QueuedConnection);
-    }
+    void start(const std::shared_ptr<Exchange> &exchange) { handOver({exchange, /*isWanted=*/true}); }
     /// Any thread. The answer of `exchange` is wanted no more.
-    void abandon(const std::shared_ptr<Exchange> &exchange) {
-        QMetaObject::invokeMethod(
-            this,
-            [this, exchange] {
-                if (QNetworkReply *reply = replies_.value(exchange.get()))
-                    reply->abort();
-            },
-            Qt::QueuedConnection);
+    void abandon(const std::shared_ptr<Exchange> &exchange) { handOver({exchange, /*isWanted=*/false}); }
+
+protected:
+    void customEvent(QEvent * /*wakeUp*/) override {
+        for (const Order &order : takeOrders())
+            if (order.isWanted)
+                begin(order.exchange);
+            else if (QNetworkReply *reply = replies_.value(order.exchange.get()))
+                reply->abort();
     }
 
 private:
+    struct Order {
+        std::shared_ptr<Exchange> exchange;
+        bool isWanted = true;
+    };
+
+    void handOver(const Order &order) {
+        {
+            const std::lock_guard lock(mutex_);
+            orders_.push_back(order);
+        }
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+    }
+    std::vector<Order> takeOrders() {
+        const std::lock_guard lock(mutex_);
+        return std::exchange(orders_, {});
+    }
+
     void finish() {
         thread_.quit();
         thread_.wait();
+        // What the thread did last is seen by whoever goes on.
+        const std::lock_guard lock(mutex_);
     }
 
     void begin(const std::shared_ptr<Exchange> &exchange) {
@@ -159,6 +183,8 @@ private:
     }
 
     QThread thread_;
+    std::mutex mutex_;
+    std::vector<Order> orders_; // for the thread; under mutex_
     // On the thread.
     std::unique_ptr<QNetworkAccessManager> manager_;
     QHash<Exchange *, QNetworkReply *> replies_; // in work
