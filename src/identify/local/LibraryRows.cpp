@@ -1,5 +1,6 @@
 #include "identify/local/LibraryRows.h"
 
+#include "platform/files/Folders.h"
 #include "platform/run/LocalizedString.h"
 #include "store/SongItem.h"
 #include "store/Statement.h"
@@ -29,6 +30,12 @@ QString tag(const QString &text, const char *placeholder) {
     return text.isEmpty() || text == placeholder || text == localizedString(placeholder) ? QString() : text;
 }
 
+QUrl chosenCover(const QString &names, int index) {
+    const QString name = names.split(',', Qt::SkipEmptyParts).value(index);
+    const QString path = coverImageFolder() + '/' + name;
+    return name.isEmpty() || !QFile::exists(path) ? QUrl() : QUrl::fromLocalFile(path);
+}
+
 } // namespace
 
 std::optional<QList<LibraryRow>> LibraryRows::all() const {
@@ -47,8 +54,8 @@ std::optional<QList<LibraryRow>> LibraryRows::all() const {
 
 std::optional<LibraryTags> LibraryRows::tagsOf(int32_t songID) const {
     const Connection connection = opened(path_);
-    Statement row(connection.get(), "SELECT AddDate, GetID3Status, SongLength, Title, Artist, Album, Year, Genre FROM "
-                                    "Song WHERE SongID = ?");
+    Statement row(connection.get(), "SELECT AddDate, GetID3Status, SongLength, Title, Artist, Album, Year, Genre, "
+                                    "CoverImages, CoverImageIndex FROM Song WHERE SongID = ?");
     if (!row || row.bindInt(songID).step() != SQLITE_ROW)
         return std::nullopt;
     LibraryTags tags;
@@ -60,5 +67,6 @@ std::optional<LibraryTags> LibraryRows::tagsOf(int32_t songID) const {
     tags.tags.album = tag(row.text(5), "Unknown Album");
     tags.tags.year = tag(row.text(6), "");
     tags.tags.genre = tag(row.text(7), "Unknown Genre");
+    tags.tags.cover = chosenCover(row.text(8), row.integer(9));
     return tags;
 }

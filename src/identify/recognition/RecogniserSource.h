@@ -23,7 +23,7 @@ struct RecognitionTask {
 struct Recognition {
     QString title, artist, album, year, genre;
     QString releaseID, releaseGroupID; ///< of MusicBrainz, for the cover
-    QUrl cover;                        ///< of a picture that the player showed
+    QUrl cover;                        ///< of a picture that the source has itself
 };
 
 struct RecogniserAnswer {
