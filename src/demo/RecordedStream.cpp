@@ -19,8 +19,8 @@ namespace {
 void prepareHome(const RecordingPlan &plan) {
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
     defaults.setInteger(static_cast<qint64>(plan.type), "DefaultExportFileType");
-    if (plan.keepsShort)
-        defaults.setBool(/*value=*/false, "AutoFilterMusic");
+    for (auto setting = plan.settings.cbegin(); setting != plan.settings.cend(); ++setting)
+        defaults.setObject(setting.value(), setting.key());
     defaults.synchronize();
 }
 
@@ -33,13 +33,15 @@ QString recordOn(const RecordingPlan &plan, PrivateMachine &machine) {
     std::optional<FrameCamera> camera;
     if (!plan.framesFolder.isNull())
         camera.emplace(plan.framesFolder);
-    if (!machine.sound().play(plan.wavPath))
+    if (plan.play ? !plan.play(machine.sound()) : !machine.sound().play(plan.wavPath))
         return "the file could not be played: " + machine.sound().errorText();
     QThread::sleep(2);
     if (const QString error = camera ? camera->stop() : QString(); !error.isNull())
         return error;
     if (!program.activateAction("stop"))
         return "the program does not answer";
+    if (plan.settle && !plan.settle(program))
+        return "not all of it came, see corvidia.log";
     QThread::msleep(500); // for the picture only: the last track's card comes up
     if (!machine.desktop().screenshot(plan.outFolder + "/screenshot.png"))
         return "no picture could be taken";
@@ -120,6 +122,10 @@ QJsonArray tracksOfLibrary(const QString &outFolder) {
         tracks.append(QJsonObject{
             {"path", song->songPath()},
             {"title", song->title()},
+            {"artist", song->artist()},
+            {"album", song->album()},
+            {"year", song->year()},
+            {"cover", song->coverImages().value(song->coverImageIndex())},
             {"seconds", static_cast<double>(song->length()) / 1000},
             {"frames", static_cast<qint64>(decodeAudio(song->songPath()).frames())},
             {"type", song->encodeKind() == "MP3 audio" ? "MP3" : "M4A"},

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "demo/PrivateSoundServer.h"
+#include "demo/RunningProgram.h"
 #include "demo/SongStream.h"
 #include "platform/sound/AudioTypes.h"
 
 #include <QJsonArray>
 #include <QString>
 #include <QStringList>
+#include <QVariantMap>
+#include <functional>
 
 /// What to record and how.
 struct RecordingPlan {
@@ -17,8 +20,12 @@ struct RecordingPlan {
                        ///< screenshot; must be new, empty, or of an earlier run
     PrivateSoundServer::Kind server = PrivateSoundServer::Kind::PulseAudio;
     ExportType type = ExportType::M4A;
-    bool keepsShort = false; ///< turns the length filter off
-    QString framesFolder;    ///< takes pictures of the window, every 200 ms of the recording; null for none
+    QVariantMap settings = {}; ///< of the program, beside the format
+    QString framesFolder = {}; ///< takes pictures of the window, every 200 ms of the recording; null for none
+    /// What is done in place of playing the file; false when it failed.
+    std::function<bool(PrivateSoundServer &sound)> play = {};
+    /// What is waited for behind the recording; false when it did not come.
+    std::function<bool(const RunningProgram &program)> settle = {};
 };
 
 /// Brings up sound server, display and session bus, starts the program, records exactly what is played of the WAV file
@@ -26,8 +33,9 @@ struct RecordingPlan {
 /// nothing did.
 QString recordStream(const RecordingPlan &plan);
 
-/// The tracks of the library below `outFolder`, in order of time: path, title, seconds (as in the library), frames
-/// (decoded, at 44100 Hz), type ("M4A" or "MP3"), songID.
+/// The tracks of the library below `outFolder`, in order of time: path, title, artist, album, year, cover (path of the
+/// picture, empty without one), seconds (as in the library), frames (decoded, at 44100 Hz), type ("M4A" or "MP3"),
+/// songID.
 QJsonArray tracksOfLibrary(const QString &outFolder);
 
 /// Compares the kept files with what was played: one line for each song that is lost, merged, cut short or not where it

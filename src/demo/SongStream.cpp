@@ -84,6 +84,13 @@ SongStream makeSongStream() {
     return stream;
 }
 
+SongStream makeSong(uint32_t seed, double root, double seconds) {
+    SongStream stream;
+    Band band(seed, root);
+    stream.songs.push_back(addMusic(stream, band, seconds));
+    return stream;
+}
+
 bool writeWav(const SongStream &stream, const QString &path) {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly))

@@ -24,5 +24,8 @@ struct SongStream {
 /// length filter drops; 400 ms; a third song.
 SongStream makeSongStream();
 
+/// One song, without silence around it. `root` in hertz.
+SongStream makeSong(uint32_t seed, double root, double seconds);
+
 /// Writes the stream as a WAV file. False when the file cannot be written.
 [[nodiscard]] bool writeWav(const SongStream &stream, const QString &path);
