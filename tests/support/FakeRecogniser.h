@@ -17,7 +17,6 @@ struct FakeRecogniser final : ID3TagControl {
         {
             const std::lock_guard lock(mutex);
             excerpts << paths;
-            asked << forTask;
         }
         answers.value(forTask.songID, otherwise)(*delegate(), forTask, stop);
     }
@@ -33,15 +32,10 @@ struct FakeRecogniser final : ID3TagControl {
             std::this_thread::yield();
         hearer.getMusicID3Error();
     }
-    QStringList excerptsSoFar() {
-        const std::lock_guard lock(mutex);
-        return excerpts;
-    }
 
     std::atomic<bool> usable = true;
     Answer otherwise = fail;
     QHash<int32_t, Answer> answers; // before the track is asked for
     std::mutex mutex;
-    QStringList excerpts;         // under mutex
-    QList<RecognitionTask> asked; // under mutex
+    QStringList excerpts; // under mutex
 };
