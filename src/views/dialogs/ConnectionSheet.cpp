@@ -63,7 +63,8 @@ ConnectionSheet::ConnectionSheet(QWidget *window)
     setWindowTitle(QStringLiteral("Tessarine Corvidia"));
     Look::shared().dress(*this);
     auto *message = textLabel("Tracks can't be identified now", lookFont(kStatusPixels, QFont::DemiBold), this);
-    auto *text = textLabel("Nobody can be asked for their names: every source is turned off, or not ready.",
+    auto *text = textLabel("Nobody can be asked for their names: every source is turned off, or not ready. The entry "
+                           "Identification... in the menu turns them on.",
                            lookFont(kListPixels), this);
     setAccessibleName(message->text());
     setAccessibleDescription(text->text());
