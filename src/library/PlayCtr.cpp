@@ -6,9 +6,9 @@
 #include "platform/run/NotificationCenter.h"
 #include "store/TimeAndSizeText.h"
 #include "views/controls/SketchButton.h"
-#include "views/pictures/CoverCache.h"
 #include "views/library/ListViewCtr.h"
 #include "views/library/MyTableView.h"
+#include "views/pictures/CoverCache.h"
 #include "views/window/PlayPanel.h"
 
 #include <QFile>
