@@ -99,7 +99,7 @@ QStringList complaintsAboutNames(const QJsonArray &tracks, const QString &outFol
         const QString line = QStringLiteral("%1 knows track %2").arg(wanted.source).arg(track["songID"].toInt());
         if (!lines.contains(line.toUtf8()))
             complaints << QStringLiteral("nowhere does the log say: %1").arg(line);
-        if (QImage(track["cover"].toString()).isNull())
+        if (const QString cover = track["cover"].toString(); cover.isEmpty() || QImage(cover).isNull())
             complaints << QStringLiteral("track %1 has no cover").arg(i + 1);
     }
     return complaints;
