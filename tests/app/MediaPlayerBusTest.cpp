@@ -104,22 +104,23 @@ TEST_F(MediaPlayerBusTest, PlayerctlSeesWhatPlays) {
 }
 
 TEST_F(MediaPlayerBusTest, WhatNobodyShouldAskDoesNoHarm) {
-    const auto track = [](const char *path) { return QVariant::fromValue(QDBusObjectPath(path)); };
+    const auto track = [](int id) {
+        return QVariant::fromValue(QDBusObjectPath(QString("/com/tessarine/Corvidia/Track/%1").arg(id)));
+    };
     EXPECT_EQ(ask("Seek", {1'000'000LL}), QStringList());
-    EXPECT_EQ(ask("SetPosition", {track("/com/tessarine/Corvidia/Track/7"), 1'000'000LL}), QStringList());
+    EXPECT_EQ(ask("SetPosition", {track(7), 1'000'000LL}), QStringList());
     play();
     constexpr auto kMost = std::numeric_limits<qlonglong>::max();
+    const QStringList nothing;
     for (const auto &[member, arguments, done] : {
              std::tuple{"Seek", QVariantList{-500'000LL}, QStringList("seek 61000")},
              std::tuple{"Seek", QVariantList{-kMost - 1}, QStringList("seek 0")},
              std::tuple{"Seek", QVariantList{kMost}, QStringList("next")},
-             std::tuple{"SetPosition", QVariantList{track("/com/tessarine/Corvidia/Track/7"), 2'000'000LL},
-                        QStringList("seek 2000")},
-             std::tuple{"SetPosition", QVariantList{track("/com/tessarine/Corvidia/Track/6"), 2'000'000LL},
-                        QStringList()},
-             std::tuple{"SetPosition", QVariantList{track("/com/tessarine/Corvidia/Track/7"), -1LL}, QStringList()},
-             std::tuple{"SetPosition", QVariantList{track("/com/tessarine/Corvidia/Track/7"), kMost}, QStringList()},
-             std::tuple{"OpenUri", QVariantList{"file:///etc/passwd"}, QStringList()},
+             std::tuple{"SetPosition", QVariantList{track(7), 2'000'000LL}, QStringList("seek 2000")},
+             std::tuple{"SetPosition", QVariantList{track(6), 2'000'000LL}, nothing},
+             std::tuple{"SetPosition", QVariantList{track(7), -1LL}, nothing},
+             std::tuple{"SetPosition", QVariantList{track(7), kMost}, nothing},
+             std::tuple{"OpenUri", QVariantList{"file:///etc/passwd"}, nothing},
          }) {
         SCOPED_TRACE(member);
         EXPECT_EQ(ask(member, arguments), done);

@@ -1,4 +1,5 @@
 #include "identify/local/FingerprintLibrary.h"
+#include "demo/RunningProgram.h"
 #include "identify/local/LibraryFiller.h"
 #include "identify/local/LibrarySource.h"
 #include "identify/local/PlayerSource.h"
@@ -6,8 +7,8 @@
 #include "identify/recognition/RecognitionSettings.h"
 #include "platform/files/Folders.h"
 #include "store/DataBaseManager.h"
-#include "store/SongArray.h"
 #include "support/MadeAudio.h"
+#include "support/Songs.h"
 
 #include <QDir>
 #include <QFile>
@@ -57,7 +58,14 @@ protected:
 
     FingerprintFile file;
     FingerprintLibrary library{file};
+    DataBaseManager &database = DataBaseManager::defaultManager();
 };
+
+/// What a source says of the file as the track `songID`, by default as one that the library has not.
+RecogniserAnswer answerOf(RecogniserSource &source, const QString &path, int32_t songID = 99,
+                          const std::stop_token &stop = {}, int64_t milliseconds = 0) {
+    return source.recognise({.songID = songID, .songPath = path, .milliseconds = milliseconds}, stop);
+}
 
 /// 24 seconds of a song of two voices over a beat, all of which `seed` decides.
 QString song(int seed, const QString &name, const QString &arguments = {}) {
@@ -76,12 +84,8 @@ QString song(int seed, const QString &name, const QString &arguments = {}) {
 Items itemsOf(const QString &path) { return fingerprintOfFile(path, kComparedTime, {}).value_or(Fingerprint()).raw; }
 
 SongPtr insertedSong(const QString &path, const QString &title, ID3Status status = ID3Status::Identified) {
-    auto item = std::make_shared<SongItem>();
-    item->setTitle(title);
-    item->setArtist("The Shore");
+    SongPtr item = songWith({.title = title, .artist = "The Shore", .path = path, .length = 24'000});
     item->setAlbum("Unknown Album");
-    item->setSongPath(path);
-    item->setLength(24'000);
     item->setAddedDate(QDateTime::currentDateTime());
     item->setGetID3Status(static_cast<int32_t>(status));
     item->setSongID(DataBaseManager::defaultManager().insertSongItem(*item));
@@ -161,14 +165,13 @@ TEST_F(FingerprintLibraryTest, ADamagedFileIsSetAsideAndANewOneBegun) {
 TEST_F(FingerprintLibraryTest, ASongIsKnownAgainHoweverItWasRecorded) {
     const SongPtr original = insertedSong(song(1, "original.wav"), "Tide");
     for (int seed = 1; seed < 4; ++seed) {
-        const QString path = seed == 1 ? original->songPath() : song(seed, QStringLiteral("other%1.wav").arg(seed));
-        const int32_t songID = seed == 1 ? original->songID() : insertedSong(path, "Another")->songID();
-        library.add(songID, kDate, itemsOf(path));
+        const SongPtr one =
+            seed == 1 ? original : insertedSong(song(seed, QString("other%1.wav").arg(seed)), "Another");
+        library.add(one->songID(), kDate, itemsOf(one->songPath()));
     }
     LibrarySource source(library, LibraryRows());
     const auto titleOf = [&source](const QString &path, int64_t milliseconds = 0) {
-        return source.recognise({.songID = 99, .songPath = path, .milliseconds = milliseconds, .excerptPath = {}}, {})
-            .found.title;
+        return answerOf(source, path, 99, {}, milliseconds).found.title;
     };
     for (const auto &[name, arguments] : {
              std::pair{"m4a.m4a", "-b:a 96k"},
@@ -195,78 +198,72 @@ TEST_F(FingerprintLibraryTest, AnswersTheTagsThatTheLibraryHasNow) {
     const SongPtr first = insertedSong(path, "Tide");
     library.add(first->songID(), kDate, items);
     LibrarySource source(library, LibraryRows());
-    const auto ask = [&](int32_t songID = 99) {
-        return source.recognise({.songID = songID, .songPath = path, .excerptPath = {}}, {});
-    };
+    const auto ask = [&] { return answerOf(source, path); };
     EXPECT_EQ(ask().found.title, "Tide");
     EXPECT_EQ(ask().found.album, QString()) << "unknown to the library, too";
-    EXPECT_EQ(ask(first->songID()).outcome, NotFound) << "the track itself";
+    EXPECT_EQ(answerOf(source, path, first->songID()).outcome, NotFound) << "the track itself";
 
     first->setTitle("High Tide");
-    DataBaseManager::defaultManager().updateSongItem(*first);
+    database.updateSongItem(*first);
     EXPECT_EQ(ask().found.title, "High Tide");
     const SongPtr second = insertedSong(path, "HIGH TIDE");
     library.add(second->songID(), kDate, items);
     EXPECT_EQ(ask().outcome, Found);
     second->setTitle("Low Tide");
-    DataBaseManager::defaultManager().updateSongItem(*second);
+    database.updateSongItem(*second);
     EXPECT_EQ(ask().outcome, NotFound) << "two names";
     second->setGetID3Status(static_cast<int32_t>(ID3Status::NotFound));
-    DataBaseManager::defaultManager().updateSongItem(*second);
+    database.updateSongItem(*second);
     EXPECT_EQ(ask().outcome, Found) << "the second is no name";
-    DataBaseManager::defaultManager().deleteSongItem(*first);
+    database.deleteSongItem(*first);
     EXPECT_EQ(ask().outcome, NotFound);
     std::stop_source stop;
     stop.request_stop();
-    EXPECT_EQ(source.recognise({.songID = 99, .songPath = path, .excerptPath = {}}, stop.get_token()).outcome, Failed);
+    EXPECT_EQ(answerOf(source, path, 99, stop.get_token()).outcome, Failed);
 }
 
 // What is made beside the library
 
 class LibraryFillerTest : public FingerprintLibraryTest {
 protected:
-    std::optional<Items> fingerprintOf(const QString &path) {
-        ++asked;
-        return path.contains("mute") ? std::nullopt : std::optional(madeItems(qHash(path, 1)));
-    }
     /// Whether these tracks, and no others, come to have a fingerprint.
     bool fills(const QList<SongPtr> &songs) {
-        for (int patience = 0; patience < 1000; ++patience) {
-            QList<int32_t> known = library.tracks().keys();
-            const bool isDone =
-                known.size() == songs.size() &&
-                std::all_of(songs.begin(), songs.end(), [&](const auto &one) { return known.contains(one->songID()); });
-            if (isDone)
-                return true;
-            std::this_thread::sleep_for(10ms);
-        }
-        return false;
+        QSet<int32_t> wanted;
+        for (const SongPtr &one : songs)
+            wanted << one->songID();
+        return waitUntil([&] {
+            const QList<int32_t> known = library.tracks().keys();
+            return QSet<int32_t>(known.begin(), known.end()) == wanted;
+        });
+    }
+    std::unique_ptr<LibraryFiller> fillerWith(HeardNames &heard) {
+        const auto fingerprintOf = [this](const QString &path, const std::stop_token &) {
+            ++asked;
+            return path.contains("mute") ? std::nullopt : std::optional(madeItems(qHash(path, 1)));
+        };
+        return std::make_unique<LibraryFiller>(LibraryRows(), library, file, heard, fingerprintOf,
+                                               LibraryFiller::Pace{.settle = 1ms, .rest = 0});
     }
 
     std::atomic<int> asked = 0;
     HeardNames names{file, LibraryRows(), 50ms};
-    LibraryFiller filler{LibraryRows(),
-                         library,
-                         file,
-                         names,
-                         [this](const QString &path, const std::stop_token &) { return fingerprintOf(path); },
-                         {.settle = 1ms, .rest = 0}};
+    std::unique_ptr<LibraryFiller> filler = fillerWith(names);
 };
 
 TEST_F(LibraryFillerTest, KeepsInStepWithTheLibrary) {
     const SongPtr named = insertedSong("/a.mp3", "A");
     const SongPtr unnamed = insertedSong("/b.mp3", "Track2", ID3Status::NotFound);
     insertedSong("/mute.mp3", "C");
-    filler.start();
+    filler->start();
     EXPECT_TRUE(fills({named}));
     unnamed->setGetID3Status(static_cast<int32_t>(ID3Status::Identified));
-    DataBaseManager::defaultManager().updateSongItem(*unnamed);
-    filler.libraryDidChange();
+    database.updateSongItem(*unnamed);
+    filler->libraryDidChange();
     EXPECT_TRUE(fills({named, unnamed}));
-    DataBaseManager::defaultManager().deleteSongItem(*named);
-    filler.libraryDidChange();
+    database.deleteSongItem(*named);
+    filler->libraryDidChange();
     EXPECT_TRUE(fills({unnamed}));
-    filler.stop();
+    filler->stop();
     EXPECT_EQ(asked, 3) << "what has no sound is not asked for again";
 }
 
@@ -277,16 +274,15 @@ TEST_F(LibraryFillerTest, ANumberThatIsGivenOutAgainIsAnotherTrack) {
     heard.artist = "The Shore";
     heard.cover = QUrl("file:///c.png");
     names.keep(named->songID(), heard);
-    filler.start();
+    filler->start();
     EXPECT_TRUE(fills({named}));
-    filler.stop();
+    filler->stop();
     HeardNames nextRun(file, LibraryRows());
     const auto name = nextRun.nameOf(named->songID(), {});
     ASSERT_TRUE(name);
     EXPECT_EQ(name->title + name->artist + name->album + name->cover.toString(), "TideThe Shorefile:///c.png");
     EXPECT_TRUE(name->album.isNull());
 
-    DataBaseManager &database = DataBaseManager::defaultManager();
     database.deleteSongItem(*named);
     database.closeDataBase();
     database.loadDataBase();
@@ -295,16 +291,10 @@ TEST_F(LibraryFillerTest, ANumberThatIsGivenOutAgainIsAnotherTrack) {
     ASSERT_EQ(database.insertSongItem(other), named->songID());
     EXPECT_FALSE(nextRun.nameOf(named->songID(), {}));
     asked = 0;
-    LibraryFiller next{LibraryRows(),
-                       library,
-                       file,
-                       nextRun,
-                       [this](const QString &path, const std::stop_token &) { return fingerprintOf(path); },
-                       {.settle = 1ms, .rest = 0}};
-    next.start();
-    for (int patience = 0; patience < 1000 && asked == 0; ++patience)
-        std::this_thread::sleep_for(10ms);
-    next.stop();
+    const auto next = fillerWith(nextRun);
+    next->start();
+    EXPECT_TRUE(waitUntil([this] { return asked > 0; }));
+    next->stop();
     EXPECT_FALSE(file.nameOf(named->songID()));
 }
 
@@ -316,23 +306,16 @@ TEST_F(LibraryFillerTest, ANameIsWaitedForWhileItIsExpected) {
     patient.expect(2);
     patient.expect(3);
     std::stop_source stop;
-    RecogniserAnswer named, nameless, stopped;
     {
-        const std::jthread first(
-            [&] { named = source.recognise({.songID = 1, .songPath = {}, .excerptPath = {}}, {}); });
-        const std::jthread second(
-            [&] { nameless = source.recognise({.songID = 2, .songPath = {}, .excerptPath = {}}, {}); });
-        const std::jthread third(
-            [&] { stopped = source.recognise({.songID = 3, .songPath = {}, .excerptPath = {}}, stop.get_token()); });
+        const std::jthread named([&] { EXPECT_EQ(answerOf(source, {}, 1).found.title, "Tide"); });
+        const std::jthread nameless([&] { EXPECT_EQ(answerOf(source, {}, 2).outcome, NotFound); });
+        const std::jthread stopped([&] { EXPECT_EQ(answerOf(source, {}, 3, stop.get_token()).outcome, Failed); });
         Recognition tide;
         tide.title = "Tide";
         patient.keep(1, tide);
         patient.keep(2, std::nullopt);
         stop.request_stop();
     }
-    EXPECT_EQ(named.found.title, "Tide");
-    EXPECT_EQ(nameless.outcome, NotFound);
-    EXPECT_EQ(stopped.outcome, Failed);
     names.expect(4); // for 50 ms
     EXPECT_FALSE(names.nameOf(4, {}));
     EXPECT_FALSE(names.nameOf(5, {})) << "of which nothing was ever heard";

@@ -1,60 +1,52 @@
 #include "identify/local/HeardTitles.h"
 
+#include <functional>
 #include <gtest/gtest.h>
-#include <map>
 
 namespace {
 
 constexpr uint64_t kEvening = 1'000'000'000'000; // some host time
 uint64_t at(double seconds) { return kEvening + static_cast<uint64_t>(seconds * 1e9); }
 
-/// An evening's news in the order in which they come, times in seconds.
-struct News {
-    enum Kind { Says, Says_nothing, Recorded, Stops } kind = Says;
-    double time = 0; // of a recording its beginning
-    double to = 0;   // of a recording
-    PlayedTitle title = {};
-};
-
-News says(double time, const char *title, const char *artist = "The Shore", int seconds = 0) {
-    return {News::Says, time, 0, {.title = title, .artist = artist, .milliseconds = seconds * 1000}};
-}
-News radioSays(double time, const char *title) { return says(time, title, /*artist=*/nullptr); }
-News saysNothing(double time) { return {News::Says_nothing, time}; }
-News recorded(double from, double to) { return {News::Recorded, from, to}; }
-News stops(double time) { return {News::Stops, time}; }
-
-/// Hears the evening; what is known of each recording, in the order in which they were made.
-class Evening final : HeardTitlesDelegate {
-public:
-    QStringList names(const QList<News> &evening) {
-        heard_.watchDidBegin(at(0));
-        int32_t songID = 0;
-        for (const News &news : evening) {
-            if (news.kind == News::Says)
-                heard_.titleDidChange(news.title, at(news.time));
-            else if (news.kind == News::Says_nothing)
-                heard_.titleDidChange(std::nullopt, at(news.time));
-            else if (news.kind == News::Recorded)
-                heard_.fileWasRecorded(++songID, at(news.time), at(news.to));
-            else
-                heard_.watchDidEnd(at(news.time));
-        }
-        QStringList all;
-        for (int32_t id = 1; id <= songID; ++id)
-            all << names_.value(id, "waits");
-        return all;
-    }
-
-private:
+/// Hears an evening; what is known of each recording, in the order in which they were made.
+struct Evening final : HeardTitlesDelegate {
     void trackWasHeard(int32_t songID, const std::optional<Recognition> &name) override {
-        EXPECT_FALSE(names_.contains(songID)) << "told twice";
-        names_.insert(songID, name ? name->artist + ": " + name->title : QString());
+        EXPECT_EQ(names[songID - 1], "waits") << "told twice";
+        names[songID - 1] = name ? name->artist + ": " + name->title : QString();
     }
-
-    HeardTitles heard_{*this};
-    QHash<int32_t, QString> names_;
+    HeardTitles heard{*this};
+    QStringList names;
 };
+
+/// An evening's news in the order in which they come, times in seconds.
+using News = std::function<void(Evening &)>;
+
+News says(double time, const QString &title, const QString &artist = "The Shore", int seconds = 0) {
+    return [=](Evening &evening) {
+        evening.heard.titleDidChange(PlayedTitle{title, artist, {}, seconds * 1000}, at(time));
+    };
+}
+News radioSays(double time, const char *title) { return says(time, title, /*artist=*/{}); }
+News saysNothing(double time) {
+    return [=](Evening &evening) { evening.heard.titleDidChange(std::nullopt, at(time)); };
+}
+News recorded(double from, double to) {
+    return [=](Evening &evening) {
+        evening.names << "waits";
+        evening.heard.fileWasRecorded(static_cast<int32_t>(evening.names.size()), at(from), at(to));
+    };
+}
+News stops(double time) {
+    return [=](Evening &evening) { evening.heard.watchDidEnd(at(time)); };
+}
+
+QStringList namesOf(const QList<News> &news) {
+    Evening evening;
+    evening.heard.watchDidBegin(at(0));
+    for (const News &one : news)
+        one(evening);
+    return evening.names;
+}
 
 } // namespace
 
@@ -70,10 +62,7 @@ TEST(HeardTitles, NamesWhatASongsTitleCovers) {
                   {says(1, "Tide", "The Shore", 200), recorded(3, 202.5)},
                   {"The Shore: Tide"}},
              Case{"a length that is not the recording's says nothing by itself",
-                  {
-                      says(5, "Tide", "The Shore", 200),
-                      recorded(5, 60),
-                  },
+                  {says(5, "Tide", "The Shore", 200), recorded(5, 60)},
                   {"waits"}},
              Case{"a song begun late, of which the player knows the length",
                   {says(1, "Tide", "The Shore", 200), recorded(3, 90), stops(91)},
@@ -123,16 +112,15 @@ TEST(HeardTitles, NamesWhatASongsTitleCovers) {
                   {noName, "B: Two", "C: Three"}},
          }) {
         SCOPED_TRACE(row.name);
-        EXPECT_EQ(Evening().names(row.evening), row.names);
+        EXPECT_EQ(namesOf(row.evening), row.names);
     }
 }
 
 TEST(HeardTitles, OfANightThatFloodsSoMuchIsKeptAndEverythingTold) {
     QList<News> night;
     for (int i = 0; i < 100'000; ++i)
-        night << says(i * 0.1, qPrintable(QString::number(i)));
+        night << says(i * 0.1, QString::number(i));
     for (int i = 0; i < 200; ++i)
         night << says(20'000, "Stands") << recorded(20'001 + i * 100, 20'090 + i * 100);
-    QStringList names = Evening().names(night << stops(50'000));
-    EXPECT_EQ(names, QStringList(200, QString("")));
+    EXPECT_EQ(namesOf(night << stops(50'000)), QStringList(200, QString("")));
 }

@@ -16,8 +16,7 @@ QByteArray result(const char *score, const QByteArrayList &recordings) {
     return QByteArray(R"({"score":)") + score + R"(,"recordings":[)" + recordings.join(',') + "]}";
 }
 
-const QByteArray kA = R"(,"title":"A")";
-const QByteArray kB = R"(,"title":"B")";
+const QByteArray kA = recording('1', R"(,"title":"A")"), kB = recording('2', R"(,"title":"B")");
 
 struct LookupCase {
     const char *name;
@@ -27,42 +26,35 @@ struct LookupCase {
 };
 
 TEST(AcoustID, TakesOnlyWhatIsSure) {
+    using enum AcoustIDAnswer::Outcome;
     for (const auto &[name, results, outcome, number] : {
-             LookupCase{"nothing", {}, Outcome::NoMatch},
-             LookupCase{"one", {result("0.98", {recording('1', kA)})}, Outcome::Found, '1'},
-             LookupCase{"what nobody has named", {R"({"score":0.98,"id":"x"})"}, Outcome::NoMatch},
-             LookupCase{"not sure", {result("0.49", {recording('1', kA)})}, Outcome::Ambiguous},
-             LookupCase{"just sure, told as a text", {result("\"0.5\"", {recording('1', kA)})}, Outcome::Found, '1'},
-             LookupCase{"two titles, near each other",
-                        {result("0.95", {recording('1', kA)}), result("0.86", {recording('2', kB)})},
-                        Outcome::Ambiguous},
+             LookupCase{"nothing", {}, NoMatch},
+             LookupCase{"one", {result("0.98", {kA})}, Found, '1'},
+             LookupCase{"what nobody has named", {R"({"score":0.98,"id":"x"})"}, NoMatch},
+             LookupCase{"not sure", {result("0.49", {kA})}, Ambiguous},
+             LookupCase{"just sure, told as a text", {result("\"0.5\"", {kA})}, Found, '1'},
+             LookupCase{"two titles, near each other", {result("0.95", {kA}), result("0.86", {kB})}, Ambiguous},
              LookupCase{"two titles, far from each other, in the wrong order",
-                        {result("0.85", {recording('1', kA)}), result("0.95", {recording('2', kB)})},
-                        Outcome::Found,
+                        {result("0.85", {kA}), result("0.95", {kB})},
+                        Found,
                         '2'},
-             LookupCase{"two titles of one sound",
-                        {result("1", {recording('1', kA), recording('2', kB)})},
-                        Outcome::Ambiguous},
+             LookupCase{"two titles of one sound", {result("1", {kA, kB})}, Ambiguous},
              LookupCase{"one title, twice: the one that is as long",
                         {result("1", {recording('1', R"(,"title":"Été","duration":300)"),
                                       recording('2', R"(,"title":"ETE!","duration":205)")})},
-                        Outcome::Found,
+                        Found,
                         '2'},
+             LookupCase{"one title, twice: the one that was sent in more often",
+                        {result("1", {recording('1', R"(,"title":"A","sources":2)"),
+                                      recording('2', R"(,"title":"A","sources":"9")")})},
+                        Found,
+                        '2'},
+             LookupCase{"only a number", {result("1", {recording('1', R"(,"title":null)")})}, Found, '1'},
+             LookupCase{"two numbers", {result("1", {recording('1', {}), recording('2', {})})}, Ambiguous},
+             LookupCase{"no title beside one that has one", {result("1", {recording('1', {}), kB})}, Found, '2'},
              LookupCase{
-                 "one title, twice: the one that was sent in more often",
-                 {result("1", {recording('1', kA + R"(,"sources":2)"), recording('2', kA + R"(,"sources":"9")")})},
-                 Outcome::Found,
-                 '2'},
-             LookupCase{"only a number", {result("1", {recording('1', R"(,"title":null)")})}, Outcome::Found, '1'},
-             LookupCase{"two numbers", {result("1", {recording('1', {}), recording('2', {})})}, Outcome::Ambiguous},
-             LookupCase{"no title beside one that has one",
-                        {result("1", {recording('1', {}), recording('2', kB)})},
-                        Outcome::Found,
-                        '2'},
-             LookupCase{"what is no identifier",
-                        {result("1", {R"({"id":"../../x","title":"A"})", "null", "3"})},
-                        Outcome::NoMatch},
-             LookupCase{"what is no result", {"null", "7", "[]"}, Outcome::NoMatch},
+                 "what is no identifier", {result("1", {R"({"id":"../../x","title":"A"})", "null", "3"})}, NoMatch},
+             LookupCase{"what is no result", {"null", "7", "[]"}, NoMatch},
          }) {
         SCOPED_TRACE(name);
         const AcoustIDAnswer answer =

@@ -79,13 +79,6 @@ TEST_F(HttpClients, AskOnlyTheWebAndNobodyWithAFalseCertificate) {
     EXPECT_EQ(secure.requests(), QStringList());
 }
 
-TEST_F(HttpClients, DoNotReadAnAvalancheToItsEnd) {
-    server.setAnswers("/a", {{200, QByteArray(60'000'000, 'a')}});
-    EXPECT_EQ(fetched("/a").status, 0);
-    server.setAnswers("/a", {{200, "{}"}});
-    EXPECT_EQ(fetched("/a").status, 200) << "and go on";
-}
-
 TEST_F(HttpClients, AskNobodyTwiceForWhatIsKnown) {
     server.setAnswers("/a", {{200, R"({"a":1})"}});
     server.setAnswers("/html", {{200, "<html>"}});

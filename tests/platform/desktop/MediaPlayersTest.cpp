@@ -86,18 +86,11 @@ QVariantMap metadataOf(const QVariant &title) { return {{"xesam:title", title}, 
 
 TEST_F(MediaPlayersTest, TellsWhatIsPlayedAndFromWhenOn) {
     PlayerOnBus early("early");
-    early.play({.title = "Tide",
-                .artist = "The Shore",
-                .album = "Sea",
-                .milliseconds = 200'000,
-                .cover = QUrl("http://c.example/a.png")});
+    const QUrl cover("http://c.example/a.png");
+    early.play({.title = "Tide", .artist = "The Shore", .album = "Sea", .milliseconds = 200'000, .cover = cover});
     players.setWatching(true);
     ASSERT_TRUE(hears("Tide"));
-    EXPECT_EQ(*last, (PlayedTitle{.title = "Tide",
-                                  .artist = "The Shore",
-                                  .album = "Sea",
-                                  .milliseconds = 200'000,
-                                  .cover = QUrl("http://c.example/a.png")}));
+    EXPECT_EQ(*last, (PlayedTitle{"Tide", "The Shore", "Sea", 200'000, cover}));
     const uint64_t before = AudioGetCurrentHostTime();
     early.play({.title = "Ebb", .artist = "The Shore", .album = {}});
     turn(0);
@@ -187,19 +180,14 @@ TEST_F(MediaPlayersTest, TakesNothingFromMetadataThatIsNone) {
         strange.sends(metadataOf("Known"));
         ASSERT_TRUE(hears("Known"));
         strange.sends(row.metadata);
-        if (row.title.isNull()) {
-            ASSERT_TRUE(waitUntil([&] { return told.last() != "Known"; }, 10'000));
-            EXPECT_FALSE(last && last->title.contains("Known"));
-        } else {
-            EXPECT_TRUE(hears(row.title)) << qPrintable(told.last());
-        }
+        ASSERT_TRUE(waitUntil([&] { return told.last() != "Known"; }, 10'000));
+        EXPECT_TRUE(row.title.isNull() || hears(row.title)) << qPrintable(told.last());
     }
-    const QVariantMap entries{{"xesam:title", "T"},
+    strange.sends(QVariantMap{{"xesam:title", "T"},
                               {"xesam:artist", "One"},
                               {"mpris:length", "3000000"},
                               {"mpris:artUrl", "data:image/png;base64,AAAA"},
-                              {"mpris:trackid", "spotify:ad:1"}};
-    strange.sends(entries);
+                              {"mpris:trackid", "spotify:ad:1"}});
     ASSERT_TRUE(hears("T"));
     EXPECT_EQ(*last, (PlayedTitle{.title = "T", .artist = "One", .milliseconds = 3000, .isAdvert = true}));
     strange.send({7, "x"});

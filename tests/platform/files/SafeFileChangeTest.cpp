@@ -18,28 +18,24 @@
 namespace {
 QByteArray at(const char *name) { return QFile::encodeName(QDir::homePath() + '/') + name; }
 QByteArray read(const char *name) { return QByteArray::fromStdString(bytesOf(inHome(name))); }
-void write(const char *name, const char *content) { makeFile(name, content); }
-QStringList files(const char *folder = "") {
-    return QDir(QFile::decodeName(at(folder))).entryList(QDir::Files | QDir::Hidden);
-}
 ino_t inode(const char *name) {
     struct stat info {};
     return ::stat(at(name).constData(), &info) == 0 ? info.st_ino : 0;
 }
 
 TEST(SafeFileChange, KeepsWhatAUserExpects) {
-    write("real", "old");
+    makeFile("real", "old");
     ASSERT_EQ(::symlink("real", at("link").constData()), 0);
     ASSERT_EQ(::link(at("real").constData(), at("hard").constData()), 0);
     const bool hasAttribute = ::setxattr(at("real").constData(), "user.note", "x", 1, 0) == 0;
     const ino_t untouched = inode("real");
-    EXPECT_TRUE(SafeFileChange(QFile::decodeName(at("link"))).commit());
+    EXPECT_TRUE(SafeFileChange(inHome("link")).commit());
     EXPECT_EQ(inode("real"), untouched) << "nothing was changed";
     const timespec times[2] = {{1'000, 0}, {2'000, 0}};
     ASSERT_EQ(::utimensat(AT_FDCWD, at("real").constData(), times, 0), 0);
     ASSERT_EQ(::chmod(at("real").constData(), 0640), 0);
 
-    SafeFileChange change(QFile::decodeName(at("link")));
+    SafeFileChange change(inHome("link"));
     ASSERT_TRUE(change.isOpen());
     ASSERT_EQ(::pwrite(change.descriptor(), "new", 3, 0), 3);
     EXPECT_EQ(read("real"), "old");
@@ -53,45 +49,45 @@ TEST(SafeFileChange, KeepsWhatAUserExpects) {
     EXPECT_GT(info.st_mtim.tv_sec, 2'000);
     EXPECT_EQ(read("real"), "new");
     EXPECT_EQ(read("hard"), "old");
-    EXPECT_TRUE(QFileInfo(QFile::decodeName(at("link"))).isSymLink());
+    EXPECT_TRUE(QFileInfo(inHome("link")).isSymLink());
     char value = 0;
     EXPECT_TRUE(!hasAttribute || (::getxattr(at("real").constData(), "user.note", &value, 1) == 1 && value == 'x'));
-    EXPECT_EQ(files(), (QStringList{"hard", "link", "real"}));
+    EXPECT_EQ(filesInHome(), (QStringList{"hard", "link", "real"}));
 }
 
 TEST(SafeFileChange, LeavesNothingBehind) {
-    write("file", "old");
-    { const SafeFileChange dropped(QFile::decodeName(at("file"))); }
-    EXPECT_EQ(files().filter("file"), QStringList{"file"});
+    makeFile("file", "old");
+    { const SafeFileChange dropped(inHome("file")); }
+    EXPECT_EQ(filesInHome().filter("file"), QStringList{"file"});
 
-    SafeFileChange late(QFile::decodeName(at("file")));
-    write("file", "somebody else's");
+    SafeFileChange late(inHome("file"));
+    makeFile("file", "somebody else's");
     EXPECT_FALSE(late.commit());
     EXPECT_EQ(late.error(), EBUSY);
     EXPECT_EQ(read("file"), "somebody else's");
-    EXPECT_EQ(files().filter("file"), QStringList{"file"});
+    EXPECT_EQ(filesInHome().filter("file"), QStringList{"file"});
 
     // What a killed writer left goes, once in each folder; what another is working on stays.
     ASSERT_TRUE(QDir::home().mkdir("folder"));
-    write("folder/file", "old");
-    write("folder/.corvidia-1-0-file", "left");
-    write("folder/.corvidia-1-1-file", "in use");
+    const auto files = [] { return QDir(inHome("folder")).entryList(QDir::Files | QDir::Hidden); };
+    makeFile("folder/file", "old");
+    makeFile("folder/.corvidia-1-0-file", "left");
+    makeFile("folder/.corvidia-1-1-file", "in use");
     const int other = ::open(at("folder/.corvidia-1-1-file").constData(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(::flock(other, LOCK_EX), 0);
-    EXPECT_TRUE(SafeFileChange(QFile::decodeName(at("folder/file"))).commit());
-    EXPECT_EQ(files("folder"), (QStringList{".corvidia-1-1-file", "file"}));
+    EXPECT_TRUE(SafeFileChange(inHome("folder/file")).commit());
+    EXPECT_EQ(files(), (QStringList{".corvidia-1-1-file", "file"}));
     ::close(other);
-    EXPECT_TRUE(SafeFileChange(QFile::decodeName(at("folder/file"))).commit());
-    EXPECT_EQ(files("folder").size(), 2);
-    EXPECT_FALSE(SafeFileChange(QDir::homePath()).isOpen());
-    EXPECT_FALSE(SafeFileChange(QDir::homePath() + "/nowhere").isOpen());
-    EXPECT_FALSE(SafeFileChange("/dev/null").isOpen());
+    EXPECT_TRUE(SafeFileChange(inHome("folder/file")).commit());
+    EXPECT_EQ(files().size(), 2);
+    for (const QString &path : {QDir::homePath(), inHome("nowhere"), QString("/dev/null")})
+        EXPECT_FALSE(SafeFileChange(path).isOpen());
 }
 
 // A process without root's rights may write the file and not its folder, and is killed at many instants.
 TEST(SafeFileChange, InAFolderThatMayNotBeWrittenIsMadeInPlace) {
     ASSERT_TRUE(QDir::home().mkdir("folder"));
-    write("folder/file", "old");
+    makeFile("folder/file", "old");
     ASSERT_EQ(::chmod(at("").constData(), 0777), 0);
     ASSERT_EQ(::chmod(at("folder/file").constData(), 0666), 0);
     ASSERT_EQ(::chmod(at("folder").constData(), 0555), 0);
@@ -101,7 +97,7 @@ TEST(SafeFileChange, InAFolderThatMayNotBeWrittenIsMadeInPlace) {
         const pid_t child = ::fork();
         if (child == 0) {
             for (char turn = 'a'; ::geteuid() != 0 || ::setuid(65534) == 0; turn = turn == 'z' ? 'a' : turn + 1) {
-                SafeFileChange change(QFile::decodeName(at("folder/file")));
+                SafeFileChange change(inHome("folder/file"));
                 const QByteArray bytes(4'000'000 + turn * 1'000, turn);
                 if (::pwrite(change.descriptor(), bytes.constData(), bytes.size(), 0) != bytes.size() ||
                     ::ftruncate(change.descriptor(), bytes.size()) != 0 || !change.commit())

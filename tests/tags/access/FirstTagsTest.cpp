@@ -31,11 +31,10 @@ TEST(FirstTags, OfARecordingHaveDefaultsForWhatIsAbsentAndOneCover) {
     EXPECT_EQ(writeID3(song), TagWriteOutcome::Written);
     const auto info = TagLibHelper::ID3Info(song.songPath());
     ASSERT_TRUE(info);
-    EXPECT_EQ((*info)[TagKey::kTitle], "Unknown Title");
-    EXPECT_EQ((*info)[TagKey::kArtist], "");
-    EXPECT_EQ((*info)[TagKey::kAlbum], "Unknown Album");
-    EXPECT_EQ((*info)[TagKey::kGenre], "Unknown Genre");
-    EXPECT_EQ((*info)[TagKey::kYear], 2026);
+    QStringList texts;
+    for (const char *key : {TagKey::kTitle, TagKey::kArtist, TagKey::kAlbum, TagKey::kGenre, TagKey::kYear})
+        texts << (*info)[key].toString();
+    EXPECT_EQ(texts, QStringList({"Unknown Title", "", "Unknown Album", "Unknown Genre", "2026"}));
     ASSERT_EQ((*info)[TagKey::kCover].toList().size(), 1);
     EXPECT_GT(qBlue((*info)[TagKey::kCover].toList().first().value<QImage>().pixel(3, 3)), 240);
     EXPECT_EQ(song.size(), AudioConverter::getFileSize(song.songPath()));
