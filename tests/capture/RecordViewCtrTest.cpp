@@ -312,13 +312,7 @@ TEST_F(RecordViewCtrTest, FindsAFreeNameAndAFolder) {
 }
 
 TEST_F(RecordViewCtrTest, TellsWhatItIsDoingBlockByBlock) {
-    QStringList texts;
-    for (int i = 0; i < 93; ++i) {
-        session->changedRecordingStatus(RecordingStatus::Recording);
-        if (texts.isEmpty() || texts.last() != status())
-            texts << status();
-    }
-    EXPECT_EQ(texts, QStringList({"Rec...", "Rec..   ", "Rec. ", "Rec..."}));
+    session->changedRecordingStatus(RecordingStatus::Recording);
     NotificationCenter::defaultCenter().postNotification("PluginUninstallNotification");
     EXPECT_EQ(status(), "Rec..."); // there may be reports that have not been shown
     EXPECT_TRUE(waitUntil([this] { return status().isEmpty(); }));

@@ -1,7 +1,6 @@
 // The way of the sound from the engine to the bars: nothing is lost on it in steady running, and it shows what is
 // heard.
 #include "capture/AudioTransToPCMWave.h"
-#include "platform/run/Log.h"
 #include "support/FakeInputUnit.h"
 
 #include <QCoreApplication>
@@ -31,10 +30,6 @@ protected:
         engine.configureAudioUnit(1);
         blocks = std::make_unique<BlockFeed>(*units.client);
     }
-    void tone(int count) {
-        for (int i = 0; i < count; ++i)
-            blocks->tone();
-    }
 
     Display display;
     FakeInputUnits units;
@@ -50,7 +45,7 @@ TEST_F(SpectrumFeedTest, LosesNothingInSteadyRunning) {
     int waiting = 0;
     int delivered = 0;
     for (const int fragments : {1, 1, 0, 2, 1, 1, 1, 0, 2, 0, 2, 0, 1, 1, 2, 0, 1, 0, 1, 1, 0, 1, 0, 0}) {
-        tone(9 * fragments);
+        blocks->tones(9 * fragments);
         waiting += 9 * fragments;
         engine.deliverReports();
         const int taken = std::min(waiting, 10);
@@ -67,38 +62,27 @@ TEST_F(SpectrumFeedTest, LosesNothingInSteadyRunning) {
 TEST_F(SpectrumFeedTest, ShowsWhatIsHeardWhileTheEngineHoldsItBack) {
     const AudioRecord::BlockHold hold(engine);
     for (qsizetype results = 1; results <= 4; ++results) {
-        tone(9);
+        blocks->tones(9);
         engine.deliverReports();
         ASSERT_TRUE(display.hasResults(results));
     }
 }
 
 TEST_F(SpectrumFeedTest, OfABacklogItShowsTheEnd) {
-    for (int i = 0; i < 50; ++i)
-        blocks->silence();
-    tone(10);
+    blocks->silences(50);
+    blocks->tones(10);
     engine.deliverReports();
     ASSERT_TRUE(display.hasResults(1));
     EXPECT_NE(display.results.last(), QList<int32_t>(Display::kBars));
 }
 
 TEST_F(SpectrumFeedTest, RestsWhileNobodyLooks) {
-    tone(20);
+    blocks->tones(20);
     engine.setDelegatePCMWave(nullptr);
-    tone(40);
+    blocks->tones(40);
     engine.setDelegatePCMWave(&feed);
     engine.deliverReports();
-    tone(9);
+    blocks->tones(9);
     engine.deliverReports();
     EXPECT_TRUE(display.hasResults(1)); // nothing of before
-}
-
-TEST_F(SpectrumFeedTest, SkipsAndLogsAWrongSize) {
-    QStringList lines;
-    setLogSink([&](const QString &line) { lines << line; });
-    const std::array<float, 2 * kBlockFrames> samples{};
-    for (const uint32_t count : {0U, 511U, 513U})
-        feed.sendAudioDataProc(samples.data(), samples.data(), count);
-    setLogSink({});
-    EXPECT_EQ(lines, QStringList(3, "deal with spectrum nNumber != AUDIOFRAMENUMBER"));
 }

@@ -277,21 +277,6 @@ TEST_F(Library, ALogThatGrowsComesIntoTheFileMeanwhile) {
     EXPECT_EQ(Connection(path_).run("PRAGMA integrity_check"), "ok");
 }
 
-TEST_F(Library, AnswersWithoutATableForRingtonesAndWithOne) {
-    RingtoneItem ringtone;
-    ringtone.setTitle("It's \"mine\"");
-    EXPECT_EQ(manager_.insertRingtoneItem(ringtone), 0);
-    EXPECT_FALSE(manager_.getAllRingtoneItems());
-    EXPECT_FALSE(manager_.updateRingtoneItem(ringtone));
-    EXPECT_FALSE(manager_.deleteRingtoneItem(ringtone));
-    EXPECT_EQ(log_.last(), "deleteSongItem: sqlite3_prepare failed 0");
-
-    Connection(path_).run("CREATE TABLE Ringtone(RingtoneID int PRIMARY KEY, Title, Artist, Album, RingtoneLength, "
-                          "RingtoneSize, MadeDate, RingTonePath, CoverImagePath)");
-    EXPECT_EQ(manager_.insertRingtoneItem(ringtone), 2) << "the number of the failed one stays used";
-    EXPECT_EQ(manager_.getAllRingtoneItems()->at(0)->title(), ringtone.title());
-}
-
 TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
     QString fewer(kSongTable);
     fewer.replace(",GetID3Status int", "");
