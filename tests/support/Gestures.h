@@ -4,7 +4,9 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPushButton>
 #include <QWidget>
+#include <stdexcept>
 
 inline void press(QWidget &widget, int key, Qt::KeyboardModifiers modifiers = {}, const QString &text = {}) {
     for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
@@ -24,4 +26,11 @@ inline void mouse(QWidget &widget, QEvent::Type type, const QPointF &at, Qt::Mou
 inline void click(QWidget &widget, const QPointF &at, Qt::KeyboardModifiers modifiers = {}) {
     mouse(widget, QEvent::MouseButtonPress, at, Qt::LeftButton, modifiers);
     mouse(widget, QEvent::MouseButtonRelease, at, Qt::LeftButton, modifiers);
+}
+
+inline QPushButton &buttonOf(const QWidget &window, const QString &title) {
+    for (auto *button : window.findChildren<QPushButton *>())
+        if (button->text() == title)
+            return *button;
+    throw std::runtime_error("no button " + title.toStdString());
 }

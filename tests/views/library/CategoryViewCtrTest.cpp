@@ -74,12 +74,3 @@ TEST_F(Categories, ClicksChooseRowsAndNothingElse) {
     categories.selectRow(2);
     EXPECT_EQ(library.shown, QStringList({"Untagged Music", "Music ToolKit", "All Music"}));
 }
-
-TEST_F(Categories, StayTwoAtTheTop) {
-    OutlineItem root;
-    for (int i = 0; i < 3; ++i)
-        root.childs.append(std::make_shared<OutlineItem>());
-    root.childs.first()->childs.append(std::make_shared<OutlineItem>());
-    const MyOutlineView other(root, library, /*parent=*/nullptr);
-    EXPECT_EQ(other.model()->rowCount(), 2);
-}

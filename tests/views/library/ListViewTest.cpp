@@ -565,9 +565,7 @@ TEST_F(ListView, ColumnsFillTheTableAndAreRemembered) {
     UserDefaults::standardUserDefaults().setObject(
         QStringList{"", "title", "Music identify=-3", "artist=999999999999", "status=7", "title=5=5", "x=%n"},
         "LibraryColumns");
-    const auto hostile = std::make_unique<MyTableView>(/*parent=*/nullptr);
-    hostile->resize(713, 400);
-    hostile->show();
+    const auto hostile = again();
     EXPECT_EQ(hostile->headerView()->visualIndex(kIdentifyColumn), 6);
     EXPECT_GE(hostile->columnWidth(kTitleColumn), 44);
 }

@@ -5,7 +5,6 @@
 #include "support/Songs.h"
 #include "views/library/MissingTracksView.h"
 
-#include <QPushButton>
 #include <gtest/gtest.h>
 
 namespace {
@@ -41,12 +40,7 @@ struct ToolKit : testing::Test {
         }
         page.showMissing(songs, candidates);
     }
-    QPushButton &button(const QString &title) {
-        for (auto *button : page.findChildren<QPushButton *>())
-            if (button->text() == title)
-                return *button;
-        throw std::runtime_error("no button " + title.toStdString());
-    }
+    QPushButton &button(const QString &title) { return buttonOf(page, title); }
     QStringList left() const {
         QStringList titles;
         for (const MissingTrack &track : list.tracks())

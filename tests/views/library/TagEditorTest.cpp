@@ -1,4 +1,5 @@
 // The tag editor: what may be typed, what is reported, and what becomes a cover.
+#include "support/Gestures.h"
 #include "support/MadeAudio.h"
 #include "support/NoRoomOnDisk.h"
 #include "views/controls/SketchButton.h"
@@ -10,7 +11,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDir>
-#include <QKeyEvent>
 #include <QSemaphore>
 #include <QThreadPool>
 #include <gtest/gtest.h>
@@ -53,13 +53,9 @@ struct TagEditor : testing::Test, ID3ViewCtrDelegate {
     void editorWasLeft() override { ++timesLeft; }
 
     TagField &field(const char *key) { return *editor.field(key); }
-    static void press(QWidget &widget, Qt::Key key, const QString &text = {}) {
-        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, text);
-        QApplication::sendEvent(&widget, &event);
-    }
     static void type(TagField &field, const QString &text) {
         for (const QChar character : text)
-            press(field, Qt::Key_unknown, character);
+            press(field, Qt::Key_unknown, {}, character);
     }
     void enter(const char *key, const QString &text) {
         field(key).selectAll();
@@ -201,8 +197,7 @@ TEST_F(TagEditor, TakesWhatAnotherProgramOffersFromAnyCell) {
     QImage image(900, 300, QImage::Format_RGB32);
     image.fill(Qt::blue);
     QApplication::clipboard()->setImage(image);
-    QKeyEvent paste(QEvent::KeyPress, Qt::Key_V, Qt::ControlModifier);
-    QApplication::sendEvent(editor.imageBrowser(), &paste);
+    press(*editor.imageBrowser(), Qt::Key_V, Qt::ControlModifier);
     ASSERT_EQ(song->coverImages().size(), 1);
     EXPECT_EQ(QImage(song->coverImages().at(0)).size(), QSize(600, 200));
     QMimeData fromBrowser;

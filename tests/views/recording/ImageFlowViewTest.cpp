@@ -8,7 +8,6 @@
 #include "views/recording/MicrophoneView.h"
 
 #include <QAccessible>
-#include <QFile>
 #include <QLabel>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -243,11 +242,9 @@ TEST_F(StripTest, ShowsTheCoverOnceItHasBeenRead) {
     QImage red(300, 150, QImage::Format_RGB32);
     red.fill(Qt::red);
     ASSERT_TRUE(red.save(inHome("cover.png")));
-    QFile broken(inHome("broken.jpg"));
-    ASSERT_TRUE(broken.open(QIODevice::WriteOnly) && broken.write("\xff\xd8 no more") > 0);
-    broken.close();
+    const QString broken = makeFile("broken.jpg", "\xff\xd8 no more");
     const SongPtr song = songWith({.title = "<b>Track1</b>\n\u202e"});
-    song->setCoverImages({inHome("cover.png"), broken.fileName()});
+    song->setCoverImages({inHome("cover.png"), broken});
     show({song});
     EXPECT_EQ(item(0).imageName(), "Sound.png"); // its index is -1
     EXPECT_EQ(item(0).title(), "<b>Track1</b>");

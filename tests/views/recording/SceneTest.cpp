@@ -219,12 +219,6 @@ TEST_F(SceneTest, TheSceneHandsTheCoverOverToTheStrip) {
     scene.setDelegate(&delegate);
     QWidget *view = scene.view();
     view->show();
-    EXPECT_EQ(scene.microphoneView()->geometry(), QRect(397, 130, 106, 141));
-    EXPECT_EQ(scene.coverView()->geometry(), QRect(340, 135, 220, 220));
-    EXPECT_EQ(scene.noteView()->geometry(), QRect(50, 0, 800, 345));
-    view->resize(1200, 555);
-    EXPECT_EQ(scene.microphoneView()->geometry(), QRect(547, 230, 106, 141));
-    EXPECT_EQ(scene.coverView()->geometry(), QRect(490, 335, 220, 220));
     view->resize(900, 355);
     scene.startCoverAnimation();
     scene.stopCoverAnimation();

@@ -59,16 +59,6 @@ TEST(SpectrumView, TheHighestColumnStandsInTheMiddle) {
     EXPECT_EQ(view.energyLeftArray()[0].energy(), 0U);
 }
 
-TEST(SpectrumItem, IsTwicePerStepHighLessOne) {
-    SpectrumItem item;
-    item.setFrame(QRect(10, 0, 4, 33));
-    for (const auto &[energy, height] : {std::pair{1U, 1}, {2U, 3}, {16U, 31}, {0U, 0}}) {
-        EXPECT_TRUE(item.setEnergy(energy));
-        EXPECT_EQ(item.filterFrame(), QRect(0, 0, 4, height));
-        EXPECT_FALSE(item.setEnergy(energy)) << "the same value does nothing";
-    }
-}
-
 TEST(SightWatch, TellsWhenAWidgetComesIntoSight) {
     QWidget window;
     QWidget page(&window);
