@@ -11,7 +11,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
-#include <QPushButton>
 #include <gtest/gtest.h>
 
 namespace {
@@ -78,7 +77,7 @@ protected:
                 return control;
         return nullptr;
     }
-    QPushButton &button(const QString &title) { return *control<QPushButton>(title, "text"); }
+    QPushButton &button(const QString &title) { return buttonOf(view(), title); }
     QComboBox &choice(const QString &name) { return *control<QComboBox>(name, "accessibleName"); }
     bool isSaying(const QString &text) { return control<QLabel>(text, "text"); }
     /// The rows, with what becomes of each.

@@ -8,6 +8,7 @@
 #include "platform/run/NotificationCenter.h"
 #include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
+#include "support/Gestures.h"
 #include "support/MadeAudio.h"
 #include "support/Songs.h"
 #include "tags/access/TagDictionary.h"
@@ -25,9 +26,7 @@
 #include <QLabel>
 #include <QListView>
 #include <QProcess>
-#include <QPushButton>
 #include <QTimer>
-#include <QtEndian>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -112,25 +111,20 @@ QImage picture(int side, Qt::GlobalColor colour = Qt::darkCyan) {
 
 /// An MP3 whose tag holds `picture`, whatever that is.
 QString withPicture(const QString &name, const QByteArray &picture) {
-    const auto number = [](qsizetype value) {
-        QByteArray bytes(4, '\0');
-        qToBigEndian(static_cast<quint32>(value), bytes.data());
-        return bytes;
-    };
-    const QByteArray frame = QByteArray("\0image/png\0\3\0", 13) + picture;
-    const QByteArray body = "APIC" + number(frame.size()) + QByteArray(2, '\0') + frame;
-    const qsizetype size = body.size();
-    const QByteArray head = QByteArray("ID3\3\0\0", 6) + char(size >> 21 & 127) + char(size >> 14 & 127) +
-                            char(size >> 7 & 127) + char(size & 127);
-    const std::string sound = bytesOf(makeTone("sound.mp3", "-id3v2_version 0"));
-    return makeFile(name, (head + body).toStdString() + sound);
+    QString path = makeTone(name);
+    const char *script =
+        "import sys\nfrom mutagen import id3\ntags = id3.ID3(sys.argv[1])\n"
+        "tags.add(id3.APIC(mime='image/png', type=3, data=open(sys.argv[2], 'rb').read()))\ntags.save()\n";
+    const QString data = makeFile("picture", picture.toStdString());
+    EXPECT_EQ(QProcess::execute("/usr/bin/python3", {"-c", script, path, data}), 0);
+    return path;
 }
 
-QByteArray converted(const QStringList &arguments) {
-    QProcess convert;
-    convert.start("convert", arguments);
-    EXPECT_TRUE(convert.waitForFinished());
-    return convert.readAllStandardOutput();
+QByteArray converted(const QStringList &arguments, const QString &program = "convert") {
+    QProcess process;
+    process.start(program, arguments);
+    EXPECT_TRUE(process.waitForFinished());
+    return process.readAllStandardOutput();
 }
 
 } // namespace
@@ -273,16 +267,16 @@ TEST_F(Import, OnePictureTakesTheDisksRoomOnce) {
 
 TEST_F(Import, NoPictureDoesHarm) {
     const QByteArray photo = converted({"-size", "400x400", "plasma:", "jpg:-"});
-    QProcess python; // as no tool of the day writes one
-    python.start("python3", {"-c", "import sys, struct, zlib\n"
-                                   "def chunk(kind, data):\n"
-                                   "    return struct.pack('>I', len(data)) + kind + data + struct.pack('>I', "
-                                   "zlib.crc32(kind + data))\n"
-                                   "sys.stdout.buffer.write(b'\\x89PNG\\r\\n\\x1a\\n' + chunk(b'IHDR', "
-                                   "struct.pack('>IIBBBBB', 60000, 60000, 1, 0, 0, 0, 0)) + chunk(b'IDAT', "
-                                   "zlib.compress(bytes(7501 * 60000))) + chunk(b'IEND', b''))\n"});
-    ASSERT_TRUE(python.waitForFinished());
-    const QByteArray vast = python.readAllStandardOutput();
+    // As no tool of the day writes one.
+    const QByteArray vast =
+        converted({"-c", "import sys, struct, zlib\n"
+                         "def chunk(kind, data):\n"
+                         "    return struct.pack('>I', len(data)) + kind + data + struct.pack('>I', "
+                         "zlib.crc32(kind + data))\n"
+                         "sys.stdout.buffer.write(b'\\x89PNG\\r\\n\\x1a\\n' + chunk(b'IHDR', "
+                         "struct.pack('>IIBBBBB', 60000, 60000, 1, 0, 0, 0, 0)) + chunk(b'IDAT', "
+                         "zlib.compress(bytes(7501 * 60000))) + chunk(b'IEND', b''))\n"},
+                  "python3");
     ASSERT_GT(vast.size(), 100'000);
     QByteArray none = converted({"-size", "4x4", "xc:red", "png:-"});
     none.replace(16, 8, QByteArray(8, '\0'));
@@ -354,9 +348,7 @@ TEST_F(Import, ThePanelStartsInTheMusicFolderAndTakesAFolder) {
     importCtr->importLocalFiles();
     panel = shown<OpenMusicPanel>();
     panel->setDirectory(inHome("Music/Album"));
-    for (QPushButton *button : panel->findChildren<QPushButton *>())
-        if (button->text() == "Import This Folder")
-            button->click();
+    buttonOf(*panel, "Import This Folder").click();
     EXPECT_TRUE(waitUntil([this] { return lists.allSongArray()->size() == 1; }));
     EXPECT_TRUE(UserDefaults::standardUserDefaults().boolForKey("IsFirstImportLocalFile"));
     EXPECT_TRUE(waitUntil([this] { return !importCtr->isImporting(); }));

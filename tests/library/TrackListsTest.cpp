@@ -154,19 +154,6 @@ TEST(TrackLists, KeepTheirOrderAndForgetWhatIsGone) {
     setLogSink({});
 }
 
-TEST(TrackLists, TakeManyAtOnceTheLastOneFirst) {
-    TrackLists lists({songWith("Old", "Somebody")});
-    ASSERT_EQ(lists.search(lists.allSongArray(), "new")->size(), 0); // from here on it has an index
-    const SongArray arriving{songWith("New 1", "Somebody"), songWith("New 2", "Unknown Artist")};
-    lists.noteImported(arriving);
-    EXPECT_EQ(lists.search(lists.allSongArray(), "new")->size(), 0);
-    lists.insertImported(arriving);
-    EXPECT_EQ(titlesOf(*lists.allSongArray()), (QStringList{"New 2", "New 1", "Old"}));
-    EXPECT_EQ(lists.search(lists.allSongArray(), "new")->size(), 2);
-    EXPECT_EQ(lists.untaggedCount(), 1);
-    EXPECT_TRUE(lists.newRecordArray()->isEmpty());
-}
-
 TEST(TrackLists, SumWithoutOverflow) {
     const SongPtr song = songWith("", "");
     song->setLength(std::numeric_limits<qint64>::min() + 1);
