@@ -1,8 +1,8 @@
 #include "library/EditCtr.h"
 
+#include "library/WriteID3.h"
 #include "platform/run/LocalizedString.h"
 #include "platform/run/Log.h"
-#include "store/DataBaseManager.h"
 #include "views/window/LibraryPage.h"
 
 namespace {
@@ -81,11 +81,12 @@ void EditCtr::id3DataDidChange(const SongPtr &song, const QVariantMap &changes) 
     const bool isName = changes.contains(QStringLiteral("artist")) || changes.contains(QStringLiteral("title"));
     if (song->getID3Status() == static_cast<int32_t>(ID3Status::NotFound) && isNamed(*song))
         song->setGetID3Status(static_cast<int32_t>(ID3Status::Identified));
+    const QString path = song->songPath();
     const TagWriteOutcome outcome = delegate_.writeID3inFile(song, isCover, isName);
     if (isCover || isName)
         delegate_.notficateUpdateForSongItem(song);
     bool isCoverLost = false;
-    const bool isStored = DataBaseManager::defaultManager().updateSongItem(*song, &isCoverLost);
+    const bool isStored = saveWritten(*song, path, &isCoverLost);
     delegate_.songDidChange(song);
     if (!isStored)
         delegate_.libraryWasNotWritten(

@@ -2,6 +2,7 @@
 
 #include "library/EditCtr.h"
 #include "library/TrackLists.h"
+#include "library/WriteID3.h"
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "views/library/ListViewCtr.h"
@@ -60,8 +61,8 @@ SongPtr IdentifyCtr::songWithID(const char *operation, int32_t songID) const {
     return lists_.getSongItemWithID(songID);
 }
 
-void IdentifyCtr::save(const SongPtr &song) {
-    DataBaseManager::defaultManager().updateSongItem(*song);
+void IdentifyCtr::save(const SongPtr &song, const QString &path) {
+    saveWritten(*song, path);
     delegate_.notficateUpdateForSongItem(song);
 }
 
@@ -85,9 +86,10 @@ void IdentifyCtr::getID3DidFinish(const QVariantMap &info, int32_t RecorderIndex
     takeTexts(*song, info);
     setStatus(*song, ID3Status::FetchingCover);
     editCtr_.refresh(song);
+    const QString path = song->songPath();
     // A recording gets its name now, before any cover is known.
     delegate_.writeID3inFile(song, /*isNeedChangeCover=*/false, /*isNeedChangeFileName=*/true);
-    save(song);
+    save(song, path);
     delegate_.songDidChange(song);
 }
 
@@ -101,7 +103,7 @@ void IdentifyCtr::upDateSongItemForSearchID3Fininshed(const QStringList &paths, 
     setStatus(*song, ID3Status::Identified);
     editCtr_.refresh(song);
     delegate_.writeID3inFile(song, /*isNeedChangeCover=*/true, /*isNeedChangeFileName=*/false);
-    save(song);
+    save(song, song->songPath());
     listViewCtr_.stopGettingID3();
     song->setVersion(song->version() + 1);
     listViewCtr_.reloadData();
@@ -116,7 +118,7 @@ void IdentifyCtr::getID3Failed(int32_t songID) {
     else if (!delegate_.mainExiting())
         setStatus(*song, ID3Status::NotFound);
     editCtr_.refresh(song);
-    save(song);
+    save(song, song->songPath());
     listViewCtr_.startGettingID3(); // runs on until covers come for a later track
     listViewCtr_.reloadTable();
 }

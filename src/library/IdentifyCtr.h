@@ -48,7 +48,8 @@ public:
 
 private:
     SongPtr songWithID(const char *operation, int32_t songID) const;
-    void save(const SongPtr &song);
+    /// `path`: what the file was called before its tags were written.
+    void save(const SongPtr &song, const QString &path);
 
     IdentifyCtrDelegate &delegate_;
     const TrackLists &lists_;

@@ -1,6 +1,7 @@
 #include "library/WriteID3.h"
 
 #include "platform/run/Log.h"
+#include "store/DataBaseManager.h"
 #include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 #include "tags/audio/AudioConverter.h"
@@ -70,4 +71,12 @@ WriteID3Result writeID3inFile(SongItem &song, bool isNeedChangeCover, bool isNee
     if (result.isStatusStale)
         moveTo(song, path);
     return result;
+}
+
+bool saveWritten(SongItem &song, const QString &path, bool *isCoverLost) {
+    if (DataBaseManager::defaultManager().updateSongItem(song, isCoverLost))
+        return true;
+    if (song.songPath() != path && !QFile::exists(path) && QFile::rename(song.songPath(), path))
+        song.setSongPath(path);
+    return false;
 }

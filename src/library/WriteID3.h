@@ -17,5 +17,10 @@ struct WriteID3Result {
 /// have leaves it the old one, without a word. The database is the caller's matter.
 WriteID3Result writeID3inFile(SongItem &song, bool isNeedChangeCover, bool isNeedChangeFileName);
 
+/// Saves `song`, whose file was called `path` before its tags were written. Where the library can't be written the file
+/// is called so again, as its row has it: else it could not be found at the next start. False then. `isCoverLost` as
+/// DataBaseManager::updateSongItem() has it.
+bool saveWritten(SongItem &song, const QString &path, bool *isCoverLost = nullptr);
+
 /// `path` with the characters that other systems allow in no file name replaced in its last component.
 QString theValidPath(const QString &path);

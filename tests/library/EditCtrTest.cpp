@@ -157,6 +157,13 @@ TEST_F(Edits, StayInTheLibraryWhereTheFileTakesThemNot) {
     EXPECT_EQ(consequences.size(), 1);
     EXPECT_EQ(full->artist(), "Nobody");
     EXPECT_EQ(stored(full)->artist(), "Else");
+    const SongPtr recorded = add(makeTone("recorded.mp3"), "Track1");
+    {
+        const NoRoomOnDisk noRoom;
+        edit("title", "Named");
+    }
+    EXPECT_EQ(recorded->songPath(), inHome("recorded.mp3")) << "what the row says";
+    EXPECT_TRUE(QFile::exists(recorded->songPath()));
 }
 
 TEST_F(Edits, KeepToTheTrackThatIsShown) {
