@@ -6,6 +6,7 @@
 namespace {
 
 constexpr char kSeparator = '\xFF';
+const qsizetype kInPlace = FoldedBuffer().capacity(); // letters that need no memory of their own
 // Longer texts are left to the C library, whose search stays linear whatever text it meets.
 constexpr size_t kLongText = 64;
 
@@ -87,6 +88,12 @@ void SearchIndex::append(const QString &text, LastText &last) {
     makeRoom(texts_, static_cast<size_t>(last.folded.size()) + 1);
     texts_.insert(texts_.end(), last.folded.begin(), last.folded.end());
     texts_.push_back(kSeparator);
+    // A long one is not remembered: an array of Qt 6.4 that has memory of its own loses it when another is moved there.
+    if (last.folded.capacity() > kInPlace) {
+        last.text.clear();
+        last.folded.clear();
+        last.folded.squeeze();
+    }
 }
 
 void SearchIndex::leaveHole(Slot slot) {
