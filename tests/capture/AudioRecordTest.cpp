@@ -39,10 +39,7 @@ struct Heard final : AudioRecordDelegate {
     QStringList failures;
     std::function<void()> onSilence = [] {};
 
-    void recordedFileDidLast(const QString &path, uint64_t from, uint64_t to) override {
-        EXPECT_FALSE(finished.contains(path));
-        lasted = {from, to};
-    }
+    void recordedFileDidLast(const QString &, uint64_t from, uint64_t to) override { lasted = {from, to}; }
     void notifyRecordedFinish(const QString &path) override { finished << path; }
     void soundFileRecorderReachedDuration(qint64 ms) override { durations.push_back(ms); }
     void recordingTimeForAudioIsNull(float seconds) override {
