@@ -36,7 +36,7 @@ QString recordOn(const RecordingPlan &plan, PrivateMachine &machine) {
     if (plan.play ? !plan.play(machine.sound()) : !machine.sound().play(plan.wavPath))
         return "the file could not be played: " + machine.sound().errorText();
     QThread::sleep(2);
-    if (const QString error = camera ? camera->stop() : QString(); !error.isNull())
+    if (QString error = camera ? camera->stop() : QString(); !error.isNull())
         return error;
     if (!program.activateAction("stop"))
         return "the program does not answer";

@@ -190,7 +190,7 @@ private:
     QHash<Exchange *, QNetworkReply *> replies_; // in work
 };
 
-HttpClient::HttpClient() = default;
+HttpClient::HttpClient() : limits_{} {}
 HttpClient::HttpClient(PaceClock &clock, const Limits &limits) : limits_(limits), pace_(clock) {}
 HttpClient::~HttpClient() = default;
 
