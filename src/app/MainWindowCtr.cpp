@@ -253,7 +253,7 @@ void MainWindowCtr::tellOnceShown(const QString &message, const QString &text) {
     performAfterDelay(kTellSeconds, this, [this] {
         auto news = std::exchange(pendingNews_, {});
         QString heading = news.first().first;
-        std::ranges::stable_partition(news, [&heading](const auto &item) { return item.first == heading; });
+        std::stable_partition(news.begin(), news.end(), [&heading](const auto &item) { return item.first == heading; });
         QStringList texts;
         for (const auto &item : std::as_const(news)) {
             if (item.first != std::exchange(heading, item.first))
