@@ -37,6 +37,8 @@ constexpr Option kOptions[] = {
     {"audio-client-name", "Tessarine Corvidia"},
     // In 16 bits, low volumes would be silent.
     {"audio-format", "float"},
+    // Milliseconds: on a busy machine less is heard as gaps, and more as a volume that lags behind its knob.
+    {"pulse-buffer", "250"},
     {"audio-display", "no"},
     {"gapless-audio", "no"},
     {"hr-seek", "yes"},
