@@ -95,6 +95,11 @@ void PrivateSoundServer::writeConfiguration() const {
               QString("context.properties = {\n"
                       "  default.clock.rate = %2\n"
                       "  default.clock.allowed-rates = [ %2 ]\n"
+                      // Cycles that the machine was too late for follow each other at once, and what isn't done by the
+                      // next is lost: so they are as long as they may be.
+                      "  default.clock.quantum = 8192\n"
+                      "  default.clock.min-quantum = 8192\n"
+                      "  default.clock.max-quantum = 8192\n"
                       "  module.x11.bell = false\n"
                       "}\n"
                       "context.objects = [\n"

@@ -7,6 +7,7 @@
 #include "support/MadeAudio.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -159,9 +160,12 @@ TEST_F(MovieTest, SeeksToWhereItIsToldAndTellsWhereItIs) {
             movie->play();
             ends = 0;
             double last = 2.5;
+            QElapsedTimer clock;
+            clock.start();
             ASSERT_TRUE(waitUntil([&] {
                 const double now = seconds(movie->currentTime());
-                EXPECT_TRUE(now >= last && now < last + 0.2) << last << " then " << now;
+                const double passed = static_cast<double>(clock.restart()) / 1000;
+                EXPECT_TRUE(now >= last && now < last + passed + 0.2) << last << " then " << now;
                 last = now;
                 return isOver() || now > 3.2;
             }));
@@ -304,7 +308,7 @@ TEST_F(MovieTest, PlaysOnFromWhereItWasWhenTheSoundServerIsBack) {
     movie->play();
     const std::unique_ptr<Movie> other = open(inHome("a.mp3"));
     other->play();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     server.resume();
     EXPECT_TRUE(waitUntil([&] { return ends == 2; }));
 }
