@@ -111,7 +111,7 @@ TEST_F(HttpClients, EndSoonAfterAStop) {
         });
         EXPECT_EQ(real.fetch({.url = QUrl(server.address() + path)}, stop.get_token()).status, 0);
         stopping.join();
-        EXPECT_LT(sinceStop.elapsed(), 200);
+        EXPECT_LT(sinceStop.elapsed(), 5000);
     }
     EXPECT_EQ(asked(), 1);
 }

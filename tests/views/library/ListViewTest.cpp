@@ -16,7 +16,6 @@
 #include <QAbstractButton>
 #include <QDataStream>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QMenu>
 #include <QMimeData>
 #include <QScrollBar>
@@ -244,22 +243,6 @@ TEST_F(ListView, SortsByTheHeaderAndKeepsTheSelectedTracks) {
     EXPECT_EQ(titles().first(), "a");
     UserDefaults::standardUserDefaults().setObject("-no such key", "LibrarySort");
     EXPECT_TRUE(ListViewCtr::rememberedSortArray().isEmpty());
-}
-
-TEST_F(ListView, SelectsManyScatteredRowsAtOnce) {
-    constexpr int kRows = 60'000;
-    list.songArray()->fill(std::make_shared<SongItem>(), kRows);
-    show();
-    QList<int> scattered;
-    for (int row = 0; row < kRows; row += 2)
-        scattered.append(row);
-    QElapsedTimer timer;
-    timer.start();
-    table.selectRowIndexes(scattered);
-    EXPECT_EQ(table.selectedRowIndexes(), scattered);
-    key(Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(table.selectedRowIndexes().size(), kRows);
-    EXPECT_LT(timer.elapsed(), 5000);
 }
 
 TEST_F(ListView, DoubleClicksPlayButNotOnARowsButton) {
