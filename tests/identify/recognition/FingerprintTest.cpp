@@ -59,6 +59,7 @@ TEST(Fingerprint, OfSeveralThreadsAtOnceIsTheSame) {
     const QString path = music("a.mp3");
     std::vector<std::optional<Fingerprint>> found(4);
     std::vector<std::jthread> threads;
+    threads.reserve(found.size());
     for (auto &fingerprint : found)
         threads.emplace_back([&] { fingerprint = fingerprintOfFile(path, 120s, {}); });
     threads.clear();
