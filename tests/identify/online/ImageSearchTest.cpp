@@ -92,7 +92,7 @@ protected:
     MadeClock clock;
     Recognition recognition;
     QList<QStringList> answers;
-    ImageSearch search{std::make_shared<HttpClient>(clock, HttpClient::Limits{.time = 5s}),
+    ImageSearch search{std::make_shared<HttpClient>(clock, HttpClient::Limits{.time = 30s}),
                        [this](int32_t) { return recognition; }};
 };
 

@@ -37,7 +37,7 @@ protected:
     const RecognitionServer::Song song{.title = "Title", .artist = "Artist", .album = "Album", .seconds = 200};
     RecognitionServer server;
     MadeClock clock;
-    OnlineSource source{std::make_shared<HttpClient>(clock, HttpClient::Limits{.time = 2s})};
+    OnlineSource source{std::make_shared<HttpClient>(clock, HttpClient::Limits{.time = 30s})};
     QStringList log;
 };
 
