@@ -188,6 +188,7 @@ TEST_F(AudioFiles, AFailedCutLeavesNoFileAndNoOlderOne) {
 TEST_F(AudioFiles, SeveralThreadsCutAtOnce) {
     const QString source = tone("a.m4a", 88'200);
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&, i] {
             AudioConverter::convertAudioToWav(source, inHome(QString("%1.wav").arg(i)), /*forEndTime=*/1);
