@@ -207,7 +207,8 @@ TEST_F(MainWindowWithSound, RecordsCutsAsksBeforeItQuitsAndKeepsTheOpenFile) {
     EXPECT_TRUE(canCut());
     EXPECT_NE(units.initializedFor.back(), 0u);
     UserDefaults::standardUserDefaults().setInteger(1, "AutoFilterTimeInterval");
-    UserDefaults::standardUserDefaults().setBool(false, "MusicFilesAutoGetID3"); // which would take the status line
+    UserDefaults::standardUserDefaults().setBool(/*value=*/false,
+                                                 "MusicFilesAutoGetID3"); // which would take the status line
 
     BlockFeed feed(*units.client);
     const auto play = [&] {

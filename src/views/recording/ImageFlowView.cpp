@@ -118,8 +118,10 @@ void ImageFlowView::updateTabStops() {
     for (int i = 0; !stop && i < countOfItems(); ++i)
         if (const ImageFlowViewItemPtr item = itemOf(i); cacheItems_.contains(item))
             stop = item.get();
-    for (const ImageFlowViewItemPtr &item : std::as_const(cacheItems_))
+    for (const ImageFlowViewItemPtr &item : std::as_const(cacheItems_)) {
+        Q_ASSERT(item);
         item->setIsTabStop(item.get() == stop);
+    }
 }
 
 // Layout

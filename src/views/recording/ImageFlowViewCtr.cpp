@@ -66,7 +66,7 @@ QImage thumbnailOf(const QString &cover, const QSize &size) {
     const QString path = ThumbnailComposer::prepareThumbnailWithImage(cover, size);
     if (path.isNull())
         return {};
-    const QImage image(path);
+    QImage image(path);
     QFile::remove(path);
     return image;
 }

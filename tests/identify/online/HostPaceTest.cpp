@@ -41,6 +41,7 @@ TEST(HostPace, GivesEachOfSeveralThreadsATurnOfItsOwn) {
     MadeClock clock;
     HostPace pace(clock);
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             for (int turn = 0; turn < 25; ++turn)
