@@ -14,6 +14,10 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+namespace {
+constexpr std::chrono::seconds kPatienceAtEnd(3);
+}
+
 int main(int argc, char **argv) {
     QApplication application(argc, argv);
     QApplication::setApplicationName("Corvidia");
@@ -38,5 +42,7 @@ int main(int argc, char **argv) {
     QObject::connect(&application, &QApplication::commitDataRequest, &delegate,
                      [&delegate] { delegate.terminateNow(); });
     delegate.applicationDidFinishLaunching();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    endProcessWithin(kPatienceAtEnd, status);
+    return status;
 }

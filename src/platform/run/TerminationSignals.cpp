@@ -4,7 +4,9 @@
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <memory>
+#include <thread>
 
 namespace {
 constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
@@ -21,4 +23,11 @@ void onTerminationSignal(std::function<void()> terminate) {
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
     for (const int signal : kSignals)
         sigaction(signal, &action, nullptr);
+}
+
+void endProcessWithin(std::chrono::milliseconds patience, int status) {
+    std::thread([=] {
+        std::this_thread::sleep_for(patience);
+        std::_Exit(status);
+    }).detach();
 }
