@@ -32,7 +32,7 @@ public:
 
     /// Called when there is something to save; by any thread.
     void setHasNews(std::function<void()> hasNews);
-    /// Puts what was kept into the file. A worker's thread.
+    /// Puts what was kept into the file. Blocks.
     void save();
 
 private:

@@ -41,14 +41,24 @@ LibraryFiller::~LibraryFiller() {
 }
 
 void LibraryFiller::start() {
-    if (!worker_.joinable())
-        worker_ = std::jthread([this](const std::stop_token &stop) { work(stop); });
+    if (worker_.joinable())
+        return;
+    isWorking_ = true;
+    worker_ = std::jthread([this](const std::stop_token &stop) { work(stop); });
 }
 
 void LibraryFiller::stop() {
+    if (!worker_.joinable())
+        return;
     worker_.request_stop();
-    if (worker_.joinable())
+    bool hasEnded = false;
+    {
+        std::unique_lock guard(lock_);
+        hasEnded = change_.wait_for(guard, pace_.end, [this] { return !isWorking_; });
+    }
+    if (hasEnded)
         worker_.join();
+    names_.save();
 }
 
 void LibraryFiller::libraryDidChange() {
@@ -76,7 +86,9 @@ void LibraryFiller::work(const std::stop_token &stop) {
         names_.save();
         fill(stop);
     }
-    names_.save();
+    const std::lock_guard guard(lock_);
+    isWorking_ = false;
+    change_.notify_all();
 }
 
 /// False when it ended with a stop.

@@ -23,6 +23,7 @@ public:
     struct Pace {
         std::chrono::milliseconds settle{5000}; ///< behind a change, in which more may come
         int rest = 3;                           ///< so many times as long as it worked
+        std::chrono::milliseconds end{3000};    ///< so long stop() waits for the worker
     };
 
     /// What is referred to outlives this.
@@ -31,8 +32,10 @@ public:
                   Fingerprinter fingerprintOf, Pace pace);
     ~LibraryFiller();
 
-    /// Main thread. What was done so far stays; stop() saves the last names.
+    /// Main thread.
     void start();
+    /// Main thread. What was done so far stays, and the last names are saved. A worker whose file does not answer is
+    /// left to itself.
     void stop();
     /// Any thread; never waits.
     void libraryDidChange();
@@ -51,8 +54,9 @@ private:
     const Pace pace_;
     std::set<QString> withoutSound_; // worker; files that gave no fingerprint in this run
 
-    std::mutex lock_; // guards hasChanged_
+    std::mutex lock_; // guards what follows
     std::condition_variable_any change_;
     bool hasChanged_ = true;
+    bool isWorking_ = false;
     std::jthread worker_;
 };

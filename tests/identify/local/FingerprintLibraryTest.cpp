@@ -14,6 +14,7 @@
 #include <QFile>
 #include <gtest/gtest.h>
 #include <random>
+#include <semaphore>
 #include <thread>
 
 namespace {
@@ -296,6 +297,23 @@ TEST_F(LibraryFillerTest, ANumberThatIsGivenOutAgainIsAnotherTrack) {
     EXPECT_TRUE(waitUntil([this] { return asked > 0; }));
     next->stop();
     EXPECT_FALSE(file.nameOf(named->songID()));
+}
+
+TEST_F(LibraryFillerTest, AFileThatDoesNotAnswerIsLeftToItself) {
+    const SongPtr named = insertedSong("/hung.mp3", "A");
+    std::binary_semaphore answer(0);
+    const auto hang = [&](const QString &, const std::stop_token &) {
+        ++asked;
+        answer.acquire();
+        return std::nullopt;
+    };
+    LibraryFiller hung(LibraryRows(), library, file, names, hang, {.settle = 1ms, .end = 1ms});
+    hung.start();
+    EXPECT_TRUE(waitUntil([this] { return asked > 0; }));
+    names.keep(named->songID(), Recognition());
+    hung.stop();
+    EXPECT_TRUE(file.nameOf(named->songID())) << "saved all the same";
+    answer.release();
 }
 
 TEST_F(LibraryFillerTest, ANameIsWaitedForWhileItIsExpected) {
