@@ -16,7 +16,7 @@ void HeardRecordings::setRecording(bool isRecording) {
 }
 
 void HeardRecordings::songWasRecorded(int32_t songID, uint64_t fromHostTime, uint64_t toHostTime) {
-    if (!isListening_ || songID < 0) // what has no row in the library is never asked for
+    if (!isListening_)
         return;
     names_.expect(songID);
     titles_.fileWasRecorded(songID, fromHostTime, toHostTime);

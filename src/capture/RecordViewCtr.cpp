@@ -260,8 +260,9 @@ std::shared_ptr<SongItem> RecordViewCtr::keepRecordedFile(const RecordedFile &fi
     song->setAddedDate(QDateTime::currentDateTime());
     song->setGetID3Status(
         static_cast<int32_t>(file.deviceType == DeviceType::Microphone ? ID3Status::NotFound : ID3Status::NotAsked));
-    // What the library says: a track without a row of its own, -1, must not change that of another.
-    song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
+    // A track without a row must not change that of another, nor be taken for another one without a row.
+    const int32_t number = DataBaseManager::defaultManager().insertSongItem(*song);
+    song->setSongID(number < 0 ? --lastNumberWithoutRow_ : number);
     return song;
 }
 

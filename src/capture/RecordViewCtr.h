@@ -125,7 +125,7 @@ private:
     void finishRecordedFile(const RecordedFile &file);
     static bool nofiltrateAudioFile(const QVariant &length);
     static void dropRecordedFile(const RecordedFile &file);
-    static std::shared_ptr<SongItem> keepRecordedFile(const RecordedFile &file, qint64 size, const QVariantMap &info);
+    std::shared_ptr<SongItem> keepRecordedFile(const RecordedFile &file, qint64 size, const QVariantMap &info);
     void sendRecordedSongItem(const std::shared_ptr<SongItem> &song, DeviceType deviceType);
     bool splitsAtSilence() const;
     QString rotatingStatusText();
@@ -151,6 +151,7 @@ private:
     bool hasToldLoss_ = false;               // of this recording
     QList<std::function<void()>> afterCut_;  // what was asked for in the middle of a cut
     QHash<QString, RecordedFile> openFiles_; // by path; what the engine writes, or could not make
+    int32_t lastNumberWithoutRow_ = 0;       // counts down
     int songItemCount_ = 0;                  // tracks recorded in this run and still present
     int recordCountShow_ = 0;                // phase of the text that shows that the recording runs
     DeviceType deviceType_ = DeviceType::SystemAudio;

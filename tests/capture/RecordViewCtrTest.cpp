@@ -162,6 +162,18 @@ TEST_F(RecordViewCtrTest, KeepsATrackAndGivesItItsNumber) {
     EXPECT_EQ(session->imageFlowViewCtr().countSongItem(), 2);
 }
 
+TEST_F(RecordViewCtrTest, TracksWithoutARowAreNotTakenForEachOther) {
+    ASSERT_TRUE(QDir().mkpath(defaultLibraryPath())); // which can't be opened then
+    for (int i = 0; i < 2; ++i) {
+        start();
+        tone(kBlocksOfATrack);
+        session->stopRecordingFile();
+    }
+    ASSERT_EQ(window.songs.size(), 2);
+    EXPECT_LT(window.songs[0]->songID(), 0);
+    EXPECT_LT(window.songs[1]->songID(), window.songs[0]->songID());
+}
+
 TEST_F(RecordViewCtrTest, DropsWhatIsTooShortAndGivesItsNumberBack) {
     for (const auto &[name, device, isFiltering, blocks, isKept] : {
              std::tuple<const char *, DeviceType, bool, int, bool>{"below the limit", DeviceType::SystemAudio, true,
