@@ -52,6 +52,21 @@ QStringList coversOf(const SongItem &song, const QStringList &found) {
 
 } // namespace
 
+bool leaveQueue(SongItem &song) {
+    switch (statusOf(song)) {
+    case ID3Status::Waiting:
+    case ID3Status::Searching:
+        setStatus(song, ID3Status::NotAsked);
+        return true;
+    case ID3Status::FetchingCover:
+    case ID3Status::Reserved:
+        setStatus(song, ID3Status::Identified);
+        return true;
+    default:
+        return false;
+    }
+}
+
 IdentifyCtr::IdentifyCtr(IdentifyCtrDelegate &delegate, const TrackLists &lists, ListViewCtr &list, EditCtr &editor)
     : delegate_(delegate), lists_(lists), listViewCtr_(list), editCtr_(editor) {}
 
@@ -129,19 +144,8 @@ void IdentifyCtr::modifyGetingID3Status() {
         // What this run has recorded may be in the queue before the library is read.
         if (!delegate_.mainExiting() && lists_.newRecordArray()->contains(song))
             continue;
-        switch (statusOf(*song)) {
-        case ID3Status::Waiting:
-        case ID3Status::Searching:
-            setStatus(*song, ID3Status::NotAsked);
-            break;
-        case ID3Status::FetchingCover:
-        case ID3Status::Reserved:
-            setStatus(*song, ID3Status::Identified);
-            break;
-        default:
-            continue;
-        }
-        changed.append(song);
+        if (leaveQueue(*song))
+            changed.append(song);
     }
     if (!changed.isEmpty())
         DataBaseManager::defaultManager().updateSongItems(changed);

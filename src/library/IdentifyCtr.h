@@ -29,6 +29,9 @@ protected:
     ~IdentifyCtrDelegate() = default;
 };
 
+/// No queue works on `song` any more: it can be asked for again, or keeps what it got. False if it was in no queue.
+bool leaveQueue(SongItem &song);
+
 class IdentifyCtr {
 public:
     IdentifyCtr(IdentifyCtrDelegate &delegate, const TrackLists &lists, ListViewCtr &list, EditCtr &editor);

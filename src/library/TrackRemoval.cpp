@@ -1,5 +1,6 @@
 #include "library/TrackRemoval.h"
 
+#include "library/IdentifyCtr.h"
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
@@ -68,6 +69,7 @@ bool TrackRemoval::bringBack(SongItem &song) const {
         }
         song.setSongPath(path);
     }
+    leaveQueue(song); // its removal has ended what was asked
     song.setCoverImages(covers_.value(&song));
     if (song.coverImageIndex() >= song.coverImages().size())
         song.setCoverImageIndex(-1);

@@ -67,6 +67,7 @@ protected:
 
 TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStoodAndLeavesAwayWhatTheTrashHasLost) {
     const auto shown = std::make_shared<SongArray>(SongArray{all[4], all[3], all[1]});
+    all[1]->setGetID3Status(static_cast<int32_t>(ID3Status::Searching));
     remove({all[0], all[1], all[3], all[4]}, *shown);
     EXPECT_EQ(inDatabase(), "2 picture of 2");
     lists.insertNewRecording(made("9"));
@@ -77,6 +78,7 @@ TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStoodAndLeavesAwayWhatTheTrashH
     EXPECT_EQ(titles(*lists.newRecordArray()), "913");
     EXPECT_EQ(titles(*shown), "431");
     EXPECT_EQ(inDatabase(), "1 picture of 1, 2 picture of 2, 3 picture of 3, 4 picture of 4, 9 picture of 9");
+    EXPECT_EQ(all[1]->getID3Status(), static_cast<int32_t>(ID3Status::NotAsked)) << "no queue has it any more";
     EXPECT_EQ(all[3]->songPath(), inHome("3 2.mp3"));
     EXPECT_EQ(lists.search(lists.allSongArray(), "3")->size(), 1);
     removal.reset();
