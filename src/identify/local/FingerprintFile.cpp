@@ -56,16 +56,17 @@ int makeTables(sqlite3 *connection) {
 
 QString defaultFingerprintPath() { return applicationSupportFolder() + "/Fingerprints.sqlite"; }
 
-FingerprintFile::FingerprintFile(QString path) : path_(std::move(path)) {}
+FingerprintFile::FingerprintFile(QString path, Clock::duration retry) : path_(std::move(path)), retry_(retry) {}
 
 FingerprintFile::~FingerprintFile() { sqlite3_close(connection_); }
 
 sqlite3 *FingerprintFile::opened() {
-    if (connection_ || isUnusable_)
+    if (connection_ || Clock::now() < nextTry_)
         return connection_;
-    isUnusable_ = !open();
-    if (isUnusable_)
+    if (!open()) {
+        nextTry_ = Clock::now() + retry_;
         logLine(QStringLiteral("%1 can't be used: no track is known again").arg(path_));
+    }
     return connection_;
 }
 
@@ -101,7 +102,8 @@ bool FingerprintFile::run(const char *sql, const std::function<int(Statement &st
     logLine(QStringLiteral("%1: error %2").arg(path_).arg(code));
     if (isDamage(code)) {
         sqlite3_close(std::exchange(connection_, nullptr));
-        isUnusable_ = setAsideLibrary(path_).isNull();
+        if (setAsideLibrary(path_).isNull())
+            nextTry_ = Clock::now() + retry_;
     }
     return false;
 }

@@ -11,6 +11,7 @@
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -35,8 +36,10 @@ class FingerprintFile {
 public:
     using Items = std::vector<uint32_t>;
 
-    /// Opened when first used.
-    explicit FingerprintFile(QString path = defaultFingerprintPath());
+    using Clock = std::chrono::steady_clock;
+
+    /// Opened when first used. A file that can't be, since somebody holds it for one, is tried again after `retry`.
+    explicit FingerprintFile(QString path = defaultFingerprintPath(), Clock::duration retry = std::chrono::minutes(1));
     ~FingerprintFile();
     FingerprintFile(const FingerprintFile &) = delete;
     FingerprintFile &operator=(const FingerprintFile &) = delete;
@@ -65,7 +68,8 @@ private:
     QHash<int32_t, QByteArray> dates(const char *sql);
 
     const QString path_;
-    std::mutex lock_; // guards the connection
+    const Clock::duration retry_;
+    std::mutex lock_; // guards what follows
     sqlite3 *connection_ = nullptr;
-    bool isUnusable_ = false; // a try to open it failed
+    Clock::time_point nextTry_ = {};
 };

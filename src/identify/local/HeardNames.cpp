@@ -64,6 +64,8 @@ void HeardNames::save() {
                 news.emplace(songID, *name->second);
     }
     for (const auto &[songID, name] : news)
-        if (const auto track = library_.tagsOf(songID))
-            file_.keepName(songID, {track->addDate, name});
+        if (const auto track = library_.tagsOf(songID); track && !file_.keepName(songID, {track->addDate, name})) {
+            const std::lock_guard guard(lock_);
+            unsaved_.insert(songID); // there may be room the next time
+        }
 }

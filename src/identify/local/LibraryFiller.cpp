@@ -113,8 +113,10 @@ void LibraryFiller::fill(const std::stop_token &stop) {
         const auto items = fingerprintOf_(row.path, stop);
         if (stop.stop_requested())
             return;
-        if (!items || !fingerprints_.add(row.songID, row.addDate, *items))
+        if (!items)
             withoutSound_.insert(row.path);
+        else if (!fingerprints_.add(row.songID, row.addDate, *items))
+            return; // nor would the next one be kept
         if (!rest((std::chrono::steady_clock::now() - begin) * pace_.rest, stop))
             return;
     }

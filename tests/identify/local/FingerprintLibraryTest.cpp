@@ -57,7 +57,7 @@ protected:
         RecognitionSettings::refresh();
     }
 
-    FingerprintFile file;
+    FingerprintFile file{defaultFingerprintPath(), 1ms};
     FingerprintLibrary library{file};
     DataBaseManager &database = DataBaseManager::defaultManager();
 };
@@ -297,6 +297,19 @@ TEST_F(LibraryFillerTest, ANumberThatIsGivenOutAgainIsAnotherTrack) {
     EXPECT_TRUE(waitUntil([this] { return asked > 0; }));
     next->stop();
     EXPECT_FALSE(file.nameOf(named->songID()));
+}
+
+TEST_F(LibraryFillerTest, WhatCouldNotBeKeptIsKeptLater) {
+    const SongPtr named = insertedSong("/a.mp3", "A");
+    ASSERT_TRUE(QDir().mkpath(defaultFingerprintPath())); // which can't be opened then
+    names.keep(named->songID(), Recognition());
+    filler->start();
+    EXPECT_TRUE(waitUntil([this] { return asked > 0; }));
+    ASSERT_TRUE(QDir().rmdir(defaultFingerprintPath()));
+    EXPECT_TRUE(waitUntil([&] {
+        filler->libraryDidChange();
+        return file.nameOf(named->songID()) && library.tracks().contains(named->songID());
+    }));
 }
 
 TEST_F(LibraryFillerTest, AFileThatDoesNotAnswerIsLeftToItself) {
