@@ -193,7 +193,10 @@ void MainWindowCtr::focusSearchField() {
 
 void MainWindowCtr::showIdentification() {
     auto *view = new IdentificationView(&window_);
-    connect(view, &IdentificationView::settingsDidChange, identifyGate_.get(), &IdentifyGate::settingsDidChange);
+    connect(view, &IdentificationView::settingsDidChange, this, [this] {
+        identifyGate_->settingsDidChange();
+        heardRecordings_.setRecording(isRecording_);
+    });
     view->open();
 }
 
