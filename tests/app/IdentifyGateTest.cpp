@@ -76,8 +76,10 @@ const QVariantMap kFound{{"MusicTitle", "Hill"}, {"AlbumArtist", "Band"}};
 
 TEST_F(Gate, NamesARecordingByItself) {
     bringUp();
-    recogniser->otherwise = [](auto &hearer, const auto &task, const auto &stop) {
+    std::atomic<bool> isAskedInSight = false;
+    recogniser->otherwise = [&](auto &hearer, const auto &task, const auto &stop) {
         EXPECT_EQ(task.milliseconds, 60'123);
+        isAskedInSight.wait(false);
         FakeRecogniser::saying({kFound})(hearer, task, stop);
     };
     QStringList lines;
@@ -88,6 +90,10 @@ TEST_F(Gate, NamesARecordingByItself) {
     EXPECT_TRUE(waitUntil([&] {
         if (!lines.contains(status()))
             lines << status();
+        if (status().startsWith("Looking")) {
+            isAskedInSight = true;
+            isAskedInSight.notify_one();
+        }
         if (gate().isGettingID3())
             window->displayStatus("not now");
         return song->getID3Status() == static_cast<int>(ID3Status::Identified);
