@@ -90,10 +90,8 @@ TEST_F(Gate, NamesARecordingByItself) {
     EXPECT_TRUE(waitUntil([&] {
         if (!lines.contains(status()))
             lines << status();
-        if (status().startsWith("Looking")) {
-            isAskedInSight = true;
-            isAskedInSight.notify_one();
-        }
+        isAskedInSight = isAskedInSight || status().startsWith("Looking");
+        isAskedInSight.notify_one();
         if (gate().isGettingID3())
             window->displayStatus("not now");
         return song->getID3Status() == static_cast<int>(ID3Status::Identified);
