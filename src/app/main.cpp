@@ -15,8 +15,20 @@ extern "C" {
 }
 
 namespace {
+
 constexpr std::chrono::seconds kPatienceAtEnd(3);
+
+/// Ends when everything is saved and closed.
+int run(QApplication &application) {
+    CorvidiaAppDelegate delegate(pulseInputUnitFactory());
+    onTerminationSignal([&delegate] { delegate.terminateNow(); });
+    QObject::connect(&application, &QApplication::commitDataRequest, &delegate,
+                     [&delegate] { delegate.terminateNow(); });
+    delegate.applicationDidFinishLaunching();
+    return QApplication::exec();
 }
+
+} // namespace
 
 int main(int argc, char **argv) {
     QApplication application(argc, argv);
@@ -37,12 +49,7 @@ int main(int argc, char **argv) {
         QApplication::exec();
         return 0;
     }
-    CorvidiaAppDelegate delegate(pulseInputUnitFactory());
-    onTerminationSignal([&delegate] { delegate.terminateNow(); });
-    QObject::connect(&application, &QApplication::commitDataRequest, &delegate,
-                     [&delegate] { delegate.terminateNow(); });
-    delegate.applicationDidFinishLaunching();
-    const int status = QApplication::exec();
+    const int status = run(application);
     endProcessWithin(kPatienceAtEnd, status);
     return status;
 }
