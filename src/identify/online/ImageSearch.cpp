@@ -22,7 +22,10 @@ public:
         : client_(client), settings_(RecognitionSettings::current()), stop_(stop) {}
 
     void look(const Recognition &recognition) {
-        addPicture(recognition.cover);
+        if (recognition.cover.isLocalFile()) // only a player's, on this computer, may be one
+            add(pictureFile(recognition.cover.toLocalFile()));
+        else
+            addPicture(recognition.cover);
         if (!settings_.online)
             return;
         if (!recognition.releaseID.isEmpty() || !recognition.releaseGroupID.isEmpty())
@@ -39,13 +42,11 @@ private:
     }
 
     void addPicture(const QUrl &address) {
-        if (isOver() || address.isEmpty())
-            return;
-        QByteArray content;
-        if (address.isLocalFile())
-            content = pictureFile(address.toLocalFile());
-        else if (settings_.online)
-            content = fetched(address, kLargestPictureBytes, /*isRemembered=*/false).body;
+        if (!isOver() && !address.isEmpty() && settings_.online)
+            add(fetched(address, kLargestPictureBytes, /*isRemembered=*/false).body);
+    }
+
+    void add(const QByteArray &content) {
         const QByteArray picture = keepablePicture(content);
         if (!picture.isEmpty() && !pictures_.contains(picture))
             pictures_.append(picture);

@@ -114,6 +114,8 @@ TEST_F(ImageSearches, GiveUpToFourTheFrontFirst) {
         entries << R"({"front":)" + QByteArray(i == 3 ? "true" : "false") + R"(,"id":)" + QByteArray::number(i) +
                        R"(,"image":")" + server.address().toUtf8() + path + R"("})";
     }
+    const QString own = makeFile("own.png", picture("png", 99).toStdString());
+    entries.prepend(R"({"front":true,"image":")" + QUrl::fromLocalFile(own).toEncoded() + R"("})"); // is none of theirs
     server.setAnswers("/release/", {{200, R"({"images":[null,)" + entries.join(',') + "]}"}});
     EXPECT_EQ(found(released()),
               (QByteArrayList{picture("png", 23), picture("png", 20), picture("png", 22), picture("png", 24)}));
