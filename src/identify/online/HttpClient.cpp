@@ -1,5 +1,6 @@
 #include "identify/online/HttpClient.h"
 
+#include "identify/recognition/RecognitionSettings.h"
 #include "platform/run/Log.h"
 #include "platform/run/Semaphore.h"
 
@@ -190,7 +191,7 @@ private:
     QHash<Exchange *, QNetworkReply *> replies_; // in work
 };
 
-HttpClient::HttpClient() : limits_{} {}
+HttpClient::HttpClient() : limits_{.mayAsk = [] { return RecognitionSettings::current().online; }} {}
 HttpClient::HttpClient(PaceClock &clock, const Limits &limits) : limits_(limits), pace_(clock) {}
 HttpClient::~HttpClient() = default;
 
@@ -203,7 +204,7 @@ HttpAnswer HttpClient::fetch(const HttpRequest &request, const std::stop_token &
             return known->answer;
     }
     HttpAnswer answer = follow(request, stop);
-    if (!stop.stop_requested())
+    if (!stop.stop_requested() && limits_.mayAsk())
         tell(request.url.host(), answer);
     if (request.isRemembered && isWorthRemembering(answer)) {
         const std::lock_guard lock(mutex_);
@@ -252,13 +253,16 @@ HttpAnswer HttpClient::askPolitely(const HttpRequest &request, std::chrono::mill
 }
 
 HttpAnswer HttpClient::ask(const HttpRequest &request, std::chrono::milliseconds time, const std::stop_token &stop) {
+    const auto isWanted = [&] { return !stop.stop_requested() && limits_.mayAsk(); };
+    if (!isWanted())
+        return failure("stopped");
     const auto exchange = std::make_shared<Exchange>();
     exchange->request = request;
     Network *carrier = network();
     carrier->start(exchange);
     const std::stop_callback wake(stop, [&exchange] { exchange->changed.post(); });
     const auto end = std::chrono::steady_clock::now() + time;
-    while (!stop.stop_requested()) {
+    while (isWanted()) {
         if (auto answer = exchange->answer())
             return *answer;
         const auto left = end - std::chrono::steady_clock::now();
@@ -267,7 +271,7 @@ HttpAnswer HttpClient::ask(const HttpRequest &request, std::chrono::milliseconds
         exchange->changed.waitAtMost(semaphoreTime(left));
     }
     carrier->abandon(exchange);
-    return failure(stop.stop_requested() ? "stopped" : "it takes too long");
+    return failure(isWanted() ? "it takes too long" : "stopped");
 }
 
 HttpClient::Network *HttpClient::network() {

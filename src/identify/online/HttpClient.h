@@ -12,6 +12,7 @@
 #include <QThread>
 #include <QUrl>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <stop_token>
@@ -37,16 +38,21 @@ public:
         std::chrono::milliseconds time{30'000}; ///< for the network; waiting for a host's turn doesn't count
         int hops = 5;
         int tries = 4; ///< of a host that refuses
+        /// Asked before every request and while it runs, by any thread: once the answer is no, nobody is asked any
+        /// more.
+        std::function<bool()> mayAsk = [] { return true; };
     };
 
+    /// Asks as long as the user allows it.
     HttpClient();
     HttpClient(PaceClock &clock, const Limits &limits);
     ~HttpClient();
     HttpClient(const HttpClient &) = delete;
     HttpClient &operator=(const HttpClient &) = delete;
 
-    /// Blocks until the answer is there, the time is over or a stop is requested. Only http and https, and never from
-    /// https to http. Nothing is kept of an answer to the next question, no cookie and no login.
+    /// Blocks until the answer is there, the time is over, a stop is requested or nobody may be asked any more. Only
+    /// http and https, and never from https to http. Nothing is kept of an answer to the next question, no cookie and
+    /// no login.
     HttpAnswer fetch(const HttpRequest &request, const std::stop_token &stop);
 
 private:

@@ -99,8 +99,10 @@ TEST_F(HttpClients, AskNobodyTwiceForWhatIsKnown) {
 
 TEST_F(HttpClients, EndSoonAfterAStop) {
     server.setAnswers("/a", {{200, {}, {}, Trouble::Silence}});
-    HttpClient real;                        // with the real clock, and 30 seconds
-    for (const char *path : {"/a", "/b"}) { // the second waits for its turn
+    PaceClock realClock;
+    std::atomic<bool> mayAsk = true;
+    HttpClient real(realClock, {.mayAsk = [&] { return mayAsk.load(); }}); // with 30 seconds
+    for (const char *path : {"/a", "/b"}) {                                // the second waits for its turn
         std::stop_source stop;
         QElapsedTimer sinceStop;
         std::jthread stopping([&] {
@@ -114,6 +116,15 @@ TEST_F(HttpClients, EndSoonAfterAStop) {
         EXPECT_LT(sinceStop.elapsed(), 5000);
     }
     EXPECT_EQ(asked(), 1);
+
+    server.setAnswers("/c", {{503}});
+    std::jthread revoking([&] {
+        while (asked() < 2)
+            std::this_thread::yield();
+        mayAsk = false;
+    });
+    EXPECT_EQ(real.fetch({.url = QUrl(server.address() + "/c")}, {}).status, 0);
+    EXPECT_EQ(asked(), 2) << "the second try is no longer allowed";
 }
 
 } // namespace
