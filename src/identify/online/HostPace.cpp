@@ -21,13 +21,14 @@ bool PaceClock::waitUntil(TimePoint time, const std::stop_token &stop) {
     return !stop.stop_requested();
 }
 
-bool HostPace::waitForTurn(const QString &host, std::chrono::milliseconds spacing, const std::stop_token &stop) {
+bool HostPace::waitForTurn(const QString &host, std::chrono::milliseconds spacing, const std::stop_token &stop,
+                           PaceClock::TimePoint latest) {
     for (;;) {
         PaceClock::TimePoint next;
         {
             const std::lock_guard lock(mutex_);
             Host &known = hosts_[host];
-            if (stop.stop_requested())
+            if (stop.stop_requested() || known.next > latest)
                 return false;
             if (const auto now = clock_.now(); now >= known.next) {
                 known.next = now + std::max(spacing, known.delay);

@@ -36,8 +36,11 @@ class HostPace {
 public:
     explicit HostPace(PaceClock &clock) : clock_(clock) {}
 
-    /// Blocks until the host's turn has come, `spacing` after the last one or later. False after a stop.
-    bool waitForTurn(const QString &host, std::chrono::milliseconds spacing, const std::stop_token &stop);
+    PaceClock::TimePoint now() const { return clock_.now(); }
+    /// Blocks until the host's turn has come, `spacing` after the last one or later. False after a stop, and at once
+    /// where the turn comes later than `latest`.
+    bool waitForTurn(const QString &host, std::chrono::milliseconds spacing, const std::stop_token &stop,
+                     PaceClock::TimePoint latest = PaceClock::TimePoint::max());
     /// The host answered that it is asked too much: the spacing goes to a second, then doubles, up to 32 seconds.
     void wasRefused(const QString &host);
     /// The host answered: what an earlier refusal added is halved, and goes below a second.

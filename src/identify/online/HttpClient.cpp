@@ -236,10 +236,11 @@ HttpAnswer HttpClient::askPolitely(const HttpRequest &request, std::chrono::mill
                                    const std::stop_token &stop) {
     const QString host = hostOf(request.url);
     for (int tries = 1;; ++tries) {
-        if (!pace_.waitForTurn(host, request.spacing, stop))
-            return failure("stopped");
+        if (!pace_.waitForTurn(host, request.spacing, stop, request.latest))
+            return failure(stop.stop_requested() ? "stopped" : "its turn comes too late");
         const auto start = std::chrono::steady_clock::now();
-        HttpAnswer answer = ask(request, left, stop);
+        const auto remaining = std::chrono::floor<std::chrono::milliseconds>(request.latest - pace_.now());
+        HttpAnswer answer = ask(request, std::min(left, remaining), stop);
         left -= std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
         if (!isRefusal(answer.status)) {
             if (answer.status != 0)

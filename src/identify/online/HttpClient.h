@@ -23,6 +23,7 @@ struct HttpRequest {
     qint64 sizeLimit = 4 * 1024 * 1024;
     std::chrono::milliseconds spacing{1000}; ///< at least, between two requests to this host
     bool isRemembered = true;                ///< an answer to the same question is given again for an hour
+    PaceClock::TimePoint latest = PaceClock::TimePoint::max(); ///< when it is given up, by the client's clock
 };
 
 struct HttpAnswer {
@@ -50,6 +51,7 @@ public:
     HttpClient(const HttpClient &) = delete;
     HttpClient &operator=(const HttpClient &) = delete;
 
+    PaceClock::TimePoint now() const { return pace_.now(); }
     /// Blocks until the answer is there, the time is over, a stop is requested or nobody may be asked any more. Only
     /// http and https, and never from https to http. Nothing is kept of an answer to the next question, no cookie and
     /// no login.

@@ -12,6 +12,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr qsizetype kMostCandidates = 4;
+constexpr int kMostTried = 12; // pictures of a list, which may name any number of hosts
 // The queue gives a track 90 seconds for everything.
 constexpr auto kTime = 45s;
 
@@ -38,7 +39,7 @@ public:
 
 private:
     bool isOver() const {
-        return stop_.stop_requested() || pictures_.size() >= kMostCandidates || std::chrono::steady_clock::now() > end_;
+        return stop_.stop_requested() || pictures_.size() >= kMostCandidates || client_.now() > end_;
     }
 
     void addPicture(const QUrl &address) {
@@ -53,8 +54,8 @@ private:
     }
 
     HttpAnswer fetched(const QUrl &address, qint64 sizeLimit, bool isRemembered) const {
-        HttpAnswer answer =
-            client_.fetch({.url = address, .sizeLimit = sizeLimit, .isRemembered = isRemembered}, stop_);
+        HttpAnswer answer = client_.fetch(
+            {.url = address, .sizeLimit = sizeLimit, .isRemembered = isRemembered, .latest = end_}, stop_);
         return answer.status == 200 ? answer : HttpAnswer();
     }
 
@@ -74,10 +75,18 @@ private:
     void addListed(const QByteArray &body) {
         const auto answer = jsonObject(body);
         const QJsonArray images = answer ? (*answer)["images"].toArray() : QJsonArray();
+        int tried = 0;
         for (const bool isFront : {true, false})
             for (const auto &image : images)
-                if (image.toObject()["front"].toBool() == isFront)
-                    addPicture(addressOf(image.toObject()));
+                if (image.toObject()["front"].toBool() == isFront && ++tried <= kMostTried)
+                    addPicture(asSafe(addressOf(image.toObject())));
+    }
+
+    // The archive names its pictures by http, whichever way it was asked.
+    QUrl asSafe(QUrl address) const {
+        if (QUrl(settings_.coverArtAddress).scheme() == "https" && address.scheme() == "http")
+            address.setScheme(QStringLiteral("https"));
+        return address;
     }
 
     static QUrl addressOf(const QJsonObject &image) {
@@ -103,7 +112,7 @@ private:
     HttpClient &client_;
     const RecognitionSettings settings_;
     const std::stop_token &stop_;
-    const std::chrono::steady_clock::time_point end_ = std::chrono::steady_clock::now() + kTime;
+    const PaceClock::TimePoint end_ = client_.now() + kTime; // what was found by then is not lost to what takes longer
     QList<QByteArray> pictures_;
 };
 

@@ -119,6 +119,12 @@ TEST_F(ImageSearches, GiveUpToFourTheFrontFirst) {
     server.setAnswers("/release/", {{200, R"({"images":[null,)" + entries.join(',') + "]}"}});
     EXPECT_EQ(found(released()),
               (QByteArrayList{picture("png", 23), picture("png", 20), picture("png", 22), picture("png", 24)}));
+
+    for (const char *path : {"/picture0", "/picture2", "/picture4", "/picture5"})
+        server.setAnswers(path, {{503}});
+    const double start = clock.seconds();
+    EXPECT_EQ(found(released()), QByteArrayList{picture("png", 23)}) << "before the queue gives up and takes nothing";
+    EXPECT_LE(clock.seconds() - start, 45);
 }
 
 TEST_F(ImageSearches, TakeThePictureOfThePlayer) {
