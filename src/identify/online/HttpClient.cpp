@@ -1,5 +1,6 @@
 #include "identify/online/HttpClient.h"
 
+#include "identify/online/JsonText.h"
 #include "identify/recognition/RecognitionSettings.h"
 #include "platform/run/Log.h"
 #include "platform/run/Semaphore.h"
@@ -30,9 +31,9 @@ bool isRedirection(int status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-// What others put in a service's place, as the network of a hotel does, is HTML.
+// What others put in a service's place, as the network of a hotel does, is HTML; and an answer may have been cut short.
 bool isWorthRemembering(const HttpAnswer &answer) {
-    return answer.status == 404 || (answer.status == 200 && answer.body.trimmed().startsWith('{'));
+    return answer.status == 404 || (answer.status == 200 && jsonObject(answer.body));
 }
 
 HttpAnswer failure(const char *error) { return {.error = QString::fromLatin1(error)}; }
