@@ -3,13 +3,17 @@
 #include <QUuid>
 #include <cmath>
 
+namespace {
+constexpr qsizetype kLongestText = 5000; // characters; a name of megabytes would hold up whoever shows or writes it
+}
+
 QString textOf(const QJsonValue &value) {
     if (value.isDouble())
         return QString::number(value.toDouble(), 'g', 15);
     QString text = value.toString();
     text.removeIf([](QChar character) { return character.category() == QChar::Other_Control; });
     text = text.trimmed();
-    return text.isEmpty() ? QString() : text;
+    return text.isEmpty() || text.size() > kLongestText ? QString() : text;
 }
 
 std::optional<double> numberOf(const QJsonValue &value) {

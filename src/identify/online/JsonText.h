@@ -15,7 +15,7 @@ inline std::optional<QJsonObject> jsonObject(const QByteArray &body) {
     return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 
-/// A text without the control characters in it, or a number as text; else null.
+/// A text without the control characters in it, or a number as text; else null, as for what is longer than any name.
 QString textOf(const QJsonValue &value);
 
 /// A number, or a text that is one; else absent.

@@ -64,7 +64,9 @@ TEST(MusicBrainz, ChoosesTheReleaseThatPeopleMean) {
 TEST(MusicBrainz, ReadsNamesAsTheyStand) {
     const auto found = recognitionOf('{' + kID + R"(,"title":" Ti\u0000t\u001ble ","artist-credit":[
         {"name":"One","joinphrase":" feat. "},{"name":null,"artist":{"name":"Two"}}],"genres":[null,
-        {"name":"pop","count":"4"},{"name":"rock","count":7},{"name":"","count":9}]})",
+        {"name":"pop","count":"4"},{"name":"rock","count":7},{"name":"","count":9},
+        {"count":10,"name":")" + QByteArray(5001, 'n') +
+                                         R"("}]})",
                                      /*seconds=*/200);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->title, "Title");
