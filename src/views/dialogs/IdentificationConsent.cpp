@@ -7,8 +7,9 @@
 
 QString identificationConsentText() {
     return localizedString("What is sent is an acoustic fingerprint of a track and its length, to AcoustID, and what "
-                           "that is called there, to MusicBrainz and the Cover Art Archive. Sound never leaves this "
-                           "computer.");
+                           "it is called, with its artist and album, to MusicBrainz and the Cover Art Archive. A "
+                           "cover in the network that a player names is fetched from there. Sound never leaves "
+                           "this computer.");
 }
 
 bool askForConsentOnce() {
