@@ -26,6 +26,7 @@ public:
     explicit FlowScrollView(QWidget *parent) : QScrollArea(parent), bar_(new CustomizeScroller(Qt::Horizontal, this)) {
         setFrameShape(QFrame::NoFrame);
         setFocusPolicy(Qt::NoFocus);
+        setLayoutDirection(Qt::LeftToRight); // the newest stands at the left, and there it begins, in every language
         setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         viewport()->setAutoFillBackground(false);
