@@ -10,10 +10,14 @@
 #include <QImageReader>
 #include <QSaveFile>
 #include <QUuid>
+#include <cmath>
 
 namespace {
 
 constexpr int kLargestSide = 8000;
+// As the archive's own largest copies. The library writes a cover into the file on the main thread, which a picture of
+// 8,000 by 8,000 would hold for seconds.
+constexpr int kMostPoints = 1200 * 1200;
 constexpr qint64 kKeptForSeconds = 3600;
 
 QString folder() { return applicationSupportFolder() + "/FetchedCovers"; }
@@ -27,6 +31,11 @@ const char *formatOf(const QByteArray &bytes) {
     if (bytes.startsWith("RIFF") && bytes.mid(8, 4) == "WEBP")
         return "webp";
     return nullptr;
+}
+
+bool isBrokenJpeg(const QByteArray &bytes) {
+    const JpegScans scans = jpegScans(bytes);
+    return !scans.isWhole || scans.count > kMostJpegScans;
 }
 
 void removeOldPictures() {
@@ -48,12 +57,16 @@ QByteArray keepablePicture(const QByteArray &bytes) {
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, format);
     const QSize size = reader.size();
-    if (size.isEmpty() || size.width() > kLargestSide || size.height() > kLargestSide)
+    if (size.isEmpty() || size.width() > kLargestSide || size.height() > kLargestSide ||
+        (qstrcmp(format, "jpeg") == 0 && isBrokenJpeg(bytes)))
         return {};
+    const double excess = std::sqrt(static_cast<double>(size.width()) * size.height() / kMostPoints);
+    if (excess > 1)
+        reader.setScaledSize((QSizeF(size) / excess).toSize().expandedTo(QSize(1, 1)));
     const QImage image = reader.read();
     if (image.isNull())
         return {};
-    return qstrcmp(format, "webp") == 0 ? jpegOf(image) : bytes;
+    return excess > 1 || qstrcmp(format, "webp") == 0 ? jpegOf(image) : bytes;
 }
 
 QByteArray pictureFile(const QString &path) {

@@ -9,8 +9,9 @@
 
 inline constexpr qint64 kLargestPictureBytes = 20 * 1024 * 1024;
 
-/// The content of a picture file as it can be kept: JPEG or PNG as it is, WebP made into JPEG. Empty for whatever else,
-/// whatever it is called, for what is larger than 8,000 points either way, and for what can't be decoded.
+/// The content of a picture file as it can be kept: JPEG or PNG as it is, WebP made into JPEG, and so a large one,
+/// which becomes smaller. Empty for whatever else, whatever it is called, for what is larger than 8,000 points either
+/// way, and for what can't be decoded in good time.
 QByteArray keepablePicture(const QByteArray &bytes);
 
 /// The content of the regular file at `path`; empty if it is none or too large.

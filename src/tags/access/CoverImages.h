@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QImage>
 #include <QVariantList>
 
@@ -19,6 +20,15 @@ private:
     QVariantList images_;
     qint64 bytesLeft_ = 128 * 1024 * 1024;
 };
+
+/// How often a JPEG is drawn over. A few bytes are a scan, and each is decoded over all of the picture: a quarter of a
+/// megabyte can take two minutes.
+struct JpegScans {
+    int count = 0;
+    bool isWhole = false; ///< its end is there
+};
+JpegScans jpegScans(QByteArrayView jpeg);
+inline constexpr int kMostJpegScans = 100; // cameras and painting programs write ten
 
 /// `image` as JPEG at full quality, what is transparent on white; empty if that can't be made.
 QByteArray jpegOf(const QImage &image);

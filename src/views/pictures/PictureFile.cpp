@@ -1,6 +1,7 @@
 #include "views/pictures/PictureFile.h"
 
 #include "platform/run/LocalizedString.h"
+#include "tags/access/CoverImages.h"
 
 #include <QImageWriter>
 #include <fcntl.h>
@@ -17,28 +18,6 @@ constexpr int kAllocationLimitMiB = 384; // kMostPixels of four bytes
 bool isKnownFormat(const QByteArray &format) {
     return format == "jpeg" || format == "png" || format == "gif" || format == "bmp" || format == "webp" ||
            format == "tiff";
-}
-
-constexpr int kMostScans = 100; // cameras and painting programs write ten
-
-// How often it is drawn; -1 where its end is missing.
-int scansOf(QByteArrayView jpeg) {
-    const auto byte = [jpeg](qsizetype at) { return static_cast<uint8_t>(jpeg[at]); };
-    int scans = 0;
-    for (qsizetype at = 2; at + 2 <= jpeg.size();) {
-        const uint8_t marker = byte(at + 1);
-        if (byte(at) != 0xff || marker < 0xc0 || marker == 0xff || (marker >= 0xd0 && marker <= 0xd8)) {
-            ++at; // the points of a scan
-            continue;
-        }
-        if (marker == 0xd9)
-            return scans; // what stands behind the end is not decoded
-        if (at + 4 > jpeg.size())
-            break;
-        scans += marker == 0xda ? 1 : 0;
-        at += 2 + 256 * byte(at + 2) + byte(at + 3);
-    }
-    return -1;
 }
 
 } // namespace
@@ -71,14 +50,13 @@ PictureTrouble troubleOf(QImageReader &reader) {
     return qint64(size.width()) * size.height() > kMostPixels ? PictureTrouble::TooLarge : PictureTrouble::None;
 }
 
-// What is missing at the end would come out grey. A few bytes are a scan, and each scan is decoded over all of the
-// picture: half a megabyte can take a minute.
+// What is missing at the end would come out grey.
 bool isBrokenJpeg(QIODevice &picture) {
     if (picture.peek(2) != QByteArrayView("\xff\xd8"))
         return false;
-    const int scans = scansOf(picture.readAll());
+    const JpegScans scans = jpegScans(picture.readAll());
     picture.seek(0);
-    return scans < 0 || scans > kMostScans;
+    return !scans.isWhole || scans.count > kMostJpegScans;
 }
 
 void limitPictureMemory() { QImageReader::setAllocationLimit(kAllocationLimitMiB); }

@@ -15,8 +15,8 @@ namespace {
 using namespace std::chrono_literals;
 using Answer = RecognitionServer::Answer;
 
-QByteArray picture(const char *format, int side = 40, Qt::GlobalColor colour = Qt::red) {
-    QImage image(side, 30, QImage::Format_RGB32);
+QByteArray picture(const char *format, int side = 40, Qt::GlobalColor colour = Qt::red, int height = 30) {
+    QImage image(side, height, QImage::Format_RGB32);
     image.fill(colour);
     QByteArray bytes;
     QBuffer buffer(&bytes);
@@ -26,6 +26,9 @@ QByteArray picture(const char *format, int side = 40, Qt::GlobalColor colour = Q
 }
 
 TEST(CoverPicture, KeepsPicturesByTheirContentOnly) {
+    QByteArray overdrawn = picture("jpeg");
+    overdrawn.insert(overdrawn.size() - 2,
+                     overdrawn.sliced(overdrawn.lastIndexOf("\xff\xda")).chopped(2).repeated(100));
     for (const auto &[name, bytes, isKept] : {
              std::tuple<const char *, QByteArray, bool>{"JPEG", picture("jpeg"), true},
              {"PNG", picture("png"), true},
@@ -37,6 +40,8 @@ TEST(CoverPicture, KeepsPicturesByTheirContentOnly) {
              {"HTML", "<!doctype html>", false},
              {"the head of a PNG", picture("png").left(60), false},
              {"a head and no more", picture("jpeg").left(4), false},
+             {"a JPEG without its end", picture("jpeg").chopped(2), false},
+             {"a JPEG that is drawn over and over", overdrawn, false},
              {"nothing", {}, false},
          }) {
         SCOPED_TRACE(name);
@@ -45,6 +50,7 @@ TEST(CoverPicture, KeepsPicturesByTheirContentOnly) {
     const QByteArray webp = picture("webp");
     EXPECT_TRUE(keepablePicture(webp).startsWith("\xff\xd8\xff")) << "as a JPEG, which every program reads";
     EXPECT_TRUE(keepablePicture(webp.left(30)).isEmpty());
+    EXPECT_EQ(QImage::fromData(keepablePicture(picture("png", 8000, Qt::red, 8000))).size(), QSize(1200, 1200));
 }
 
 class ImageSearches : public testing::Test, public GetImageControllerDelegate {
