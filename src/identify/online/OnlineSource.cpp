@@ -72,19 +72,16 @@ private:
     const std::stop_token &stop_;
 };
 
+bool mayAsk(const RecognitionSettings &settings) {
+    return settings.online && !settings.acoustIDKey.isEmpty() &&
+           settings.acoustIDKey != RecognitionSettings::refusedKey();
+}
+
 } // namespace
 
 QString OnlineSource::key() const { return QString::fromLatin1(kIdentifyOnline); }
 
-bool OnlineSource::isUsable() const {
-    const RecognitionSettings settings = RecognitionSettings::current();
-    return settings.online && !settings.acoustIDKey.isEmpty();
-}
-
-bool OnlineSource::mayAsk(const RecognitionSettings &settings) {
-    const std::lock_guard lock(mutex_);
-    return settings.online && !settings.acoustIDKey.isEmpty() && settings.acoustIDKey != refusedKey_;
-}
+bool OnlineSource::isUsable() const { return mayAsk(RecognitionSettings::current()); }
 
 RecogniserAnswer OnlineSource::recognise(const RecognitionTask &task, const std::stop_token &stop) {
     using Outcome = RecogniserAnswer::Outcome;
@@ -103,12 +100,10 @@ RecogniserAnswer OnlineSource::recognise(const RecognitionTask &task, const std:
     case AcoustIDAnswer::Outcome::NoMatch:
     case AcoustIDAnswer::Outcome::Ambiguous:
         return {Outcome::NotFound};
-    case AcoustIDAnswer::Outcome::WrongKey: {
-        const std::lock_guard lock(mutex_);
-        if (std::exchange(refusedKey_, settings.acoustIDKey) != settings.acoustIDKey)
-            logLine("AcoustID does not know the application key");
+    case AcoustIDAnswer::Outcome::WrongKey:
+        logLine("AcoustID does not know the application key");
+        RecognitionSettings::setRefusedKey(settings.acoustIDKey);
         break;
-    }
     case AcoustIDAnswer::Outcome::Failed:
         break;
     }

@@ -9,9 +9,6 @@
 #include "identify/recognition/RecogniserSource.h"
 
 #include <memory>
-#include <mutex>
-
-struct RecognitionSettings;
 
 class OnlineSource : public RecogniserSource {
 public:
@@ -22,9 +19,5 @@ public:
     RecogniserAnswer recognise(const RecognitionTask &task, const std::stop_token &stop) override;
 
 private:
-    bool mayAsk(const RecognitionSettings &settings);
-
     const std::shared_ptr<HttpClient> client_;
-    std::mutex mutex_;
-    QString refusedKey_; // under mutex_; the service does not know it
 };

@@ -8,6 +8,7 @@ namespace {
 
 std::mutex mutex;
 RecognitionSettings settings; // under mutex
+QString theRefusedKey;        // under mutex
 
 bool boolForKey(const char *key, bool absent) {
     const UserDefaults &defaults = UserDefaults::standardUserDefaults();
@@ -47,4 +48,14 @@ void RecognitionSettings::refresh() {
     RecognitionSettings now = ofUserDefaults();
     const std::lock_guard lock(mutex);
     settings = std::move(now);
+}
+
+QString RecognitionSettings::refusedKey() {
+    const std::lock_guard lock(mutex);
+    return theRefusedKey;
+}
+
+void RecognitionSettings::setRefusedKey(const QString &key) {
+    const std::lock_guard lock(mutex);
+    theRefusedKey = key;
 }

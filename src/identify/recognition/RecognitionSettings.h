@@ -32,4 +32,8 @@ struct RecognitionSettings {
     static RecognitionSettings current();
     /// Takes the settings over for every thread: at the start, and after each change. Main thread.
     static void refresh();
+
+    /// The application key that AcoustID has said it does not know, null for none: nobody is asked with it. Any thread.
+    static QString refusedKey();
+    static void setRefusedKey(const QString &key);
 };

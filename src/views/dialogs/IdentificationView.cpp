@@ -248,10 +248,17 @@ void IdentificationView::validate() {
     lblTrouble_->setVisible(!trouble.isEmpty());
     saveBtn_->setEnabled(trouble.isEmpty());
     saveBtn_->setAccessibleDescription(trouble);
-    const bool hasKey = hasOwnKey_ || !textOf(*keyField_).isEmpty();
-    lblKey_->setText(hasKey ? QString() : localizedString("Off without a key. AcoustID gives one to everybody."));
-    lblKey_->setVisible(!hasKey);
+    lblKey_->setText(troubleOfKey());
+    lblKey_->setVisible(!lblKey_->text().isEmpty());
     keyField_->setAccessibleDescription(lblKey_->text());
+}
+
+QString IdentificationView::troubleOfKey() const {
+    const QString entry = textOf(*keyField_);
+    if (entry.isEmpty() && !hasOwnKey_)
+        return localizedString("Off without a key. AcoustID gives one to everybody.");
+    const QString key = entry.isEmpty() ? RecognitionSettings::ofUserDefaults().acoustIDKey : entry;
+    return key == RecognitionSettings::refusedKey() ? localizedString("AcoustID does not know this key.") : QString();
 }
 
 void IdentificationView::save() {
@@ -264,6 +271,7 @@ void IdentificationView::save() {
     for (const auto &[key, field] : entries_)
         storeText(textOf(*field), key);
     RecognitionSettings::refresh();
+    RecognitionSettings::setRefusedKey({}); // it is tried again
     emit settingsDidChange();
     accept();
 }

@@ -44,6 +44,7 @@ private:
     void reset();
     void setAdvancedShown(bool isShown);
     void validate();
+    QString troubleOfKey() const;
     void save();
 
     QCheckBox *btnPlayers_ = nullptr;

@@ -80,6 +80,7 @@ TEST_F(OnlineSources, TellOfAWrongKeyOnceAndAskNoMore) {
         EXPECT_EQ(recognised().outcome, Outcome::Failed);
     EXPECT_EQ(asked().size(), 1);
     EXPECT_EQ(log.filter("key").size(), 1);
+    EXPECT_FALSE(source.isUsable());
     setRecognition(server.address());
     EXPECT_EQ(recognised().outcome, Outcome::Found);
 }

@@ -6,6 +6,7 @@
 #include "views/dialogs/IdentificationConsent.h"
 
 #include <QCheckBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <gtest/gtest.h>
@@ -58,8 +59,10 @@ TEST(IdentificationView, WhatIsSavedCountsForEverybodyAndWhatIsCancelledForNobod
     EXPECT_EQ(settings.musicBrainzAddress, "http://mirror.local:5000/mb");
     EXPECT_EQ(settings.acoustIDAddress, kAcoustIDDefaultAddress);
 
+    RecognitionSettings::setRefusedKey("key");
     Window third;
     third.view.show();
+    EXPECT_TRUE(third.find<QLabel>(&QLabel::text, "AcoustID does not know this key")->isVisible());
     EXPECT_TRUE(third.field("MusicBrainz").isVisible()) << "it differs from the usual one";
     third.button("Reset").click();
     third.button("Save").click();
