@@ -67,11 +67,12 @@ std::optional<Fingerprint> fingerprintOfFile(const QString &path, std::chrono::s
     if (!context || !chromaprint_start(context.get(), kRate, kChannels))
         return std::nullopt;
     qint64 missing = atMost.count() * kRate;
-    FrameResampler resampler(kRate, kChannels, [&](const int16_t *samples, qint64 frames) {
+    const auto feed = [&](const int16_t *samples, qint64 frames) {
         const qint64 taken = std::min(frames, missing);
         missing -= taken;
         return chromaprint_feed(context.get(), samples, static_cast<int>(taken)) != 0 && missing > 0;
-    });
+    };
+    FrameResampler resampler(kRate, kChannels, feed, FrameResampler::Filter::Coarse);
     while (missing > 0 && !stop.stop_requested()) {
         const AVFrame *frame = source->nextFrame(std::numeric_limits<int>::max());
         if (!frame || !resampler.add(*frame, *source->stream()))

@@ -5,7 +5,15 @@
 #include <limits>
 #include <utility>
 
+extern "C" {
+#include <libavutil/opt.h>
+}
+
 namespace {
+
+// As the library has it that makes fingerprints, where it resamples itself.
+constexpr int kCoarseTaps = 16;
+constexpr double kCoarseCutoff = 0.8; // of what the rate can hold
 
 constexpr int kStepFrames = 65536; // resampled at a time
 
@@ -19,8 +27,8 @@ int samplesBeforeStart(const AVFrame &frame, const AVStream &stream) {
 
 } // namespace
 
-FrameResampler::FrameResampler(int rate, int channels, Sink sink)
-    : rate_(rate), channels_(channels), sink_(std::move(sink)) {}
+FrameResampler::FrameResampler(int rate, int channels, Sink sink, Filter filter)
+    : rate_(rate), channels_(channels), sink_(std::move(sink)), filter_(filter) {}
 
 bool FrameResampler::add(const AVFrame &frame, const AVStream &stream) {
     if (!fits(frame) && !configure(frame))
@@ -77,6 +85,11 @@ bool FrameResampler::configure(const AVFrame &frame) {
                                          static_cast<AVSampleFormat>(frame.format), frame.sample_rate, 0, nullptr);
     av_channel_layout_uninit(&layout);
     resampler_.reset(resampler);
+    if (code >= 0 && filter_ == Filter::Coarse) {
+        // A refusal leaves the exact one, which is only slower.
+        av_opt_set_int(resampler, "filter_size", kCoarseTaps, 0);
+        av_opt_set_double(resampler, "cutoff", kCoarseCutoff, 0);
+    }
     if (code < 0 || swr_init(resampler) < 0) {
         resampler_.reset();
         return false;
