@@ -7,6 +7,7 @@
 #include <QSslSocket>
 #include <QTcpServer>
 #include <QThread>
+#include <QTimer>
 #include <algorithm>
 #include <mutex>
 #include <utility>
@@ -42,18 +43,23 @@ QByteArray head(const RecognitionServer::Answer &answer) {
 
 struct RecognitionServer::State {
     mutable std::mutex mutex; // over all of it
-    QString address;
+    QString address, picturesAt;
+    std::chrono::milliseconds delay{0};
     QList<Song> songs;
     QList<std::pair<QString, QList<Answer>>> answers;
     QStringList requests;
 
+    std::chrono::milliseconds currentDelay() const {
+        const std::lock_guard lock(mutex);
+        return delay;
+    }
     Answer answerTo(const ServiceRequest &request) {
         const std::lock_guard lock(mutex);
         requests << request.text();
         for (auto &[path, given] : answers)
             if (request.path.startsWith(path))
                 return given.size() > 1 ? given.takeFirst() : given.first();
-        return serviceAnswer(request, songs, address);
+        return serviceAnswer(request, songs, address, picturesAt.isNull() ? address : picturesAt);
     }
 };
 
@@ -91,7 +97,7 @@ protected:
         connect(socket, &QSslSocket::readyRead, this, [this, socket, received] {
             *received += socket->readAll();
             while (const auto request = ServiceRequest::takeFrom(*received))
-                send(*socket, state_->answerTo(*request));
+                answer(*socket, state_->answerTo(*request));
         });
         if (isSecure_) {
             socket->setLocalCertificate(QSslCertificate(kCertificate));
@@ -101,6 +107,13 @@ protected:
     }
 
 private:
+    // Who asks waits for the answer to the last question, so that none overtakes another.
+    void answer(QSslSocket &socket, const Answer &answer) const {
+        if (const auto delay = state_->currentDelay(); delay.count() > 0)
+            QTimer::singleShot(delay, &socket, [&socket, answer] { send(socket, answer); });
+        else
+            send(socket, answer);
+    }
     static void send(QSslSocket &socket, const Answer &answer) {
         switch (answer.trouble) {
         case Answer::Trouble::Silence:
@@ -133,6 +146,16 @@ QString RecognitionServer::address() const {
 void RecognitionServer::setSongs(const QList<Song> &songs) {
     const std::lock_guard lock(state_->mutex);
     state_->songs = songs;
+}
+
+void RecognitionServer::setDelay(std::chrono::milliseconds delay) {
+    const std::lock_guard lock(state_->mutex);
+    state_->delay = delay;
+}
+
+void RecognitionServer::setPicturesAt(const QString &address) {
+    const std::lock_guard lock(state_->mutex);
+    state_->picturesAt = address;
 }
 
 void RecognitionServer::setAnswers(const QString &path, const QList<Answer> &answers) {

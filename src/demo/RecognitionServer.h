@@ -8,6 +8,7 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <chrono>
 #include <memory>
 
 class RecognitionServer {
@@ -15,12 +16,14 @@ public:
     /// The only application key that it knows.
     static constexpr const char *kKey = "demo-key";
 
-    /// A recording that the services know. AcoustID knows it by its length here and takes any fingerprint.
+    /// A recording that the services know. AcoustID knows it by its fingerprint, or where it has none here by its
+    /// length, with any fingerprint.
     struct Song {
         QString title, artist, album;
         QString date = "2001-07-04";
         QString genre = "rock";
         double seconds = 0;
+        QByteArray fingerprint = {}; ///< as it is asked for
 
         QString recordingID() const;
         QString releaseID() const;      ///< of the album
@@ -49,6 +52,10 @@ public:
     /// The base address of all three; null if it did not come up.
     QString address() const;
     void setSongs(const QList<Song> &songs);
+    /// Every answer comes so late, as from far away.
+    void setDelay(std::chrono::milliseconds delay);
+    /// Who asks for a picture is sent there, as to another host; unless told, it is this server's own.
+    void setPicturesAt(const QString &address);
     /// The next requests whose path begins with `path` get these, and the last one of them for ever.
     void setAnswers(const QString &path, const QList<Answer> &answers);
     /// Method, path, query and form of every request so far.

@@ -54,7 +54,8 @@ Answer lookup(const ServiceRequest &request, const Songs &songs) {
         return acoustIDError(11, "parameter \"maxdurationdiff\" must be between 1 and 30", 400);
     QJsonArray results;
     for (const Song &song : songs)
-        if (std::abs(song.seconds - request.value("duration").toDouble()) <= difference)
+        if (song.fingerprint.isEmpty() ? std::abs(song.seconds - request.value("duration").toDouble()) <= difference
+                                       : song.fingerprint == request.value("fingerprint").toLatin1())
             results.append(QJsonObject{
                 {"id", identifier("track", song.title)},
                 {"score", 0.98},
@@ -126,14 +127,14 @@ Answer listOfPictures(const QString &releaseID, const QString &address) {
 
 // /release/ID/ is the list, anything behind it a picture, which another host has, which sends to a third one.
 Answer coverArt(const QString &kind, const QString &identifierText, const QString &rest, const Songs &songs,
-                const QString &address) {
+                const QString &address, const QString &picturesAt) {
     if (QUuid(identifierText).isNull() || identifierText != identifierText.toLower())
         return {400, "<!doctype html><title>400 Bad Request</title>"};
     for (const Song &song : songs)
         if (identifierText == (kind == "release" ? song.releaseID() : song.releaseGroupID())) {
             if (rest.isEmpty() && kind == "release")
                 return listOfPictures(identifierText, address);
-            return redirection(address + "/download/" + song.releaseID(), 307);
+            return redirection(picturesAt + "/download/" + song.releaseID(), 307);
         }
     return noPicture();
 }
@@ -193,7 +194,8 @@ QByteArray RecognitionServer::cover(const QString &releaseID) {
     return bytes;
 }
 
-Answer serviceAnswer(const ServiceRequest &request, const Songs &songs, const QString &address) {
+Answer serviceAnswer(const ServiceRequest &request, const Songs &songs, const QString &address,
+                     const QString &picturesAt) {
     static const QRegularExpression named(R"(^\S+/\S+ \( \S+ \)$)");
     static const QRegularExpression coverPath("^/(release|release-group)/([^/]+)/?(.*)$");
     if (!named.match(request.userAgent).hasMatch())
@@ -205,9 +207,9 @@ Answer serviceAnswer(const ServiceRequest &request, const Songs &songs, const QS
     if (const QString start = "/ws/2/recording/"; request.path.startsWith(start))
         return recording(request.path.mid(start.size()), songs);
     if (const auto match = coverPath.match(request.path); match.hasMatch())
-        return coverArt(match.captured(1), match.captured(2), match.captured(3), songs, address);
+        return coverArt(match.captured(1), match.captured(2), match.captured(3), songs, address, picturesAt);
     if (const QString start = "/download/"; request.path.startsWith(start))
-        return redirection("/items/" + request.path.mid(start.size()), 302);
+        return redirection(picturesAt + "/items/" + request.path.mid(start.size()), 302);
     if (const QString start = "/items/"; request.path.startsWith(start))
         return {200, RecognitionServer::cover(request.path.mid(start.size())), "Content-Type: image/jpeg\r\n"};
     return noPicture();

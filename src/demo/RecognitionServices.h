@@ -19,6 +19,7 @@ struct ServiceRequest {
     QString text() const;
 };
 
-/// The answer of whichever service `request` means, all of which stand at `address` and know `songs`.
+/// The answer of whichever service `request` means, all of which stand at `address` and know `songs`. Pictures are at
+/// `picturesAt`.
 RecognitionServer::Answer serviceAnswer(const ServiceRequest &request, const QList<RecognitionServer::Song> &songs,
-                                        const QString &address);
+                                        const QString &address, const QString &picturesAt);
