@@ -9,6 +9,7 @@
 // core at scale 1 and 8 % at scale 2, the bars' own thread 0.4 %. With --scene only these. Exits with 1 when one is
 // missed. Everything runs on a private machine. Load from elsewhere makes all of them dearer, so only figures of one
 // run are to be compared; the recorders take turns, so that a change of the load meets both.
+#include "ProcessorTime.h"
 #include "ResidentMemory.h"
 #include "demo/PrivateMachine.h"
 #include "demo/RunningProgram.h"
@@ -18,13 +19,10 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QSize>
 #include <QThread>
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <map>
 #include <memory>
 #include <xcb/xcb.h>
@@ -42,29 +40,6 @@ constexpr struct {
     double bound; // percent of a core
 } kScenes[] = {{1, 4}, {2, 8}};
 constexpr QSize kDisplay(2000, 1440); // the window at scale 2
-
-/// Seconds of processor time of all threads of a process so far, of ended ones too.
-double cpuSeconds(qint64 process) {
-    clockid_t clock{};
-    timespec spent{};
-    if (clock_getcpuclockid(static_cast<pid_t>(process), &clock) != 0 || clock_gettime(clock, &spent) != 0)
-        return 0;
-    return static_cast<double>(spent.tv_sec) + static_cast<double>(spent.tv_nsec) * 1e-9;
-}
-
-/// Seconds of processor time by the thread's name.
-std::map<QByteArray, double> cpuSecondsByThread(qint64 process) {
-    const auto contents = [](const QString &path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    };
-    std::map<QByteArray, double> seconds;
-    const QString tasks = QStringLiteral("/proc/%1/task/").arg(process);
-    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
-        seconds[contents(tasks + task + "/comm").trimmed()] +=
-            contents(tasks + task + "/schedstat").split(' ').first().toDouble() * 1e-9;
-    return seconds;
-}
 
 /// The second and the third song of the stream again and again, without a gap: nothing to cut.
 SongStream makeMusic(int seconds) {
