@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <algorithm>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -165,7 +166,8 @@ private:
     static void take(QNetworkReply &reply, QByteArray &body, Exchange &exchange) {
         const qint64 limit = exchange.request.sizeLimit;
         const bool isTooLarge = reply.header(QNetworkRequest::ContentLengthHeader).toLongLong() > limit;
-        body += reply.read(limit + 1 - body.size());
+        // No more than is there: the bytes keep the room that was asked for, and an answer is remembered for long.
+        body += reply.read(std::min(reply.bytesAvailable(), limit + 1 - body.size()));
         if (isTooLarge || body.size() > limit) {
             exchange.end(failure("it sends too much"));
             if (reply.isRunning())

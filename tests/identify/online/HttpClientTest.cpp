@@ -89,6 +89,7 @@ TEST_F(HttpClients, AskNobodyTwiceForWhatIsKnown) {
         EXPECT_EQ(fetched("/none").status, 404);
     }
     EXPECT_EQ(asked(), 2);
+    EXPECT_LT(fetched("/a").body.capacity(), 1000) << "what is kept of each of a night's answers";
     for (const HttpRequest &request : {HttpRequest{.url = {}, .form = "a=1"}, HttpRequest{.url = {}, .form = "a=2"},
                                        HttpRequest{.url = {}, .isRemembered = false}})
         EXPECT_EQ(fetched("/a", request).status, 200);
