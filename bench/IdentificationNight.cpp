@@ -6,8 +6,9 @@
 //   identification_night [--tracks 150] [--delay 300]
 //
 // Bounds: every track named and with its cover, no request twice, nothing left in the folder for temporary files; from
-// the first third of the tracks to the last one at most 8 MiB and 4 descriptors more. Exits with 1 when one is missed.
-// A main thread of which others take the processor answers late too: the time that it worked itself stands beside.
+// the first third of the tracks to the last one at most 8 MiB, a gibibyte of addresses and 4 descriptors more. Exits
+// with 1 when one is missed. A main thread of which others take the processor answers late too: the time that it worked
+// itself stands beside.
 #include "ProcessorTime.h"
 #include "ResidentMemory.h"
 #include "demo/PrivateMachine.h"
@@ -51,7 +52,8 @@ constexpr double kShortest = 30, kLongest = 240; // seconds
 constexpr int kLookMilliseconds = 250;           // between two looks at the program
 constexpr int kQuestionMilliseconds = 10;        // between two questions to its main thread
 constexpr int kCoverSide = 1200;
-constexpr double kMoreMemory = 8; // MiB
+constexpr double kMoreMemory = 8;   // MiB
+constexpr double kMoreSpace = 1024; // MiB; threads that come and go leave pools of 64 behind, up to a number
 constexpr int kMoreDescriptors = 4;
 
 // Tracks
@@ -249,16 +251,22 @@ qsizetype entriesOf(const QString &folder) {
 
 struct Figures {
     double seconds = 0, cpu = 0, memory = 0; ///< so far; MiB
+    double space = 0;                        ///< of addresses, MiB
     qsizetype descriptors = 0, threads = 0;
 
     static Figures of(qint64 process, double seconds) {
         const QString folder = QStringLiteral("/proc/%1/").arg(process);
-        return {seconds, cpuSeconds(process), residentMebibytes(process), entriesOf(folder + "fd"),
+        return {seconds,
+                cpuSeconds(process),
+                residentMebibytes(process),
+                statusMebibytes(process, "VmSize:"),
+                entriesOf(folder + "fd"),
                 entriesOf(folder + "task")};
     }
     void print(const QString &name) const {
-        std::printf("%-18s %8.1f s %8.2f s CPU %8.1f MiB %5lld descriptors %4lld threads\n", qPrintable(name), seconds,
-                    cpu, memory, static_cast<long long>(descriptors), static_cast<long long>(threads));
+        std::printf("%-18s %8.1f s %8.2f s CPU %8.1f MiB %8.0f of addresses %5lld descriptors %4lld threads\n",
+                    qPrintable(name), seconds, cpu, memory, space, static_cast<long long>(descriptors),
+                    static_cast<long long>(threads));
         std::fflush(stdout);
     }
 };
@@ -411,6 +419,7 @@ private:
                     static_cast<long long>(most.descriptors), static_cast<long long>(most.threads));
         mainThread.print();
         check(thirds.back().memory - thirds.front().memory <= kMoreMemory, "memory");
+        check(thirds.back().space - thirds.front().space <= kMoreSpace, "address space");
         check(thirds.back().descriptors - thirds.front().descriptors <= kMoreDescriptors, "descriptors");
         return {};
     }
