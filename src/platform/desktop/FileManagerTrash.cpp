@@ -94,7 +94,8 @@ int moveUnder(const QByteArray &name, const Trash &trash, const QByteArray &path
     if (descriptor < 0)
         return errno;
     const QByteArray note = noteFor(trash, path);
-    int failure = write(descriptor, note.constData(), static_cast<size_t>(note.size())) == note.size() ? 0 : EIO;
+    const ssize_t written = write(descriptor, note.constData(), static_cast<size_t>(note.size()));
+    int failure = written == note.size() ? 0 : written < 0 ? errno : ENOSPC; // in part where there is little room
     if (close(descriptor) != 0)
         failure = errno;
     const QByteArray target = trash.folder + "/files/" + name;

@@ -3,6 +3,7 @@
 #include "demo/PrivateDesktop.h"
 #include "demo/RunningProgram.h"
 #include "support/MadeAudio.h"
+#include "support/NoRoomOnDisk.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -81,6 +82,12 @@ TEST(FileManager, WhatCannotGoToTheTrashStaysAndTheReasonIsTold) {
         EXPECT_FALSE(error.isEmpty());
     }
     EXPECT_TRUE(QFile::exists(inHome("folder/inner")));
+    for (const auto &[room, failure] : {std::pair{0, EFBIG}, std::pair{20, ENOSPC}}) {
+        const NoRoomOnDisk noRoom(room);
+        QString error;
+        EXPECT_FALSE(moveToTrash(linked, &error));
+        EXPECT_EQ(error, qt_error_string(failure)) << room;
+    }
     // A link goes and what it names stays.
     ASSERT_TRUE(QFile::link(linked, inHome("link.mp3")));
     EXPECT_TRUE(moveToTrash(inHome("link.mp3")));
