@@ -58,7 +58,7 @@ SongArray LibraryCtr::undoDeletion() {
     if (!removal)
         return {};
     BusyTurns turns(views_.page.window(), localizedString("Bringing tracks back..."), removal->count());
-    SongArray back = removal->bringBack(turns);
+    auto [back, isStored] = removal->bringBack(turns);
     removal->restore(back, lists_, listViewCtr_->songArray());
     // All tracks of this run, for whoever has shown those that went.
     NotificationCenter::defaultCenter().postNotification("HasRestoreSongItemNotification", *lists_.newRecordArray());
@@ -67,6 +67,9 @@ SongArray LibraryCtr::undoDeletion() {
         selectRow(0);
     updateEmptyText();
     refreshCounts();
+    if (!isStored)
+        delegate_.libraryWasNotWritten(
+            localizedString("The files of tracks that could not come back are in the Trash."));
     return back;
 }
 

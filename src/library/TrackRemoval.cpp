@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
+#include <iterator>
 #include <unistd.h>
 
 namespace {
@@ -39,18 +41,26 @@ void TrackRemoval::keepCovers(const SongItem &song) {
     covers_.insert(&song, kept);
 }
 
-SongArray TrackRemoval::bringBack(BusyTurns &turns) const {
-    SongArray back;
+// The rows first: a full disk shows when they are to be kept, and a file in the Trash is better off there than in a
+// folder where nothing knows of it.
+TrackRemoval::Restored TrackRemoval::bringBack(BusyTurns &turns) const {
+    auto &dataBase = DataBaseManager::defaultManager();
+    Restored restored;
     for (qsizetype first = 0; first < songs_.size(); first += kRowsAtOnce) {
         const SongArray some = songs_.mid(first, kRowsAtOnce);
-        DataBaseManager::defaultManager().inOneTransaction("undo", [&] {
-            for (const SongPtr &song : some)
-                if (bringBack(*song))
-                    back.append(song);
+        SongArray taken;
+        const bool isKept = dataBase.inOneTransaction("undo", [&] {
+            std::ranges::copy_if(some, std::back_inserter(taken),
+                                 [this](const auto &song) { return bringBackRow(*song); });
         });
+        restored.isStored = restored.isStored && isKept && taken.size() == some.size();
+        if (isKept)
+            restored.songs += bringBackFiles(taken);
+        else
+            dataBase.deleteSongItems(taken); // their covers, and what came into the library behind the failure
         turns.next(some.size());
     }
-    return back;
+    return restored;
 }
 
 void TrackRemoval::restore(const SongArray &back, TrackLists &lists, const SharedSongArray &shown) const {
@@ -59,16 +69,38 @@ void TrackRemoval::restore(const SongArray &back, TrackLists &lists, const Share
         TrackLists::putBack(back, shownBefore_, *shown);
 }
 
-bool TrackRemoval::bringBack(SongItem &song) const {
-    if (const auto file = files_.find(&song); file != files_.end()) {
-        QString error;
-        const QString path = restoreFromTrash(*file, &error);
-        if (path.isNull()) {
-            logLine(QStringLiteral("%1 does not come back: %2").arg(file->path, error));
-            return false;
-        }
-        song.setSongPath(path);
+SongArray TrackRemoval::bringBackFiles(const SongArray &songs) const {
+    SongArray back;
+    SongArray lost;
+    SongArray moved;
+    for (const SongPtr &song : songs) {
+        const QString path = song->songPath();
+        (bringBackFile(*song) ? back : lost).append(song);
+        if (song->songPath() != path)
+            moved.append(song);
     }
+    if (!lost.isEmpty())
+        DataBaseManager::defaultManager().deleteSongItems(lost);
+    if (!moved.isEmpty())
+        DataBaseManager::defaultManager().updateSongItems(moved);
+    return back;
+}
+
+bool TrackRemoval::bringBackFile(SongItem &song) const {
+    const auto file = files_.find(&song);
+    if (file == files_.end())
+        return true;
+    QString error;
+    const QString path = restoreFromTrash(*file, &error);
+    if (path.isNull()) {
+        logLine(QStringLiteral("%1 does not come back: %2").arg(file->path, error));
+        return false;
+    }
+    song.setSongPath(path);
+    return true;
+}
+
+bool TrackRemoval::bringBackRow(SongItem &song) const {
     leaveQueue(song); // its removal has ended what was asked
     song.setCoverImages(covers_.value(&song));
     if (song.coverImageIndex() >= song.coverImages().size())

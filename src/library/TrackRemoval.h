@@ -26,14 +26,21 @@ public:
     void didTrash(const SongItem &song, const TrashedFile &file) { files_.insert(&song, file); }
 
     qsizetype count() const { return songs_.size(); }
-    /// Brings back the files and the rows in the database, and gives `turns` between them. The tracks that came back:
-    /// not those whose files the Trash no longer has.
-    SongArray bringBack(BusyTurns &turns) const;
+    struct Restored {
+        SongArray songs;
+        bool isStored = true; ///< false: the library did not take all rows
+    };
+    /// Brings back the rows in the database and the files, and gives `turns` between them. The tracks that came back:
+    /// neither those whose files the Trash no longer has, nor those that the library does not take, whose files stay
+    /// in the Trash.
+    Restored bringBack(BusyTurns &turns) const;
     /// Puts `back` into the lists, each track at its old place. `shown` is the list shown now.
     void restore(const SongArray &back, TrackLists &lists, const SharedSongArray &shown) const;
 
 private:
-    bool bringBack(SongItem &song) const;
+    bool bringBackRow(SongItem &song) const;
+    bool bringBackFile(SongItem &song) const;
+    SongArray bringBackFiles(const SongArray &songs) const;
 
     SongArray songs_;
     SongArray allBefore_;

@@ -3,6 +3,7 @@
 #include "platform/files/Folders.h"
 #include "store/DataBaseManager.h"
 #include "support/MadeAudio.h"
+#include "support/NoRoomOnDisk.h"
 #include "support/Songs.h"
 #include "views/dialogs/BusyTurns.h"
 
@@ -42,11 +43,12 @@ protected:
         DataBaseManager::defaultManager().deleteSongItems(songs);
         lists.remove(songs);
     }
-    SongArray undo(const SharedSongArray &shown) {
+    SongArray undo(const SharedSongArray &shown, bool isStored = true) {
         BusyTurns turns(/*window=*/nullptr, {}, removal->count());
-        SongArray back = removal->bringBack(turns);
-        removal->restore(back, lists, shown);
-        return back;
+        const TrackRemoval::Restored back = removal->bringBack(turns);
+        EXPECT_EQ(back.isStored, isStored);
+        removal->restore(back.songs, lists, shown);
+        return back.songs;
     }
     static QString titles(const SongArray &songs) { return titlesOf(songs).join(QString()); }
     QString inDatabase() const {
@@ -83,4 +85,19 @@ TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStoodAndLeavesAwayWhatTheTrashH
     EXPECT_EQ(lists.search(lists.allSongArray(), "3")->size(), 1);
     removal.reset();
     EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 5);
+}
+
+TEST_F(TrackRemovalTest, LeavesTheFilesInTheTrashWhereTheLibraryHasNoRoom) {
+    const SharedSongArray shown = lists.allSongArray();
+    remove({all[1], all[3]}, *shown);
+    {
+        const NoRoomOnDisk noRoom;
+        EXPECT_EQ(titles(undo(shown, /*isStored=*/false)), "");
+    }
+    EXPECT_EQ(titles(*shown), "024");
+    EXPECT_EQ(inDatabase(), "0 picture of 0, 2 picture of 2, 4 picture of 4");
+    EXPECT_TRUE(QFile::exists(inHome(".local/share/Trash/files/3.mp3")));
+    EXPECT_FALSE(QFile::exists(all[3]->songPath()));
+    removal.reset();
+    EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 3);
 }
