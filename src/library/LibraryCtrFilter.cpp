@@ -19,6 +19,8 @@ constexpr qint64 kLongestAdvert = 60'000; // milliseconds
 } // namespace
 
 void LibraryCtr::filterAds() {
+    // The window leaves the keyboard in its field, and a track that it removes takes nothing any more.
+    editCtr_->endEditing();
     filterAdsController_ = std::make_unique<FilterAdsController>(*this);
     filterAdsController_->setAdverts(*listViewCtr_->songArray());
     filterAdsController_->setCategoryName(strCategory_);

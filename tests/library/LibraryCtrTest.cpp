@@ -11,6 +11,7 @@
 #include "views/library/MyOutlineView.h"
 #include "views/library/MyTableView.h"
 #include "views/library/MyTableViewHeadView.h"
+#include "views/library/TagField.h"
 #include "views/library/TrackTableModel.h"
 
 #include <QComboBox>
@@ -285,7 +286,11 @@ TEST_F(LibraryCtrTest, WeedsTheShownListAndBringsItBack) {
     all[3]->setLength(60'001);
     search.setText("o"); // "Three" is not among the found
     ASSERT_TRUE(filter.isEnabled());
+    TagField &album = *library->editCtr().id3ViewCtr().field("album");
+    album.selectAll();
+    album.insert("Quay");
     filter.click();
+    EXPECT_EQ(library->getSelectedItem()->album(), "Quay") << "what stands in the field goes in first";
     FilterView &view = *library->filterAdsController()->view();
     view.findChild<QComboBox *>()->setCurrentIndex(4);
     search.setText("");
