@@ -119,6 +119,8 @@ void IdentifyGate::identifyRecording(const SongPtr &song) {
 }
 
 void IdentifyGate::continueGetSongItems(const SongArray &songs) {
+    // The editor takes nothing for a track that waits.
+    libraryCtr_.editCtr().endEditing(songs);
     if (!g_IsInitingGetID3_) {
         getID3Arrays(songs);
         return;

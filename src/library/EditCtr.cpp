@@ -41,6 +41,11 @@ void EditCtr::toggleEdit(TextButton *sender) {
     page_.setExpanded(isExpanded, /*animated=*/true);
 }
 
+void EditCtr::endEditing(const SongArray &songs) {
+    if (songs.contains(id3ViewCtr_.songItem()))
+        id3ViewCtr_.endEditing();
+}
+
 void EditCtr::finish() {
     id3ViewCtr_.endEditing();
     id3ViewCtr_.finishCovers();

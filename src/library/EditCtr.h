@@ -59,6 +59,8 @@ public:
     void refresh(const SongPtr &song);
     /// Takes over what is typed.
     void endEditing() { id3ViewCtr_.endEditing(); }
+    /// The same, if it is typed for one of `songs`.
+    void endEditing(const SongArray &songs);
     /// The same, and waits for covers on their way: the program ends.
     void finish();
 

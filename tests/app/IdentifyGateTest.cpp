@@ -12,6 +12,7 @@
 #include "support/MadeAudio.h"
 #include "support/Songs.h"
 #include "views/controls/SketchedPushButton.h"
+#include "views/library/TagField.h"
 #include "views/window/StatusLine.h"
 
 #include <QCoreApplication>
@@ -40,7 +41,7 @@ struct Gate : testing::Test {
     void bringUp() {
         ID3TagControl::setDefaultManager(recogniser);
         gate().initGetID3Ctr();
-        waitUntil([this] { return GetMusicID3Controller::isExistobject(); });
+        waitUntil([] { return GetMusicID3Controller::isExistobject(); });
         QCoreApplication::processEvents();
     }
     /// In the library, not of this run.
@@ -102,7 +103,7 @@ TEST_F(Gate, NamesARecordingByItself) {
     QCoreApplication::processEvents();
     EXPECT_TRUE(status().startsWith("1 track"));
     // Neither where the user does not want it, nor from a microphone.
-    UserDefaults::standardUserDefaults().setBool(false, "MusicFilesAutoGetID3");
+    UserDefaults::standardUserDefaults().setBool(/*value=*/false, "MusicFilesAutoGetID3");
     song->setGetID3Status(0);
     window->recordedSongItem(song, DeviceType::SystemAudio);
     UserDefaults::standardUserDefaults().removeObjectForKey("MusicFilesAutoGetID3");
@@ -142,6 +143,9 @@ TEST_F(Gate, AsksForAnotherTryWhileNobodyCanBeAsked) {
     gate().initGetID3Ctr();
     window->window().show();
     const SongPtr song = add();
+    ID3ViewCtr &editor = window->libraryCtr().editCtr().id3ViewCtr();
+    editor.setSongItem(song);
+    editor.field("artist")->insert("Typed");
     const auto isOpen = [this] { return gate().warningNetworkWnd() != nullptr; };
     const auto ask = [&] {
         EXPECT_TRUE(waitUntil([&] {
@@ -151,6 +155,7 @@ TEST_F(Gate, AsksForAnotherTryWhileNobodyCanBeAsked) {
     };
     ask();
     EXPECT_EQ(song->getID3Status(), 3); // asked for while the queue was on its way
+    EXPECT_TRUE(song->artist().contains("Typed"));
     song->setGetID3Status(0);
     button("Cancel")->click();
     EXPECT_TRUE(waitUntil([&] { return !isOpen(); }));
