@@ -23,7 +23,10 @@ void HeardRecordings::songWasRecorded(int32_t songID, uint64_t fromHostTime, uin
 }
 
 void HeardRecordings::playedTitleDidChange(const std::optional<PlayedTitle> &title, uint64_t hostTime) {
-    titles_.titleDidChange(title, hostTime);
+    std::optional<PlayedTitle> heard = title;
+    if (heard)
+        heard->cover = pictures_.placeOf(*heard);
+    titles_.titleDidChange(heard, hostTime);
 }
 
 void HeardRecordings::trackWasHeard(int32_t songID, const std::optional<Recognition> &name) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "identify/local/HeardNames.h"
+#include "identify/local/HeardPictures.h"
 #include "identify/local/HeardTitles.h"
 #include "platform/desktop/MediaPlayers.h"
 
@@ -23,6 +24,7 @@ private:
 
     HeardNames &names_;
     HeardTitles titles_{*this};
+    HeardPictures pictures_;
     MediaPlayers players_{*this};
     bool isListening_ = false;
 };

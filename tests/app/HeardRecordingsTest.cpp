@@ -5,6 +5,7 @@
 #include "demo/RunningProgram.h"
 #include "platform/run/HostTime.h"
 #include "platform/run/UserDefaults.h"
+#include "support/MadeAudio.h"
 
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -21,7 +22,12 @@ TEST(HeardRecordings, ARecordingGetsTheTitleThatAPlayerToldMeanwhile) {
     HeardNames names(file, LibraryRows(), std::chrono::minutes(1));
     HeardRecordings recordings(names);
     PlayerOnBus player("real");
-    player.play({.title = "Tide", .artist = "The Shore", .album = {}, .milliseconds = 3000});
+    const QString picture = makeFile("now.jpg", "of the tide");
+    player.play({.title = "Tide",
+                 .artist = "The Shore",
+                 .album = {},
+                 .milliseconds = 3000,
+                 .cover = QUrl::fromLocalFile(picture)});
     const auto recorded = [&](int32_t songID) {
         const uint64_t begin = AudioGetCurrentHostTime();
         recordings.setRecording(/*isRecording=*/true);
@@ -33,6 +39,8 @@ TEST(HeardRecordings, ARecordingGetsTheTitleThatAPlayerToldMeanwhile) {
     const auto name = names.nameOf(1, {});
     ASSERT_TRUE(name);
     EXPECT_EQ(name->artist + ": " + name->title, "The Shore: Tide");
+    EXPECT_NE(name->cover.toLocalFile(), picture); // which the next song's may take
+    EXPECT_TRUE(waitUntil([&] { return bytesOf(name->cover.toLocalFile()) == "of the tide"; }));
 
     player.stop();
     recorded(2);
