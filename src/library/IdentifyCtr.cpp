@@ -3,6 +3,7 @@
 #include "library/EditCtr.h"
 #include "library/TrackLists.h"
 #include "library/WriteID3.h"
+#include "platform/run/LocalizedString.h"
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "views/library/ListViewCtr.h"
@@ -77,7 +78,10 @@ SongPtr IdentifyCtr::songWithID(const char *operation, int32_t songID) const {
 }
 
 void IdentifyCtr::save(const SongPtr &song, const QString &path) {
-    saveWritten(*song, path);
+    // Told once: nobody may be there to read it in a night of names.
+    if (!saveWritten(*song, path) && !std::exchange(hasToldLoss_, true))
+        delegate_.libraryWasNotWritten(
+            localizedString("The files have the names that are found now, the library only until the program ends."));
     delegate_.notficateUpdateForSongItem(song);
 }
 

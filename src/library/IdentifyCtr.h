@@ -24,6 +24,8 @@ public:
     /// A text of the track is another now; the order of the lists may no longer be true.
     virtual void songDidChange(const SongPtr &song) = 0;
     virtual bool mainExiting() const = 0;
+    /// The library could not be written, with this consequence.
+    virtual void libraryWasNotWritten(const QString &consequence) = 0;
 
 protected:
     ~IdentifyCtrDelegate() = default;
@@ -55,6 +57,7 @@ private:
     void save(const SongPtr &song, const QString &path);
 
     IdentifyCtrDelegate &delegate_;
+    bool hasToldLoss_ = false;
     const TrackLists &lists_;
     ListViewCtr &listViewCtr_;
     EditCtr &editCtr_;

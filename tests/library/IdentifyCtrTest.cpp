@@ -31,6 +31,7 @@ struct Results : testing::Test, PageViews, LibraryCtrDelegate {
         setLogSink({});
     }
     bool mainExiting() const override { return exits; }
+    void libraryWasNotWritten(const QString &) override { ++losses; }
 
     static SongPtr add(const QString &title, ID3Status status, const QString &path = "/gone.mp3") {
         SongPtr song = songWith({.title = title, .artist = "Somebody", .path = path});
@@ -61,6 +62,7 @@ struct Results : testing::Test, PageViews, LibraryCtrDelegate {
 
     QStringList log;
     bool exits = false;
+    int losses = 0;
     std::optional<LibraryCtr> library;
 };
 
@@ -101,6 +103,11 @@ TEST_F(Results, MoveTheTrackFromStateToState) {
         event(song->songID());
         EXPECT_EQ(song->getID3Status(), static_cast<int>(to));
     }
+    EXPECT_EQ(losses, 0);
+    show(add("Song", Searching))->setSongID(-2); // of a library that can't be written
+    tags(-2);
+    covers(-2);
+    EXPECT_EQ(losses, 1);
     log.clear();
     tags(4711); // was deleted meanwhile
     EXPECT_EQ(log, QStringList({"getID3DidFinish songID= 4711", "error,the songID 4711 not find songItem"}));
