@@ -16,7 +16,8 @@ void HeardRecordings::setRecording(bool isRecording) {
 }
 
 void HeardRecordings::songWasRecorded(int32_t songID, uint64_t fromHostTime, uint64_t toHostTime) {
-    if (!isListening_)
+    // A cut that is under way at the stop ends its file behind it.
+    if (!RecognitionSettings::ofUserDefaults().fromPlayers)
         return;
     names_.expect(songID);
     titles_.fileWasRecorded(songID, fromHostTime, toHostTime);

@@ -28,10 +28,12 @@ TEST(HeardRecordings, ARecordingGetsTheTitleThatAPlayerToldMeanwhile) {
                  .album = {},
                  .milliseconds = 3000,
                  .cover = QUrl::fromLocalFile(picture)});
-    const auto recorded = [&](int32_t songID) {
+    const auto recorded = [&](int32_t songID, bool isToldBehindTheStop = false) {
         const uint64_t begin = AudioGetCurrentHostTime();
         recordings.setRecording(/*isRecording=*/true);
         waitUntil([] { return false; }, 1000); // the player answers
+        if (isToldBehindTheStop)
+            recordings.setRecording(/*isRecording=*/false);
         recordings.songWasRecorded(songID, begin + kSecond / 2, begin + kSecond / 2 + 3 * kSecond);
         recordings.setRecording(/*isRecording=*/false);
     };
@@ -46,7 +48,9 @@ TEST(HeardRecordings, ARecordingGetsTheTitleThatAPlayerToldMeanwhile) {
     recorded(2);
     EXPECT_FALSE(names.nameOf(2, {})) << "told at the stop at the latest";
     player.play({.title = "Tide", .artist = "The Shore", .album = {}, .milliseconds = 3000});
+    recorded(3, /*isToldBehindTheStop=*/true);
+    EXPECT_TRUE(names.nameOf(3, {}));
     UserDefaults::standardUserDefaults().setBool(/*value=*/false, "IdentifyFromPlayers");
-    recorded(3);
-    EXPECT_FALSE(names.nameOf(3, {})) << "the user has switched them off";
+    recorded(4);
+    EXPECT_FALSE(names.nameOf(4, {})) << "the user has switched them off";
 }
