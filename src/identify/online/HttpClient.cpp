@@ -200,7 +200,7 @@ HttpClient::~HttpClient() = default;
 
 HttpAnswer HttpClient::fetch(const HttpRequest &request, const std::stop_token &stop) {
     const QByteArray question = request.url.toEncoded() + '\n' + request.form;
-    if (request.isRemembered) {
+    if (request.isRemembered && !request.isAskedAnew) {
         const std::lock_guard lock(mutex_);
         if (const Remembered *known = remembered_.object(question);
             known && std::chrono::steady_clock::now() - known->time < kRememberedFor)

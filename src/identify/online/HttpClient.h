@@ -23,6 +23,7 @@ struct HttpRequest {
     qint64 sizeLimit = 4 * 1024 * 1024;
     std::chrono::milliseconds spacing{1000}; ///< at least, between two requests to this host
     bool isRemembered = true;                ///< an answer to the same question is given again for an hour
+    bool isAskedAnew = false;                ///< whatever was answered before
     PaceClock::TimePoint latest = PaceClock::TimePoint::max(); ///< when it is given up, by the client's clock
 };
 

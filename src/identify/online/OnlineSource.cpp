@@ -27,8 +27,9 @@ double lengthOf(const RecognitionTask &task) {
 /// One track in work.
 class Lookup {
 public:
-    Lookup(HttpClient &client, const RecognitionSettings &settings, double seconds, const std::stop_token &stop)
-        : client_(client), settings_(settings), seconds_(seconds), stop_(stop) {}
+    Lookup(HttpClient &client, const RecognitionSettings &settings, double seconds, bool isAskedAnew,
+           const std::stop_token &stop)
+        : client_(client), settings_(settings), seconds_(seconds), isAskedAnew_(isAskedAnew), stop_(stop) {}
 
     /// The usual tolerance first; only where that finds nothing at all is the service asked again.
     AcoustIDAnswer recording(const QByteArray &fingerprint) const {
@@ -38,7 +39,9 @@ public:
 
     RecogniserAnswer details(const AcoustIDRecording &recording) const {
         const HttpAnswer answer =
-            client_.fetch({.url = QUrl(settings_.musicBrainzAddress + recordingPath(recording.identifier))}, stop_);
+            client_.fetch({.url = QUrl(settings_.musicBrainzAddress + recordingPath(recording.identifier)),
+                           .isAskedAnew = isAskedAnew_},
+                          stop_);
         Recognition found;
         // A recording may have been merged or deleted since.
         if (answer.status != 404 || !jsonObject(answer.body)) {
@@ -61,7 +64,8 @@ private:
         const HttpAnswer answer =
             client_.fetch({.url = QUrl(settings_.acoustIDAddress + "/v2/lookup"),
                            .form = acoustIDForm(settings_.acoustIDKey, fingerprint, seconds_, difference),
-                           .spacing = kAcoustIDSpacing},
+                           .spacing = kAcoustIDSpacing,
+                           .isAskedAnew = isAskedAnew_},
                           stop_);
         return acoustIDAnswer(answer.body, seconds_);
     }
@@ -69,6 +73,7 @@ private:
     HttpClient &client_;
     const RecognitionSettings &settings_;
     const double seconds_;
+    const bool isAskedAnew_;
     const std::stop_token &stop_;
 };
 
@@ -83,7 +88,24 @@ QString OnlineSource::key() const { return QString::fromLatin1(kIdentifyOnline);
 
 bool OnlineSource::isUsable() const { return mayAsk(RecognitionSettings::current()); }
 
+// A track that is asked for once more is so by the user, who wants to know what the services say today.
 RecogniserAnswer OnlineSource::recognise(const RecognitionTask &task, const std::stop_token &stop) {
+    bool isAskedAnew = false;
+    {
+        const std::lock_guard lock(mutex_);
+        isAskedAnew = unnamed_.contains(task.songID);
+    }
+    RecogniserAnswer answer = lookUp(task, isAskedAnew, stop);
+    const std::lock_guard lock(mutex_);
+    if (answer.outcome == RecogniserAnswer::Outcome::Found)
+        unnamed_.erase(task.songID);
+    else
+        unnamed_.insert(task.songID);
+    return answer;
+}
+
+RecogniserAnswer OnlineSource::lookUp(const RecognitionTask &task, bool isAskedAnew,
+                                      const std::stop_token &stop) const {
     using Outcome = RecogniserAnswer::Outcome;
     const RecognitionSettings settings = RecognitionSettings::current();
     if (!mayAsk(settings))
@@ -92,7 +114,7 @@ RecogniserAnswer OnlineSource::recognise(const RecognitionTask &task, const std:
     const auto fingerprint = fingerprintOfFile(task.songPath, kFingerprinted, stop);
     if (!fingerprint || seconds <= 0)
         return {Outcome::Failed};
-    const Lookup lookup(*client_, settings, seconds, stop);
+    const Lookup lookup(*client_, settings, seconds, isAskedAnew, stop);
     const AcoustIDAnswer answer = lookup.recording(fingerprint->compressed());
     switch (answer.outcome) {
     case AcoustIDAnswer::Outcome::Found:

@@ -9,6 +9,8 @@
 #include "identify/recognition/RecogniserSource.h"
 
 #include <memory>
+#include <mutex>
+#include <set>
 
 class OnlineSource : public RecogniserSource {
 public:
@@ -19,5 +21,9 @@ public:
     RecogniserAnswer recognise(const RecognitionTask &task, const std::stop_token &stop) override;
 
 private:
+    RecogniserAnswer lookUp(const RecognitionTask &task, bool isAskedAnew, const std::stop_token &stop) const;
+
+    std::mutex mutex_;
+    std::set<int32_t> unnamed_; // the tracks that were asked for without success; under mutex_
     const std::shared_ptr<HttpClient> client_;
 };
