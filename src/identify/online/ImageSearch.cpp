@@ -19,14 +19,14 @@ constexpr auto kTime = 45s;
 /// The covers of one track.
 class CoverSearch {
 public:
-    CoverSearch(HttpClient &client, const std::stop_token &stop)
-        : client_(client), settings_(RecognitionSettings::current()), stop_(stop) {}
+    CoverSearch(HttpClient &client, RecentPictures &recent, const std::stop_token &stop)
+        : client_(client), recent_(recent), settings_(RecognitionSettings::current()), stop_(stop) {}
 
     void look(const Recognition &recognition) {
         if (recognition.cover.isLocalFile()) // only a player's, on this computer, may be one
-            add(pictureFile(recognition.cover.toLocalFile()));
+            add(keepablePicture(pictureFile(recognition.cover.toLocalFile())));
         else
-            addPicture(recognition.cover);
+            addPlayersPicture(recognition.cover);
         if (!settings_.online)
             return;
         if (!recognition.releaseID.isEmpty() || !recognition.releaseGroupID.isEmpty())
@@ -42,13 +42,29 @@ private:
         return stop_.stop_requested() || pictures_.size() >= kMostCandidates || client_.now() > end_;
     }
 
-    void addPicture(const QUrl &address) {
+    // What a player names may be another picture at the next song.
+    void addPlayersPicture(const QUrl &address) {
         if (!isOver() && !address.isEmpty() && settings_.online)
-            add(fetched(address, kLargestPictureBytes, /*isRemembered=*/false).body);
+            add(fetchedPicture(address));
     }
 
-    void add(const QByteArray &content) {
-        const QByteArray picture = keepablePicture(content);
+    void addArchivedPicture(const QUrl &address) {
+        if (isOver() || address.isEmpty())
+            return;
+        QByteArray picture = recent_.picture(address);
+        if (picture.isEmpty()) {
+            picture = fetchedPicture(address);
+            if (!picture.isEmpty())
+                recent_.insert(address, picture);
+        }
+        add(picture);
+    }
+
+    QByteArray fetchedPicture(const QUrl &address) const {
+        return keepablePicture(fetched(address, kLargestPictureBytes, /*isRemembered=*/false).body);
+    }
+
+    void add(const QByteArray &picture) {
         if (!picture.isEmpty() && !pictures_.contains(picture))
             pictures_.append(picture);
     }
@@ -69,7 +85,7 @@ private:
             addListed(fetched(settings_.coverArtAddress + "/release/" + release.releaseID + '/').body);
         // Another release of the same album may have what this one lacks.
         if (pictures_.size() == before && !release.releaseGroupID.isEmpty())
-            addPicture(settings_.coverArtAddress + "/release-group/" + release.releaseGroupID + "/front-1200");
+            addArchivedPicture(settings_.coverArtAddress + "/release-group/" + release.releaseGroupID + "/front-1200");
     }
 
     void addListed(const QByteArray &body) {
@@ -79,7 +95,7 @@ private:
         for (const bool isFront : {true, false})
             for (const auto &image : images)
                 if (image.toObject()["front"].toBool() == isFront && ++tried <= kMostTried)
-                    addPicture(asSafe(addressOf(image.toObject())));
+                    addArchivedPicture(asSafe(addressOf(image.toObject())));
     }
 
     // The archive names its pictures by http, whichever way it was asked.
@@ -110,6 +126,7 @@ private:
     }
 
     HttpClient &client_;
+    RecentPictures &recent_;
     const RecognitionSettings settings_;
     const std::stop_token &stop_;
     const PaceClock::TimePoint end_ = client_.now() + kTime; // what was found by then is not lost to what takes longer
@@ -118,11 +135,22 @@ private:
 
 } // namespace
 
+QByteArray RecentPictures::picture(const QUrl &address) const {
+    const std::lock_guard lock(mutex_);
+    const QByteArray *known = pictures_.object(address);
+    return known ? *known : QByteArray();
+}
+
+void RecentPictures::insert(const QUrl &address, const QByteArray &picture) {
+    const std::lock_guard lock(mutex_);
+    pictures_.insert(address, new QByteArray(picture), picture.size());
+}
+
 void ImageSearch::getCoverImage(const QVariantList &wanted, int32_t forSongID, const std::stop_token &stop) {
     Recognition recognition = recognitionFor_(forSongID);
     recognition.artist = wanted.value(0).toString();
     recognition.album = wanted.value(1).toString();
-    CoverSearch search(*client_, stop);
+    CoverSearch search(*client_, recent_, stop);
     search.look(recognition);
     QStringList paths;
     if (!stop.stop_requested())

@@ -9,8 +9,23 @@
 #include "identify/queue/GetImageController.h"
 #include "identify/recognition/RecogniserSource.h"
 
+#include <QCache>
+#include <QUrl>
 #include <functional>
 #include <memory>
+#include <mutex>
+
+/// The pictures of the archive that were fetched last: the tracks of an album share theirs. Any thread.
+class RecentPictures {
+public:
+    /// Empty for one that is not here.
+    QByteArray picture(const QUrl &address) const;
+    void insert(const QUrl &address, const QByteArray &picture);
+
+private:
+    mutable std::mutex mutex_;
+    QCache<QUrl, QByteArray> pictures_{4 * 1024 * 1024}; // bytes; under mutex_
+};
 
 class ImageSearch : public GetImageController {
 public:
@@ -27,4 +42,5 @@ private:
     const std::shared_ptr<HttpClient> client_;
     const RecognitionFor recognitionFor_;
     FetchedPictures pictures_;
+    RecentPictures recent_;
 };
