@@ -77,11 +77,14 @@ SongPtr IdentifyCtr::songWithID(const char *operation, int32_t songID) const {
     return lists_.getSongItemWithID(songID);
 }
 
-void IdentifyCtr::save(const SongPtr &song, const QString &path) {
-    // Told once: nobody may be there to read it in a night of names.
-    if (!saveWritten(*song, path) && !std::exchange(hasToldLoss_, true))
+// Either is told once: nobody may be there to read it in a night of names.
+void IdentifyCtr::save(const SongPtr &song, const QString &path, TagWriteOutcome outcome) {
+    const bool isStored = saveWritten(*song, path);
+    if (!isStored && !std::exchange(hasToldLoss_, true))
         delegate_.libraryWasNotWritten(
             localizedString("The files have the names that are found now, the library only until the program ends."));
+    if (isStored && outcome != TagWriteOutcome::Written && !std::exchange(hasToldOfTags_, true))
+        delegate_.tagsWereNotWritten(*song, outcome);
     delegate_.notficateUpdateForSongItem(song);
 }
 
@@ -107,8 +110,9 @@ void IdentifyCtr::getID3DidFinish(const QVariantMap &info, int32_t RecorderIndex
     editCtr_.refresh(song);
     const QString path = song->songPath();
     // A recording gets its name now, before any cover is known.
-    delegate_.writeID3inFile(song, /*isNeedChangeCover=*/false, /*isNeedChangeFileName=*/true);
-    save(song, path);
+    const TagWriteOutcome outcome =
+        delegate_.writeID3inFile(song, /*isNeedChangeCover=*/false, /*isNeedChangeFileName=*/true);
+    save(song, path, outcome);
     delegate_.songDidChange(song);
 }
 
@@ -121,8 +125,9 @@ void IdentifyCtr::upDateSongItemForSearchID3Fininshed(const QStringList &paths, 
     song->setCoverImageIndex(song->coverImages().isEmpty() ? -1 : 0);
     setStatus(*song, ID3Status::Identified);
     editCtr_.refresh(song);
-    delegate_.writeID3inFile(song, /*isNeedChangeCover=*/true, /*isNeedChangeFileName=*/false);
-    save(song, song->songPath());
+    const TagWriteOutcome outcome =
+        delegate_.writeID3inFile(song, /*isNeedChangeCover=*/true, /*isNeedChangeFileName=*/false);
+    save(song, song->songPath(), outcome);
     listViewCtr_.stopGettingID3();
     song->setVersion(song->version() + 1);
     listViewCtr_.reloadData();
@@ -137,7 +142,7 @@ void IdentifyCtr::getID3Failed(int32_t songID) {
     else if (!delegate_.mainExiting())
         setStatus(*song, ID3Status::NotFound);
     editCtr_.refresh(song);
-    save(song, song->songPath());
+    save(song, song->songPath(), TagWriteOutcome::Written);
     listViewCtr_.startGettingID3(); // runs on until covers come for a later track
     listViewCtr_.reloadTable();
 }

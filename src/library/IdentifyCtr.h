@@ -24,6 +24,8 @@ public:
     /// A text of the track is another now; the order of the lists may no longer be true.
     virtual void songDidChange(const SongPtr &song) = 0;
     virtual bool mainExiting() const = 0;
+    /// The track has its new values, its file has not.
+    virtual void tagsWereNotWritten(const SongItem &song, TagWriteOutcome outcome) = 0;
     /// The library could not be written, with this consequence.
     virtual void libraryWasNotWritten(const QString &consequence) = 0;
 
@@ -53,11 +55,11 @@ public:
 
 private:
     SongPtr songWithID(const char *operation, int32_t songID) const;
-    /// `path`: what the file was called before its tags were written.
-    void save(const SongPtr &song, const QString &path);
+    /// `path`: what the file was called before its tags were written, with `outcome`.
+    void save(const SongPtr &song, const QString &path, TagWriteOutcome outcome);
 
     IdentifyCtrDelegate &delegate_;
-    bool hasToldLoss_ = false;
+    bool hasToldLoss_ = false, hasToldOfTags_ = false;
     const TrackLists &lists_;
     ListViewCtr &listViewCtr_;
     EditCtr &editCtr_;

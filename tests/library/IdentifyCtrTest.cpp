@@ -32,6 +32,7 @@ struct Results : testing::Test, PageViews, LibraryCtrDelegate {
     }
     bool mainExiting() const override { return exits; }
     void libraryWasNotWritten(const QString &) override { ++losses; }
+    void tagsWereNotWritten(const SongItem &, TagWriteOutcome) override { ++refusals; }
 
     static SongPtr add(const QString &title, ID3Status status, const QString &path = "/gone.mp3") {
         SongPtr song = songWith({.title = title, .artist = "Somebody", .path = path});
@@ -62,7 +63,7 @@ struct Results : testing::Test, PageViews, LibraryCtrDelegate {
 
     QStringList log;
     bool exits = false;
-    int losses = 0;
+    int losses = 0, refusals = 0;
     std::optional<LibraryCtr> library;
 };
 
@@ -104,6 +105,7 @@ TEST_F(Results, MoveTheTrackFromStateToState) {
         EXPECT_EQ(song->getID3Status(), static_cast<int>(to));
     }
     EXPECT_EQ(losses, 0);
+    EXPECT_EQ(refusals, 1) << "there is no such file, which is told once";
     show(add("Song", Searching))->setSongID(-2); // of a library that can't be written
     tags(-2);
     covers(-2);
