@@ -14,8 +14,10 @@
 #include <QBuffer>
 #include <QClipboard>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFutureWatcher>
 #include <QImage>
 #include <QLabel>
@@ -494,15 +496,23 @@ void ID3ViewCtr::chooseCover() {
         return;
     const SongPtr song = songItem_;
     const QPointer<ID3ViewCtr> self(this);
-    const QString path = QFileDialog::getOpenFileName(
-        view_, localizedString("Choose a cover"), QStandardPaths::writableLocation(QStandardPaths::PicturesLocation),
-        localizedString("Pictures (*.jpg *.jpeg *.png *.gif *.bmp *.webp *.tif *.tiff)"));
+    const QString path =
+        QFileDialog::getOpenFileName(view_, localizedString("Choose a cover"), coverFolder(),
+                                     localizedString("Pictures (*.jpg *.jpeg *.png *.gif *.bmp *.webp *.tif *.tiff)"));
     // While the dialog stood, the list may have gone to another track.
     if (path.isEmpty() || !self || song != songItem_)
         return;
+    coverFolder_ = QFileInfo(path).path();
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(path)});
     takeCover(data);
+}
+
+QString ID3ViewCtr::coverFolder() const {
+    for (const QString &folder : {coverFolder_, QStandardPaths::writableLocation(QStandardPaths::PicturesLocation)})
+        if (QFileInfo(folder).isDir())
+            return folder;
+    return QDir::homePath();
 }
 
 int ID3ViewCtr::numberOfItemsInImageBrowser(ImageBrowserView &) const { return count(); }

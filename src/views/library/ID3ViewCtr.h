@@ -115,12 +115,14 @@ private:
     void stepCover(int step) override;
     void pasteCover() override;
     void chooseCover() override;
+    QString coverFolder() const;
 
     ID3ViewCtrDelegate &delegate_;
     QPointer<TagEditorView> view_; // whoever shows it may delete it first
     QVariantMap properties_;
     SongPtr songItem_;
     QList<ImageBrowserItemPtr> coverImages_;
+    QString coverFolder_;                // of the picture that was chosen last
     QList<ComingCoverPtr> comingCovers_; // in the order in which they were dropped
     bool isMouseIn_ = false;             // from the first track on
 };

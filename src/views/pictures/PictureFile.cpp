@@ -12,7 +12,7 @@ namespace {
 
 constexpr qint64 kMostFileBytes = 256 * 1024 * 1024;
 constexpr int kLzw = 1;                  // of the TIFF writer's compressions, where 0 is none
-constexpr int kAllocationLimitMiB = 384; // kMostPixels of four bytes
+constexpr int kAllocationLimitMiB = 384; // kMostPixels of four bytes, half as many of eight
 
 // By what the file holds, not by its name. Left out are formats that name other files or are programs of a kind.
 bool isKnownFormat(const QByteArray &format) {
@@ -47,7 +47,11 @@ PictureTrouble troubleOf(QImageReader &reader) {
     const QSize size = reader.size();
     if (size.isEmpty())
         return PictureTrouble::Empty;
-    return qint64(size.width()) * size.height() > kMostPixels ? PictureTrouble::TooLarge : PictureTrouble::None;
+    const qint64 points = qint64(size.width()) * size.height();
+    if (points > kMostPixels)
+        return PictureTrouble::TooLarge;
+    const bool isDeep = QImage::toPixelFormat(reader.imageFormat()).bitsPerPixel() > 32;
+    return isDeep && points > kMostPixels / 2 ? PictureTrouble::TooDeep : PictureTrouble::None;
 }
 
 // What is missing at the end would come out grey.
@@ -83,6 +87,8 @@ QString textOf(PictureTrouble trouble) {
         return localizedString("The picture has no size.");
     case PictureTrouble::TooLarge:
         return localizedString("The picture has more than 100 million points.");
+    case PictureTrouble::TooDeep:
+        return localizedString("The picture has more than 50 million points of 16 bits a colour.");
     case PictureTrouble::Broken:
         return localizedString("The picture is broken.");
     case PictureTrouble::Elsewhere:

@@ -12,6 +12,7 @@ enum class PictureTrouble {
     NotAPicture, ///< no regular file that may be read, or of a format that no cover has
     Empty,       ///< 0 points wide or high, or it does not say
     TooLarge,    ///< more than kMostPixels
+    TooDeep,     ///< more than half as many, of 16 bits a colour
     Broken,      ///< it can't be decoded
     Elsewhere,   ///< only its address on the web came
     NoRoom       ///< its copy can't be written

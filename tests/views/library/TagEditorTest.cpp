@@ -283,6 +283,11 @@ TEST(ThumbnailComposer, DrawsNoHalfPictureAndNoneAThousandTimes) {
         ThumbnailComposer::prepareThumbnailWithImage(makeFile("bomb.jpg", drawn + "\xff\xd9"), {600, 600}, &trouble)
             .isNull());
     EXPECT_EQ(trouble, PictureTrouble::Broken);
+    const QByteArray head =
+        QByteArray::fromHex("89504e470d0a1a0a0000000d494844520000271000002328100200000079da88e00000006349444154");
+    const QString deep = makeFile("deep.png", head.toStdString()); // 10,000 by 9,000 of 16 bits
+    EXPECT_EQ(ThumbnailComposer::prepareThumbnailWithImage(deep, {600, 600}, &trouble), QString());
+    EXPECT_EQ(trouble, PictureTrouble::TooDeep);
 }
 
 TEST(ThumbnailComposer, LeavesNothingOnAFullDisk) {
