@@ -241,6 +241,7 @@ void LibraryCtr::didImport() {
     listViewCtr_->tableView()->setFocus();
     if (!searchCtr_->isSearching())
         listViewCtr_->setImageFlowSelectedIndex(0);
+    editCtr_->changeID3Edit(); // the selected row may be another track's now
 }
 
 // Tracks

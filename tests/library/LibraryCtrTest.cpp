@@ -202,8 +202,11 @@ TEST_F(LibraryCtrTest, ShowsWhatADropBringsInAllMusic) {
         EXPECT_EQ(library->category(), "All Music");
         EXPECT_TRUE(waitUntil([this] { return !library->importCtr().isImporting(); }));
     };
+    go(kAllMusic);
+    library->editCtr().changeID3Edit();
     drop(makeTone("a.mp3", "-metadata title=New"));
     EXPECT_EQ(shown(), QStringList({"New", "One", "Track 7"}));
+    EXPECT_EQ(library->editCtr().id3ViewCtr().songItem(), library->getSelectedItem());
     EXPECT_TRUE(library->listViewCtr().sortArray().isEmpty());
     EXPECT_TRUE(status.startsWith("3 tracks"));
     EXPECT_EQ(library->pageControls().badgeCount(kNewlyRecorded), 0);
