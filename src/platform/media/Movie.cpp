@@ -16,6 +16,8 @@ constexpr auto kOpenPatience = 500ms;
 constexpr auto kAskInterval = 100ms;
 // A player that has not answered for so long plays nothing.
 constexpr auto kLongestExtrapolation = 400ms;
+constexpr auto kSeekSettles = 2s;
+constexpr auto kSeekSlack = 300ms;
 constexpr qint64 kScale = 1'000'000;
 // A file that ends so much before its length has lost its rest; rounded lengths and padding are far below.
 constexpr qint64 kMissingSound = 1 * kScale;
@@ -169,7 +171,8 @@ void Movie::didAnswer(const mpv_event &event) {
         endPosition_ = microseconds;
         if (isMoving_) // one that has not got to its start yet, for want of a sound server, tells 0
             hold(std::max(microseconds, held_));
-    } else if (event.reply_userdata == turn_ && isPlaying_ && !isSeeking_ && fileState_ == FileState::Open) {
+    } else if (event.reply_userdata == turn_ && isPlaying_ && !isSeeking_ && fileState_ == FileState::Open &&
+               !isBeforeSeek(microseconds)) {
         held_ = microseconds;
         heldSince_ = Clock::now();
         isMoving_ = true;
@@ -272,6 +275,8 @@ void Movie::hold(qint64 microseconds) {
 /// Right after a seek the player tells positions that were; so none is asked for until it plays on.
 void Movie::seekPlayer() {
     isSeeking_ = true;
+    seekTarget_ = held_;
+    seekSince_ = Clock::now();
     player_->seek(held_, turn_);
 }
 
@@ -282,6 +287,16 @@ void Movie::askForPosition() const {
         return;
     asked_ = now;
     player_->askForNumber(kPosition, turn_);
+}
+
+/// Whether `microseconds` is where the player stood before it was sent elsewhere: that it has begun to play the file
+/// may be heard behind the wish to seek in it, and looks like the end of that seek.
+bool Movie::isBeforeSeek(qint64 microseconds) const {
+    const auto passed = Clock::now() - seekSince_;
+    const qint64 latest =
+        seekTarget_ + std::chrono::duration_cast<std::chrono::microseconds>(passed + kSeekSlack).count();
+    return passed < kSeekSettles &&
+           (microseconds < seekTarget_ - std::chrono::microseconds(kSeekSlack).count() || microseconds > latest);
 }
 
 qint64 Movie::position() const {

@@ -68,6 +68,7 @@ private:
     void seekPlayer();
     void askForPosition() const;
     qint64 position() const;
+    bool isBeforeSeek(qint64 microseconds) const;
 
     const QString path_;
     FileState fileState_ = FileState::Closed;
@@ -85,6 +86,8 @@ private:
     Clock::time_point heldSince_;
     bool isMoving_ = false;
     bool isSeeking_ = false;
+    qint64 seekTarget_ = 0; // microseconds
+    Clock::time_point seekSince_;
     uint64_t turn_ = 0;       // number of the last play, stop or seek; answers to earlier ones no longer count
     mutable qint64 told_ = 0; // since the last turn: the position does not step back
     mutable Clock::time_point asked_;
