@@ -31,10 +31,11 @@ TEST(HeardRecordings, ARecordingGetsTheTitleThatAPlayerToldMeanwhile) {
     const auto recorded = [&](int32_t songID, bool isToldBehindTheStop = false) {
         const uint64_t begin = AudioGetCurrentHostTime();
         recordings.setRecording(/*isRecording=*/true);
-        waitUntil([] { return false; }, 1000); // the player answers
+        waitUntil([] { return false; }, 1500); // the player answers
+        const uint64_t end = AudioGetCurrentHostTime();
         if (isToldBehindTheStop)
             recordings.setRecording(/*isRecording=*/false);
-        recordings.songWasRecorded(songID, begin + kSecond / 2, begin + kSecond / 2 + 3 * kSecond);
+        recordings.songWasRecorded(songID, begin + kSecond, end);
         recordings.setRecording(/*isRecording=*/false);
     };
     recorded(1);
