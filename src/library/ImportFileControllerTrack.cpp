@@ -19,12 +19,15 @@ namespace {
 /// takes them in, has only to rename them.
 QString waitingFolder() { return applicationSupportFolder() + "/Import"; }
 
-/// Where the picture at `path` waits; null if it can't go there, and then no further into the library either.
+/// Where the picture at `path` waits; null if it can't go there whole, and then no further into the library either.
 QString movedToWaitingFolder(const QString &path) {
     QString waiting = waitingFolder() + '/' + QFileInfo(path).fileName();
-    if (QDir().mkpath(waitingFolder()) && QFile::rename(path, waiting))
+    const qint64 size = QFileInfo(path).size();
+    // From another file system it comes by a copy, which a full disk cuts short.
+    if (QDir().mkpath(waitingFolder()) && QFile::rename(path, waiting) && QFileInfo(waiting).size() == size)
         return waiting;
     QFile::remove(path);
+    QFile::remove(waiting);
     return {};
 }
 

@@ -10,6 +10,7 @@
 #include "store/DataBaseManager.h"
 #include "support/Gestures.h"
 #include "support/MadeAudio.h"
+#include "support/SmallDisk.h"
 #include "support/Songs.h"
 #include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
@@ -25,6 +26,7 @@
 #include <QLabel>
 #include <QListView>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTimer>
 #include <csignal>
 #include <fcntl.h>
@@ -316,6 +318,24 @@ TEST_F(Import, ACoverThatCannotBeWrittenIsNoFailure) {
     makeFile(applicationSupportFolder() + "/Import", "no folder");
     drop({tagged("2.mp3", {{TagKey::kTitle, "Two"}, {TagKey::kCover, QVariantList{picture(50)}}})});
     EXPECT_EQ(titles(), QStringList({"Two", "One"}));
+}
+
+TEST_F(Import, ACoverThatTheDiskCutsShortTakesNoRoomFromTheNext) {
+    const QString folder = applicationSupportFolder() + "/Import";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    if (!mountSmallDisk(folder, "64k"))
+        GTEST_SKIP() << "this machine lets nobody mount a small disk";
+    const auto unmount = qScopeGuard([&] { umount2(qPrintable(folder), MNT_DETACH); });
+    QStringList paths;
+    for (const char *size : {"300x300", "130x130", "135x135", "20x20"}) // two that miss by a buffer of the copy
+        paths << withPicture(QString(size) + ".mp3", converted({"-size", size, "xc:", "-seed", "1", "+noise", "Random",
+                                                                "-depth", "8", "png:-"}));
+    drop(paths);
+    QList<int> widths;
+    for (const SongPtr &song : *lists.allSongArray())
+        widths << (song->isHasLocalCover() ? QImage(song->coverImages().value(0)).width() : -1);
+    EXPECT_EQ(widths, (QList<int>{20, -1, -1, -1}));
+    EXPECT_TRUE(QDir(folder).isEmpty());
 }
 
 TEST_F(Import, TracksThatTheLibraryRefusesAreToldAndLeaveNoCovers) {

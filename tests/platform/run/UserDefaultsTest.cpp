@@ -1,6 +1,7 @@
 #include "platform/run/UserDefaults.h"
 
 #include "support/MadeAudio.h"
+#include "support/SmallDisk.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -10,7 +11,6 @@
 #include <array>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -47,13 +47,7 @@ TEST(UserDefaults, LaysWhatIsStoredOverWhatIsRegisteredAndReadsItsOwnFileBack) {
 TEST(UserDefaults, KeepWhatStandsOnADiskWithoutRoom) {
     const QString folder = QDir::homePath() + "/.config";
     ASSERT_TRUE(QDir().mkpath(folder));
-    const auto mountSmallDisk = [&] {
-        if (unshare(CLONE_NEWNS | (geteuid() == 0 ? 0 : CLONE_NEWUSER)) != 0)
-            return false;
-        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr); // fails in a changed root, which does no harm
-        return mount("tmpfs", qPrintable(folder), "tmpfs", 0, "size=256k") == 0;
-    };
-    if (!mountSmallDisk())
+    if (!mountSmallDisk(folder, "256k"))
         GTEST_SKIP() << "this machine lets nobody mount a small disk";
     const auto unmount = qScopeGuard([&] { umount2(qPrintable(folder), MNT_DETACH); });
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
