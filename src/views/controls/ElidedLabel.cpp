@@ -34,6 +34,7 @@ void ElidedLabel::shorten() {
 
 void ElidedLabel::paintEvent(QPaintEvent *) {
     QPainter painter(this);
+    painter.setLayoutDirection(layoutDirection());
     painter.setPen(palette().color(QPalette::WindowText));
     painter.drawText(rect(), static_cast<int>(alignment()), shownText_);
 }

@@ -53,6 +53,7 @@ void HighlightBox::paintEvent(QPaintEvent *) {
                              isFocused || isHovered ? kStrokeWidth : kQuietStroke));
     painter.drawPath(frame);
     painter.setPen(lookColour(LookColour::Soft));
+    painter.setLayoutDirection(layoutDirection());
     painter.drawText(QRect(kGap, 0, kBandWidth - 2 * kGap, height()), Qt::AlignVCenter | Qt::AlignRight,
                      fontMetrics().elidedText(title_, Qt::ElideRight, kBandWidth - 2 * kGap));
 }

@@ -38,6 +38,7 @@ void SketchedCheckBox::paintEvent(QPaintEvent *) {
     }
     paintCheckBox(painter, QPointF(kMargin, (height() - kCheckBoxSize) / 2.0), isChecked(), isEnabled());
     painter.setPen(lookColour(isEnabled() ? LookColour::Ink : LookColour::Line));
+    painter.setLayoutDirection(layoutDirection());
     painter.drawText(rect().adjusted(kMargin + kTextLeft, 0, 0, 0),
                      Qt::AlignLeft | Qt::AlignVCenter | Qt::TextShowMnemonic, text());
 }

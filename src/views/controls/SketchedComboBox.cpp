@@ -45,6 +45,7 @@ void SketchedComboBox::paintEvent(QPaintEvent *) {
         painter.drawPath(sketchedRect(QRectF(rect()).adjusted(0.7, 0.7, -0.7, -0.7), 10));
     }
     painter.setPen(lookColour(strong));
+    painter.setLayoutDirection(layoutDirection());
     painter.drawText(rect().adjusted(kSideMargin, 0, -kArrowRoom, 0), Qt::AlignLeft | Qt::AlignVCenter, currentText());
     painter.setPen(sketchPen(lookColour(isEnabled() ? LookColour::Soft : LookColour::Line)));
     const QPointF tip(width() - 15.5, height() / 2.0 + 2.5);

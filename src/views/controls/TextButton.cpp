@@ -46,6 +46,7 @@ void TextButton::paintEvent(QPaintEvent *) {
         painter.drawPath(sketchedRect(outline, 6));
     }
     painter.setPen(lookColour(isEnabled() ? LookColour::Ink : LookColour::Line));
+    painter.setLayoutDirection(layoutDirection());
     painter.drawText(rect().adjusted(kSideMargin, 0, -kSideMargin, 0), Qt::AlignVCenter | Qt::AlignLeft, text());
     if (!image_.isEmpty()) {
         painter.setOpacity(isEnabled() ? 1 : kPaleOpacity);

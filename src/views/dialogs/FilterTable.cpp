@@ -30,6 +30,7 @@ public:
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override {
         painter->save();
+        painter->setLayoutDirection(option.direction);
         painter->setRenderHint(QPainter::Antialiasing);
         paintGround(*painter, option.rect, index, option.state & QStyle::State_Selected);
         const bool isKept = model_.isKept(index.row());
@@ -208,5 +209,6 @@ void FilterTable::paintEvent(QPaintEvent *event) {
     QPainter painter(viewport());
     painter.setFont(lookFont(kStatusPixels));
     painter.setPen(lookColour(LookColour::Soft));
+    painter.setLayoutDirection(layoutDirection());
     painter.drawText(viewport()->rect().adjusted(20, 0, -20, 0), Qt::AlignCenter | Qt::TextWordWrap, emptyText_);
 }

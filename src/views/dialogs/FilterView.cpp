@@ -87,6 +87,7 @@ void keepRoom(QWidget &widget) {
 FilterView::FilterView(FilterViewDelegate &delegate, QWidget *parent)
     : QDialog(parent), delegate_(delegate), tabs_(new SketchedTabBar(this)), lists_(new QStackedWidget(this)) {
     setWindowModality(Qt::WindowModal);
+    setLayoutDirection(Qt::LeftToRight); // its sentences go on around its controls
     Look::shared().dress(*this);
     tabs_->addTab(localizedString("Short tracks"));
     tabs_->addTab(localizedString("Duplicates"));

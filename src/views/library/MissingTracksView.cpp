@@ -82,6 +82,7 @@ public:
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override {
         const MissingTrack &track = model_.tracks().at(index.row());
         painter->save();
+        painter->setLayoutDirection(option.direction);
         painter->setRenderHint(QPainter::Antialiasing);
         const bool isSelected = option.state & QStyle::State_Selected;
         if (isSelected || index.row() % 2 == 1)

@@ -49,6 +49,7 @@ public:
         const MyMenuItemController &item = items.at(items.size() - 1 - index.row());
         const bool isMarked = item.isEnabled && index == menu_.currentIndex();
         painter->save();
+        painter->setLayoutDirection(option.direction);
         if (isMarked) {
             QColor wash = lookColour(LookColour::Teal);
             wash.setAlphaF(0.15F);

@@ -122,6 +122,7 @@ public:
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override {
         painter->save();
+        painter->setLayoutDirection(option.direction);
         painter->setRenderHint(QPainter::Antialiasing);
         const bool isSelected = option.state & QStyle::State_Selected;
         const QRect row = option.rect.adjusted(kLeftMargin, 0, -kRightMargin, 0);

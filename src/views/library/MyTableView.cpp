@@ -195,6 +195,7 @@ void MyTableView::paintEmptyText(QPainter &painter) const {
     }
     painter.setFont(lookFont(kStatusPixels));
     painter.setPen(lookColour(LookColour::Soft));
+    painter.setLayoutDirection(layoutDirection());
     painter.drawText(place, Qt::AlignCenter | Qt::TextWordWrap, emptyText_);
 }
 

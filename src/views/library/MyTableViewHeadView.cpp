@@ -46,6 +46,7 @@ QSize MyTableViewHeadView::sizeHint() const { return {QHeaderView::sizeHint().wi
 
 void MyTableViewHeadView::paintSection(QPainter *painter, const QRect &rect, int column) const {
     painter->save();
+    painter->setLayoutDirection(layoutDirection());
     painter->setRenderHint(QPainter::Antialiasing);
     paintHeaderBackground(*painter, rect);
     const bool isSorted = column == sortColumn_;

@@ -54,6 +54,7 @@ void TrackCell::paint(QPainter *painter, const QStyleOptionViewItem &option, con
     const bool isSelected = option.state & QStyle::State_Selected;
     const SongPtr song = table_.trackModel()->songItem(index.row());
     painter->save();
+    painter->setLayoutDirection(option.direction);
     paintGround(*painter, option.rect, index, isSelected);
     if (!song) {
         // A row that has just gone from the array; the list is told soon.

@@ -153,6 +153,9 @@ MainWindowView::MainWindowView()
     }();
     setWindowTitle(QStringLiteral("Tessarine Corvidia"));
     setWindowIcon(programIcon());
+    // Its parts stand from the left to the right in every language. A painter asks the program and not its widget for
+    // the direction, so that each that draws texts is told.
+    setLayoutDirection(Qt::LeftToRight);
     setMinimumSize(RecordingPage::kSize + QSize(0, kToolbarHeight + StatusLine::kHeight));
     resize(minimumSize());
     fillToolbar();

@@ -30,6 +30,7 @@ void StatusLine::paintEvent(QPaintEvent *) {
     painter.fillRect(rect(), lookColour(LookColour::Paper2));
     painter.setPen(sketchPen(lookColour(LookColour::Line), 1));
     painter.drawLine(QPointF(0, 0.5), QPointF(width(), 0.5));
+    painter.setLayoutDirection(layoutDirection());
     const QFont font = lookFont(kSecondLinePixels);
     painter.setFont(font);
     painter.setPen(lookColour(LookColour::Soft));
