@@ -101,6 +101,7 @@ IdentificationView::IdentificationView(QWidget *parent) : QDialog(parent) {
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(QStringLiteral("Tessarine Corvidia"));
     setAccessibleName(localizedString("Identification"));
+    setLayoutDirection(Qt::LeftToRight); // as its check boxes are drawn
     Look::shared().dress(*this);
     auto *heading = new QLabel(localizedString("Who may be asked what a track is"), this);
     heading->setFont(lookFont(kStatusPixels, QFont::DemiBold));

@@ -40,6 +40,7 @@ ListViewCtr::ListViewCtr(ListViewCtrDelegate &delegate)
       imageFlowView_(new IKImageFlowView(view_)),
       tableView_(new MyTableView(view_)),
       menu_(new QMenu(tableView_)) {
+    menu_->setLayoutDirection(QGuiApplication::layoutDirection());
     auto *layout = new QVBoxLayout(view_);
     layout->setContentsMargins({});
     layout->setSpacing(0);

@@ -18,6 +18,7 @@
 
 #include <QAccessibleWidget>
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QIcon>
 #include <QMenu>
 #include <QPainter>
@@ -164,6 +165,7 @@ MainWindowView::MainWindowView()
     Look::shared().dress(*this);
     Look::shared().dress(*menu_); // a menu is a window of its own
     menu_->setFont(lookFont(kListPixels));
+    menu_->setLayoutDirection(QGuiApplication::layoutDirection());
     menuBtn_->setMenu(menu_);
     connect(menuBtn_, &SketchButton::clicked, this, &MainWindowView::showMenu);
     connect(new QShortcut(Qt::Key_F10, this), &QShortcut::activated, this, &MainWindowView::showMenu);

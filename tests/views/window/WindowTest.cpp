@@ -84,6 +84,22 @@ TEST(MainWindowView, SpreadsItsToolbarWithoutOverlap) {
     }
 }
 
+TEST(MainWindowView, KeepsItsTextsInTheirPlacesInARightToLeftDesktop) {
+    const auto look = [](Qt::LayoutDirection direction) {
+        QApplication::setLayoutDirection(direction);
+        MainWindowView window;
+        window.setBelowHided(/*isHidden=*/false);
+        window.editBtn()->show();
+        window.lblStatus()->setText("120 tracks, 2.6 hours");
+        window.displayBox()->showPlayPanel(/*isShown=*/true);
+        window.displayBox()->playPanel()->setTitle("Old Signal");
+        window.displayBox()->playPanel()->setLeftTime("-0:18");
+        return window.grab().toImage();
+    };
+    const QImage mirrored = look(Qt::RightToLeft);
+    EXPECT_EQ(mirrored, look(Qt::LeftToRight));
+}
+
 TEST(MainWindowView, TabReachesEveryControlFromLeftToRight) {
     MainWindowView window;
     LibraryPage page(/*parent=*/nullptr);
