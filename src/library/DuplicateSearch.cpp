@@ -10,6 +10,7 @@
 namespace {
 
 constexpr uint32_t kNone = UINT32_MAX;
+constexpr uint32_t kAhead = 16; // tracks: so long a slot takes to come from memory
 
 /// A row on its way, with all that its place depends on.
 struct Row {
@@ -25,7 +26,12 @@ public:
     explicit Songs(const DuplicateCandidates &candidates)
         : candidates_(candidates), slots_(std::bit_ceil(2 * tracks().size() + 1)), links_(tracks().size()) {
         for (uint32_t i = 0; i < links_.size(); ++i)
+            hash(i);
+        for (uint32_t i = 0; i < links_.size(); ++i) {
+            if (i + kAhead < links_.size())
+                __builtin_prefetch(&slots_[links_[i + kAhead].hash & (slots_.size() - 1)]);
             add(i);
+        }
     }
 
     /// The first tracks of the songs that have more than one, in their order.
@@ -56,6 +62,7 @@ private:
     };
     struct Link {
         size_t titleHash = 0;
+        uint32_t hash = 0; // of title and artist
         uint32_t next = kNone;
         bool isFirst = false;
     };
@@ -66,10 +73,15 @@ private:
         return title(one) == title(other) && candidates_.artist(tracks()[one]) == candidates_.artist(tracks()[other]);
     }
 
-    void add(uint32_t track) {
+    void hash(uint32_t track) {
         Link &link = links_[track];
         link.titleHash = qHash(title(track), seed_);
-        const auto hash = static_cast<uint32_t>(qHash(candidates_.artist(tracks()[track]), link.titleHash));
+        link.hash = static_cast<uint32_t>(qHash(candidates_.artist(tracks()[track]), link.titleHash));
+    }
+
+    void add(uint32_t track) {
+        Link &link = links_[track];
+        const uint32_t hash = link.hash;
         size_t place = hash & (slots_.size() - 1);
         while (slots_[place].first != kNone && (slots_[place].hash != hash || !isSameSong(slots_[place].first, track)))
             place = (place + 1) & (slots_.size() - 1);
