@@ -58,9 +58,9 @@ QVariantList wantedCover(const QVariantMap &musicInfo, int32_t songID) {
 
 void GetMusicID3Controller::startWorker(const Worker &worker) {
     ++workers;
-    std::thread([this, worker]() mutable {
+    std::thread([this, worker] {
         pthread_setname_np(pthread_self(), "Identify");
-        thisWorker = std::move(worker);
+        thisWorker = worker;
         startNow(thisWorker);
         NotifyThreadWillExitNotification(thisWorker);
         thisWorker.reset();
