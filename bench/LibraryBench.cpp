@@ -265,13 +265,11 @@ void SearchForDuplicates(benchmark::State &state) {
     }
     size_t found = 0;
     for ([[maybe_unused]] auto iteration : state) {
-        DuplicateCandidates candidates;
-        qsizetype letters = 0;
+        std::vector<DuplicateCandidate> tracks;
+        tracks.reserve(kTracks);
         for (const SongPtr &song : std::as_const(songs))
-            letters += song->title().size() + song->artist().size();
-        candidates.reserve(songs.size(), letters);
-        for (const SongPtr &song : std::as_const(songs))
-            candidates.append(song->title(), song->artist(), song->length());
+            tracks.push_back({song->title(), song->artist(), song->length()});
+        const DuplicateCandidates candidates(tracks);
         found = duplicatesAmong(candidates).size();
     }
     state.counters["found"] = static_cast<double>(found);

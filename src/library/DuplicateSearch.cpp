@@ -5,149 +5,176 @@
 #include <QHashFunctions>
 #include <algorithm>
 #include <bit>
-#include <span>
+#include <tuple>
 
 namespace {
 
 constexpr uint32_t kNone = UINT32_MAX;
-constexpr uint32_t kAhead = 16; // tracks: so long a slot takes to come from memory
+constexpr size_t kAhead = 12; // tracks: so long it takes until something comes from memory
 
-/// A row on its way, with all that its place depends on.
-struct Row {
-    qint64 duration;
-    uint32_t place; // where it stood
-    uint32_t index;
-    uint32_t first; // of its song
-};
+/// Tells the processor that what stands at `place` is wanted soon.
+void fetch(const void *place) { __builtin_prefetch(place); }
 
-/// The candidates by song. Those of one song hang together as a chain, in the order in which they came.
+/// The candidates by song: those that share title and artist.
 class Songs {
 public:
+    struct Song {
+        size_t titleHash;
+        uint32_t first; // of its tracks
+        uint32_t count = 0;
+    };
+
     explicit Songs(const DuplicateCandidates &candidates)
-        : candidates_(candidates), slots_(std::bit_ceil(2 * tracks().size() + 1)), links_(tracks().size()) {
-        for (uint32_t i = 0; i < links_.size(); ++i)
-            hash(i);
-        for (uint32_t i = 0; i < links_.size(); ++i) {
-            if (i + kAhead < links_.size())
-                __builtin_prefetch(&slots_[links_[i + kAhead].hash & (slots_.size() - 1)]);
-            add(i);
+        : candidates_(candidates), slots_(std::bit_ceil(2 * tracks().size() + 1)) {
+        std::vector<Hashes> hashes;
+        hashes.reserve(tracks().size());
+        for (const DuplicateCandidates::Track &track : tracks())
+            hashes.push_back(hashesOf(track));
+        songs_.reserve(tracks().size());
+        songOf_.reserve(tracks().size());
+        for (uint32_t i = 0; i < hashes.size(); ++i) {
+            if (i + 2 * kAhead < hashes.size())
+                fetch(&slots_[placeOf(hashes[i + 2 * kAhead])]);
+            if (i + kAhead < hashes.size())
+                fetchFirst(slots_[placeOf(hashes[i + kAhead])]);
+            songOf_.push_back(songOf(i, hashes[i]));
+            ++songs_[songOf_.back()].count;
         }
     }
 
-    /// The first tracks of the songs that have more than one, in their order.
-    std::vector<uint32_t> repeated() const {
-        std::vector<uint32_t> firsts;
-        for (uint32_t i = 0; i < links_.size(); ++i)
-            if (links_[i].isFirst && links_[i].next != kNone)
-                firsts.push_back(i);
-        return firsts;
-    }
-
-    /// Appends the tracks of the song that begins with `first`.
-    void appendTracks(uint32_t first, std::vector<Row> &rows) const {
-        for (uint32_t i = first; i != kNone; i = links_[i].next)
-            rows.push_back({tracks()[i].duration, static_cast<uint32_t>(rows.size()), tracks()[i].index, first});
-    }
-
-    QStringView title(uint32_t track) const { return candidates_.title(tracks()[track]); }
-    bool haveSameTitle(uint32_t one, uint32_t other) const {
-        return links_[one].titleHash == links_[other].titleHash && title(one) == title(other);
+    const std::vector<Song> &songs() const { return songs_; }
+    uint32_t songOf(uint32_t track) const { return songOf_[track]; }
+    QStringView title(const Song &song) const { return candidates_.title(tracks()[song.first]); }
+    bool haveSameTitle(const Song &one, const Song &other) const {
+        return one.titleHash == other.titleHash && title(one) == title(other);
     }
 
 private:
-    struct Slot {
-        uint32_t hash = 0;
-        uint32_t first = kNone;
-        uint32_t last = kNone;
+    struct Hashes {
+        size_t title;
+        uint32_t both; // title and artist
     };
-    struct Link {
-        size_t titleHash = 0;
-        uint32_t hash = 0; // of title and artist
-        uint32_t next = kNone;
-        bool isFirst = false;
+    struct Slot {
+        size_t start = 0; // of the first track's letters
+        uint32_t hash = 0;
+        uint32_t first = kNone; // track
     };
 
     const std::vector<DuplicateCandidates::Track> &tracks() const { return candidates_.tracks(); }
 
+    Hashes hashesOf(const DuplicateCandidates::Track &track) const {
+        const size_t title = qHash(candidates_.title(track), seed_);
+        return {title, static_cast<uint32_t>(qHash(candidates_.artist(track), title))};
+    }
+
+    size_t placeOf(const Hashes &hashes) const { return hashes.both & (slots_.size() - 1); }
+
+    void fetchFirst(const Slot &slot) const {
+        if (slot.first == kNone)
+            return;
+        fetch(&tracks()[slot.first]);
+        fetch(candidates_.letters(tracks()[0]) + slot.start);
+    }
+
     bool isSameSong(uint32_t one, uint32_t other) const {
-        return title(one) == title(other) && candidates_.artist(tracks()[one]) == candidates_.artist(tracks()[other]);
+        const DuplicateCandidates::Track &a = tracks()[one];
+        const DuplicateCandidates::Track &b = tracks()[other];
+        return candidates_.title(a) == candidates_.title(b) && candidates_.artist(a) == candidates_.artist(b);
     }
 
-    void hash(uint32_t track) {
-        Link &link = links_[track];
-        link.titleHash = qHash(title(track), seed_);
-        link.hash = static_cast<uint32_t>(qHash(candidates_.artist(tracks()[track]), link.titleHash));
-    }
-
-    void add(uint32_t track) {
-        Link &link = links_[track];
-        const uint32_t hash = link.hash;
-        size_t place = hash & (slots_.size() - 1);
-        while (slots_[place].first != kNone && (slots_[place].hash != hash || !isSameSong(slots_[place].first, track)))
-            place = (place + 1) & (slots_.size() - 1);
-        Slot &slot = slots_[place];
-        if (slot.first == kNone) {
-            slot = {hash, track, track};
-            link.isFirst = true;
-        } else {
-            links_[slot.last].next = track;
-            slot.last = track;
-        }
+    /// The number of the track's song, which is a new one if none before it was the same.
+    uint32_t songOf(uint32_t track, const Hashes &hashes) {
+        size_t place = placeOf(hashes);
+        for (; slots_[place].first != kNone; place = (place + 1) & (slots_.size() - 1))
+            if (slots_[place].hash == hashes.both && isSameSong(slots_[place].first, track))
+                return songOf_[slots_[place].first];
+        slots_[place] = {tracks()[track].start, hashes.both, track};
+        songs_.push_back({hashes.title, track});
+        return static_cast<uint32_t>(songs_.size() - 1);
     }
 
     const DuplicateCandidates &candidates_;
     const size_t seed_ = QHashSeed::globalSeed();
-    std::vector<Slot> slots_; // at most half of them are taken
-    std::vector<Link> links_; // of the tracks
+    std::vector<Slot> slots_;      // at most half of them are taken
+    std::vector<Song> songs_;      // in the order in which they came
+    std::vector<uint32_t> songOf_; // by track
 };
 
-/// `firsts` by title, descending; songs of one title stay in their order.
-std::vector<uint32_t> sortedByTitle(const std::vector<uint32_t> &firsts, const Songs &songs) {
+/// Those of `songs` that have more than one track, by title, descending; within a title in the order in which they
+/// came.
+std::vector<uint32_t> repeatedByTitle(const Songs &songs) {
+    std::vector<uint32_t> repeated;
     std::vector<QStringView> titles;
-    titles.reserve(firsts.size());
-    for (const uint32_t first : firsts)
-        titles.push_back(songs.title(first));
+    for (uint32_t song = 0; song < songs.songs().size(); ++song) {
+        if (songs.songs()[song].count == 1)
+            continue;
+        repeated.push_back(song);
+        titles.push_back(songs.title(songs.songs()[song]));
+    }
     std::vector<uint32_t> sorted = orderOfTexts(titles, /*ascending=*/false);
     for (uint32_t &place : sorted)
-        place = firsts[place];
+        place = repeated[place];
     return sorted;
 }
 
+/// Less the duration, the song, and which of all that were given the track is: rows of one title stand in this order.
+/// Not a struct: the standard library's sort would move each of its rows by memmove, and the whole search takes nearly
+/// twice as long where most titles have two.
+using Row = std::tuple<qint64, uint32_t, uint32_t>;
+
+uint32_t songOf(const Row &row) { return std::get<1>(row); }
+
 } // namespace
 
-void DuplicateCandidates::reserve(qsizetype tracks, qsizetype letters) {
-    tracks_.reserve(static_cast<size_t>(tracks));
-    letters_.reserve(static_cast<size_t>(letters));
-}
-
-void DuplicateCandidates::append(QStringView title, QStringView artist, qint64 duration) {
-    const uint32_t index = count_++;
-    if (duration <= 0 || title.isEmpty() || artist.isEmpty())
-        return;
-    tracks_.push_back(
-        {letters_.size(), static_cast<uint32_t>(title.size()), static_cast<uint32_t>(artist.size()), duration, index});
-    letters_.insert(letters_.end(), title.utf16(), title.utf16() + title.size());
-    letters_.insert(letters_.end(), artist.utf16(), artist.utf16() + artist.size());
+DuplicateCandidates::DuplicateCandidates(std::span<const DuplicateCandidate> given) {
+    size_t letters = 0;
+    for (const DuplicateCandidate &track : given)
+        letters += static_cast<size_t>(track.title.size() + track.artist.size());
+    letters_.reserve(letters);
+    tracks_.reserve(given.size());
+    for (size_t i = 0; i < given.size(); ++i) {
+        if (i + kAhead < given.size()) {
+            fetch(given[i + kAhead].title.utf16());
+            fetch(given[i + kAhead].artist.utf16());
+        }
+        const auto &[title, artist, duration] = given[i];
+        if (duration <= 0 || title.isEmpty() || artist.isEmpty())
+            continue;
+        tracks_.push_back({letters_.size(), static_cast<uint32_t>(title.size()), static_cast<uint32_t>(artist.size()),
+                           duration, static_cast<uint32_t>(i)});
+        letters_.insert(letters_.end(), title.utf16(), title.utf16() + title.size());
+        letters_.insert(letters_.end(), artist.utf16(), artist.utf16() + artist.size());
+    }
 }
 
 std::vector<DuplicateRow> duplicatesAmong(const DuplicateCandidates &candidates) {
     const Songs songs(candidates);
-    const std::vector<uint32_t> firsts = sortedByTitle(songs.repeated(), songs);
-    std::vector<Row> rows;
-    rows.reserve(candidates.tracks().size());
-    size_t titleStart = 0; // in rows
-    for (size_t i = 0; i < firsts.size(); ++i) {
-        songs.appendTracks(firsts[i], rows);
-        if (i + 1 < firsts.size() && songs.haveSameTitle(firsts[i], firsts[i + 1]))
+    const std::vector<uint32_t> sorted = repeatedByTitle(songs);
+    std::vector<uint32_t> places(songs.songs().size(), kNone); // by song: where its next row stands
+    uint32_t count = 0;
+    for (const uint32_t song : sorted) {
+        places[song] = count;
+        count += songs.songs()[song].count;
+    }
+    std::vector<Row> rows(count);
+    for (uint32_t i = 0; i < candidates.tracks().size(); ++i) {
+        const uint32_t song = songs.songOf(i);
+        if (places[song] != kNone)
+            rows[places[song]++] = {-candidates.tracks()[i].duration, song, candidates.tracks()[i].index};
+    }
+    auto from = rows.begin(); // of the title
+    for (size_t i = 0; i < sorted.size(); ++i) {
+        const Songs::Song &song = songs.songs()[sorted[i]];
+        if (i + 1 < sorted.size() && songs.haveSameTitle(song, songs.songs()[sorted[i + 1]]))
             continue;
-        std::ranges::sort(std::span(rows).subspan(titleStart), {},
-                          [](const Row &row) { return std::pair(-row.duration, row.place); });
-        titleStart = rows.size();
+        const auto to = rows.begin() + places[sorted[i]];
+        std::ranges::sort(from, to);
+        from = to;
     }
 
     std::vector<DuplicateRow> found;
     found.reserve(rows.size());
     for (size_t i = 0; i < rows.size(); ++i)
-        found.push_back({rows[i].index, i == 0 || rows[i].first != rows[i - 1].first});
+        found.push_back({std::get<2>(rows[i]), i == 0 || songOf(rows[i]) != songOf(rows[i - 1])});
     return found;
 }

@@ -5,7 +5,14 @@
 
 #include <QStringView>
 #include <cstdint>
+#include <span>
 #include <vector>
+
+/// A track as it is handed to the search. `duration` in milliseconds.
+struct DuplicateCandidate {
+    QStringView title, artist;
+    qint64 duration;
+};
 
 /// What the search knows of the tracks: a copy of their texts, one behind the other. The texts of songs lie scattered
 /// in memory, and to go to each of them again would take longer than all the rest of the search.
@@ -15,29 +22,26 @@ public:
         size_t start; // of the title; behind it stands the artist
         uint32_t titleLength, artistLength;
         qint64 duration;
-        uint32_t index; // among all that were appended
+        uint32_t index; // among all that were given
     };
 
-    void reserve(qsizetype tracks, qsizetype letters);
-    /// A track that lacks one of the three is nobody's duplicate. `duration` in milliseconds.
-    void append(QStringView title, QStringView artist, qint64 duration);
+    /// A track that lacks title, artist or duration is nobody's duplicate, and left out.
+    explicit DuplicateCandidates(std::span<const DuplicateCandidate> given);
     /// None that could be anybody's duplicate.
     bool isEmpty() const { return tracks_.empty(); }
 
     const std::vector<Track> &tracks() const { return tracks_; }
-    QStringView title(const Track &track) const { return {letters_.data() + track.start, track.titleLength}; }
-    QStringView artist(const Track &track) const {
-        return {letters_.data() + track.start + track.titleLength, track.artistLength};
-    }
+    const char16_t *letters(const Track &track) const { return letters_.data() + track.start; }
+    QStringView title(const Track &track) const { return {letters(track), track.titleLength}; }
+    QStringView artist(const Track &track) const { return {letters(track) + track.titleLength, track.artistLength}; }
 
 private:
     std::vector<char16_t> letters_;
     std::vector<Track> tracks_;
-    uint32_t count_ = 0;
 };
 
 struct DuplicateRow {
-    uint32_t index = 0; ///< of the track, as the candidates were appended
+    uint32_t index = 0; ///< of the track, among all that were given
     bool isKept = false;
 
     bool operator==(const DuplicateRow &) const = default;

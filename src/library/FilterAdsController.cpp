@@ -142,13 +142,11 @@ void FilterAdsController::didSelectTab(FilterTab tab) {
 
 void FilterAdsController::searchForDuplicateSongs() {
     cancelSearch();
-    qsizetype letters = 0;
+    std::vector<DuplicateCandidate> tracks;
+    tracks.reserve(static_cast<size_t>(allMusicItems_.size()));
     for (const FilterAdsItemPtr &item : std::as_const(allMusicItems_))
-        letters += item->title().size() + item->artist().size();
-    DuplicateCandidates candidates;
-    candidates.reserve(allMusicItems_.size(), letters);
-    for (const FilterAdsItemPtr &item : std::as_const(allMusicItems_))
-        candidates.append(item->title(), item->artist(), item->duration());
+        tracks.push_back({item->title(), item->artist(), item->duration()});
+    DuplicateCandidates candidates(tracks);
     if (candidates.isEmpty())
         logLine("There are not songs!");
     isSearching_ = true;

@@ -65,13 +65,13 @@ TEST(DuplicateSearch, FindsWhatAScanOfAllPairsFinds) {
     for (int library = 0; library < 5000; ++library) {
         std::vector<Song> all(static_cast<size_t>(pick(25)));
         const int titleCount = 1 + pick(titles.size()); // in some libraries nearly all are the same
-        DuplicateCandidates candidates;
+        std::vector<DuplicateCandidate> tracks;
         for (Song &track : all) {
             track = {titles.at(titles.size() - 1 - pick(titleCount)), artists.at(pick(artists.size())),
                      pick(5) * 100 - 100};
-            candidates.append(track.title, track.artist, track.duration);
+            tracks.push_back({track.title, track.artist, track.duration});
         }
-        const auto found = duplicatesAmong(candidates);
+        const auto found = duplicatesAmong(DuplicateCandidates(tracks));
         ASSERT_EQ(found, scanned(all)) << "library " << library << ": " << shown(found);
     }
 }
