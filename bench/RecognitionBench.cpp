@@ -120,6 +120,8 @@ void Fpcalc(benchmark::State &state, const char *name) {
         QProcess::execute("fpcalc", {"-length", QString::number(state.range(0)), track.path});
 }
 BENCHMARK_CAPTURE(Fpcalc, M4A, "track.m4a")->Arg(30)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(Fpcalc, MP3, "track.mp3")->Arg(30)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(Fpcalc, WAV, "track.wav")->Arg(30)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 /// A minute of a song, as far as the search is concerned: each number keeps most bits of the one before.
 std::vector<uint32_t> madeItems(uint32_t seed) {
