@@ -12,12 +12,11 @@ using Application = QCoreApplication;
 
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
-    const QTemporaryDir home;
+    const QTemporaryDir home("/tmp/corvidia-XXXXXX"); // short, as the paths of sockets have to be
     qputenv("HOME", home.path().toUtf8());
-    for (const char *variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
-        qunsetenv(variable);
-    // The desktop of whoever runs the tests has no say in their outcome.
-    for (const char *variable : {"DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"})
+    // The folders and the desktop of whoever runs the tests have no say in their outcome.
+    for (const char *variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME",
+                                 "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS"})
         qunsetenv(variable);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const Application application(argc, argv);

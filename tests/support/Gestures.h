@@ -28,6 +28,11 @@ inline void click(QWidget &widget, const QPointF &at, Qt::KeyboardModifiers modi
     mouse(widget, QEvent::MouseButtonRelease, at, Qt::LeftButton, modifiers);
 }
 
+inline void doubleClick(QWidget &widget, const QPointF &at) {
+    click(widget, at);
+    mouse(widget, QEvent::MouseButtonDblClick, at);
+}
+
 inline QPushButton &buttonOf(const QWidget &window, const QString &title) {
     for (auto *button : window.findChildren<QPushButton *>())
         if (button->text() == title)

@@ -1,6 +1,7 @@
 // A full disk, for a while.
 #pragma once
 
+#include <QtGlobal>
 #include <csignal>
 #include <sys/resource.h>
 
@@ -16,10 +17,16 @@ public:
         setrlimit(RLIMIT_FSIZE, &before_);
         std::signal(SIGXFSZ, handler_);
     }
-    NoRoomOnDisk(const NoRoomOnDisk &) = delete;
-    NoRoomOnDisk &operator=(const NoRoomOnDisk &) = delete;
+    Q_DISABLE_COPY(NoRoomOnDisk)
 
 private:
     void (*handler_)(int);
     rlimit before_{};
 };
+
+/// What `work` answers on such a disk.
+template <class Work>
+auto withoutRoom(const Work &work, rlim_t bytes = 0) {
+    const NoRoomOnDisk noRoom(bytes);
+    return work();
+}

@@ -10,14 +10,12 @@ namespace {
 constexpr const char *kConnection = "screen-reader";
 constexpr uint kSelectedState = 23; // its bit among the states
 
-QDBusMessage ask(const QDBusConnection &bus, const ScreenReader::Object &object, const QString &interface,
-                 const QString &member, const QVariantList &arguments) {
+QVariant ask(const QDBusConnection &bus, const ScreenReader::Object &object, const QString &interface,
+             const QString &member, const QVariantList &arguments) {
     QDBusMessage question = QDBusMessage::createMethodCall(object.service, object.path, interface, member);
     question.setArguments(arguments);
-    return bus.call(question);
+    return bus.call(question).arguments().value(0);
 }
-
-QVariant firstOf(const QDBusMessage &answer) { return answer.arguments().value(0); }
 
 ScreenReader::Object objectIn(const QDBusArgument &argument) {
     ScreenReader::Object object;
@@ -35,7 +33,7 @@ QDBusConnection accessibilityBus() {
     const ScreenReader::Object launcher{"org.a11y.Bus", "/org/a11y/bus"};
     ask(session, launcher, "org.freedesktop.DBus.Properties", "Set",
         {"org.a11y.Status", "IsEnabled", QVariant::fromValue(QDBusVariant(true))});
-    const QString address = firstOf(ask(session, launcher, "org.a11y.Bus", "GetAddress", {})).toString();
+    const QString address = ask(session, launcher, "org.a11y.Bus", "GetAddress", {}).toString();
     QDBusConnection::disconnectFromBus("for-screen-reader");
     return QDBusConnection::connectToBus(address, kConnection);
 }
@@ -90,11 +88,11 @@ bool ScreenReader::isSelected(const Object &object) {
 }
 
 QVariant ScreenReader::call(const Object &object, const QString &member, const QVariantList &arguments) {
-    return firstOf(ask(bus_, object, "org.a11y.atspi." + member.section('.', 0, 0), member.section('.', 1), arguments));
+    return ask(bus_, object, "org.a11y.atspi." + member.section('.', 0, 0), member.section('.', 1), arguments);
 }
 
 QVariant ScreenReader::property(const Object &object, const QString &interface, const QString &name) {
-    return firstOf(ask(bus_, object, "org.freedesktop.DBus.Properties", "Get", {"org.a11y.atspi." + interface, name}))
+    return ask(bus_, object, "org.freedesktop.DBus.Properties", "Get", {"org.a11y.atspi." + interface, name})
         .value<QDBusVariant>()
         .variant();
 }

@@ -1,6 +1,7 @@
 // Tracks as a test needs them.
 #pragma once
 
+#include "store/DataBaseManager.h"
 #include "store/SongArray.h"
 
 #include <QStringList>
@@ -20,6 +21,13 @@ inline SongPtr songWith(const SongData &data) {
     song->setSongPath(data.path);
     song->setLength(data.length);
     song->setSongID(data.id);
+    return song;
+}
+
+/// `song` with a row in the database.
+inline SongPtr inserted(SongPtr song) {
+    song->setAddedDate(QDateTime::currentDateTimeUtc());
+    song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
     return song;
 }
 
