@@ -1,34 +1,24 @@
 // Edits on their way into the file, the database and the lists; read back by programs that others wrote.
 #include "library/WriteID3.h"
-#include "platform/files/Folders.h"
-#include "store/DataBaseManager.h"
-#include "support/MadeAudio.h"
+
+#include "LibraryOnPage.h"
+#include "demo/RunningProgram.h"
+#include "support/MadePictures.h"
 #include "support/NoRoomOnDisk.h"
-#include "support/PageViews.h"
-#include "support/Songs.h"
+#include "support/OtherProgram.h"
 #include "tags/access/TagDictionary.h"
 #include "tags/access/TagLibHelper.h"
 #include "views/library/MyTableView.h"
 #include "views/library/TagField.h"
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <gtest/gtest.h>
 
 namespace {
 
-struct Edits : testing::Test, PageViews, LibraryCtrDelegate {
-    Edits() {
-        EXPECT_TRUE(QDir().mkpath(coverImageFolder()));
-        library.emplace(*this, all());
-        page.resize(900, 501);
-        page.show();
-    }
+struct Edits : LibraryOnPage {
     void tagsWereNotWritten(const SongItem &, TagWriteOutcome outcome) override { outcomes << outcome; }
 
     void libraryWasNotWritten(const QString &consequence) override { consequences << consequence; }
@@ -36,9 +26,7 @@ struct Edits : testing::Test, PageViews, LibraryCtrDelegate {
     SongPtr add(const QString &path, const QString &title, bool isImported = false) {
         SongPtr song = songWith({.title = title, .artist = "Band", .path = path});
         song->setIsImported(isImported);
-        song->setAddedDate(QDateTime::currentDateTimeUtc());
-        song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
-        songs.append(song);
+        songs.append(inserted(song));
         library->takeTracks(TrackLists(songs));
         library->categoryViewCtr().selectRow(2);
         click(song);
@@ -55,24 +43,16 @@ struct Edits : testing::Test, PageViews, LibraryCtrDelegate {
         editor().field(key)->insert(text);
         library->editCtr().endEditing();
     }
-    static SongPtr stored(const SongPtr &song) {
-        const SongArray rows = *DataBaseManager::defaultManager().getAllSongItems();
-        return *std::ranges::find(rows, song->songID(), &SongItem::songID);
-    }
 
     QList<TagWriteOutcome> outcomes;
     QStringList consequences;
     SongArray songs;
-    std::optional<LibraryCtr> library;
 };
 
 // The distribution's Python, which has its packages.
 QJsonObject mutagen(const QString &script, const QString &path) {
-    QProcess reader;
-    reader.start("/usr/bin/python3", {"-c", "import json, sys\nfrom mutagen import *\n" + script, path});
-    EXPECT_TRUE(reader.waitForFinished());
-    EXPECT_EQ(reader.readAllStandardError(), QByteArray());
-    return QJsonDocument::fromJson(reader.readAllStandardOutput()).object();
+    const QStringList arguments{"-c", "import json, sys\nfrom mutagen import *\n" + script, path};
+    return QJsonDocument::fromJson(QByteArray::fromStdString(outputOf("/usr/bin/python3", arguments))).object();
 }
 
 const QString kGiveTwoCovers = R"(from mutagen import id3, mp4; f = File(sys.argv[1])
@@ -141,27 +121,18 @@ TEST_F(Edits, StayInTheLibraryWhereTheFileTakesThemNot) {
     EXPECT_EQ(outcomes, QList{TagWriteOutcome::OtherFormat});
     const SongPtr full = add(makeTone("full.mp3", "-b:a 256k", /*seconds=*/5), "Full", /*isImported=*/true);
     const std::string before = bytesOf(full->songPath());
-    {
-        const NoRoomOnDisk noRoom(static_cast<rlim_t>(before.size() / 2)); // the database needs less
-        edit("artist", "Else");
-    }
+    withoutRoom([this] { edit("artist", "Else"); }, before.size() / 2); // the database needs less
     EXPECT_EQ(outcomes.value(1), TagWriteOutcome::DiskFull);
     EXPECT_EQ(bytesOf(full->songPath()), before);
     EXPECT_EQ(stored(gone)->album(), "Quay");
     EXPECT_EQ(consequences, QStringList());
-    {
-        const NoRoomOnDisk noRoom;
-        edit("artist", "Nobody");
-    }
+    withoutRoom([this] { edit("artist", "Nobody"); });
     EXPECT_EQ(outcomes.size(), 2) << "the library has not the new values";
     EXPECT_EQ(consequences.size(), 1);
     EXPECT_EQ(full->artist(), "Nobody");
     EXPECT_EQ(stored(full)->artist(), "Else");
     const SongPtr recorded = add(makeTone("recorded.mp3"), "Track1");
-    {
-        const NoRoomOnDisk noRoom;
-        edit("title", "Named");
-    }
+    withoutRoom([this] { edit("title", "Named"); });
     EXPECT_EQ(recorded->songPath(), inHome("recorded.mp3")) << "what the row says";
     EXPECT_TRUE(QFile::exists(recorded->songPath()));
 }
@@ -174,8 +145,7 @@ TEST_F(Edits, KeepToTheTrackThatIsShown) {
     EXPECT_EQ(first->album(), "Unknown Album");
     EXPECT_EQ(TagLibHelper::ID3Info(first->songPath())->value(TagKey::kAlbum).toString(), "");
     EXPECT_EQ(TagLibHelper::ID3Info(second->songPath())->value(TagKey::kAlbum).toString(), "Quay");
-    while (editor().songItem() != first)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    EXPECT_TRUE(waitUntil([&] { return editor().songItem() == first; }));
     library->listViewCtr().tableView()->selectAll(); // several: the first one's
     library->editCtr().changeID3Edit();
     edit("album", "Salt");
@@ -208,10 +178,8 @@ TEST_F(Edits, AreReadByOtherPrograms) {
                                        {"album", "مرحبا"},
                                        {"year", "2019"},
                                        {"genre", "Chanson d'été"}};
-    QImage image(700, 700, QImage::Format_RGB32);
-    image.fill(Qt::green);
     QMimeData cover;
-    cover.setImageData(image);
+    cover.setImageData(pictureOf(Qt::green, {700, 700}));
     for (const QString &name : {QString("a.mp3"), QString("b.m4a")}) {
         SCOPED_TRACE(name.toStdString());
         const SongPtr song = add(makeTone(name), "Old", /*isImported=*/true);

@@ -2,9 +2,9 @@
 
 #include "demo/RunningProgram.h"
 #include "platform/desktop/Panel.h"
-#include "platform/run/Log.h"
 #include "platform/run/UserDefaults.h"
 #include "support/Gestures.h"
+#include "support/KeptLog.h"
 #include "support/Songs.h"
 #include "views/dialogs/FilterTable.h"
 
@@ -16,8 +16,7 @@
 namespace {
 
 /// The window over a list that stands for the library.
-class Filter : public testing::Test, public FilterAdsControllerDelegate {
-protected:
+struct Filter : testing::Test, FilterAdsControllerDelegate {
     struct Track {
         const char *title;
         const char *artist = "A";
@@ -25,15 +24,9 @@ protected:
         bool isAds = true;
     };
     void SetUp() override {
-        setLogSink([this](const QString &line) { log << line; });
         setPanelAnswerer([this](const Panel &panel) { return asked << panel.message, PanelAnswer{.button = answer}; });
         UserDefaults::standardUserDefaults().registerDefaults(
             {{"AutoFilterMusic", true}, {"AutoFilterTimeInterval", 5}});
-    }
-    void TearDown() override {
-        controller.reset();
-        setPanelAnswerer({});
-        setLogSink({});
     }
     void deleteShortFiles() override {
         asksToDelete << QString("short up to %1").arg(controller->getCurrentFilterType());
@@ -94,7 +87,8 @@ protected:
 
     QWidget window;
     SongArray songs, back;
-    QStringList log, asked, asksToDelete, played;
+    KeptLog log;
+    QStringList asked, asksToDelete, played;
     int answer = 0;
     bool hasFile = true;
     std::optional<FilterAdsController> controller;

@@ -9,7 +9,7 @@
 #include "platform/run/UserDefaults.h"
 #include "store/DataBaseManager.h"
 #include "support/Gestures.h"
-#include "support/MadeAudio.h"
+#include "support/MadePictures.h"
 #include "support/SmallDisk.h"
 #include "support/Songs.h"
 #include "tags/access/TagDictionary.h"
@@ -44,8 +44,7 @@ View *shown() {
     return nullptr;
 }
 
-class Import : public testing::Test, public ImportCtrDelegate {
-protected:
+struct Import : testing::Test, ImportCtrDelegate {
     void SetUp() override {
         ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
         ASSERT_TRUE(DataBaseManager::defaultManager().loadDataBase());
@@ -104,12 +103,6 @@ protected:
     std::optional<ImportCtr> importCtr;
 };
 
-QImage picture(int side, Qt::GlobalColor colour = Qt::darkCyan) {
-    QImage image(side, side, QImage::Format_RGB32);
-    image.fill(colour);
-    return image;
-}
-
 /// An MP3 whose tag holds `picture`, whatever that is.
 QString withPicture(const QString &name, const QByteArray &picture) {
     QString path = makeTone(name);
@@ -133,7 +126,8 @@ QByteArray converted(const QStringList &arguments, const QString &program = "con
 TEST_F(Import, ATrackGetsWhatItsFileSays) {
     for (const char *name : {"full.mp3", "full.m4a"}) {
         SCOPED_TRACE(name);
-        const QString path = tagged(name, {{TagKey::kTitle, "Title"}, {TagKey::kCover, QVariantList{picture(300)}}}, 3);
+        const QString path = tagged(
+            name, {{TagKey::kTitle, "Title"}, {TagKey::kCover, QVariantList{pictureOf(Qt::cyan, {300, 300})}}}, 3);
         drop({path});
         const SongPtr song = lists.allSongArray()->first();
         EXPECT_EQ(song->songPath(), path);
@@ -247,7 +241,7 @@ TEST_F(Import, WhatIsBeingRecordedComesInAsARecordingOnly) {
 TEST_F(Import, OnePictureTakesTheDisksRoomOnce) {
     QStringList paths;
     for (const auto &[name, side] : {std::pair{"1.mp3", 200}, {"2.mp3", 200}, {"3.mp3", 201}})
-        paths << tagged(name, {{TagKey::kCover, QVariantList{picture(side)}}});
+        paths << tagged(name, {{TagKey::kCover, QVariantList{pictureOf(Qt::cyan, {side, side})}}});
     drop(paths);
     QList<quint64> inodes;
     for (const SongPtr &song : *lists.allSongArray()) {
@@ -278,36 +272,32 @@ TEST_F(Import, NoPictureDoesHarm) {
     ASSERT_GT(vast.size(), 100'000);
     QByteArray none = converted({"-size", "4x4", "xc:red", "png:-"});
     none.replace(16, 8, QByteArray(8, '\0'));
-    struct Case {
-        const char *name;
-        QByteArray picture;
-        bool isTaken;
-    };
     QStringList paths;
-    const QList<Case> cases{
+    const QList<std::tuple<const char *, QByteArray, bool>> cases{
         {"cmyk.mp3", converted({"-size", "64x64", "plasma:", "-colorspace", "CMYK", "jpg:-"}), true},
         {"moving.mp3", converted({"-size", "16x16", "xc:red", "xc:blue", "gif:-"}), true},
         {"vast.mp3", vast, false},
         {"none.mp3", none, false},
         {"rubbish.mp3", "\x89PNG\r\n\x1a\nrubbish", false},
     };
-    for (const Case &one : cases)
-        paths << withPicture(one.name, one.picture);
+    for (const auto &[name, picture, isTaken] : cases)
+        paths << withPicture(name, picture);
     paths << withPicture("cut.mp3", photo.left(photo.size() / 2)); // the upper half shows or nothing
     drop(paths);
     ASSERT_EQ(lists.allSongArray()->size(), cases.size() + 1);
     for (qsizetype i = 0; i < cases.size(); ++i) {
-        SCOPED_TRACE(cases[i].name);
+        const auto &[name, picture, isTaken] = cases[i];
+        SCOPED_TRACE(name);
         const SongPtr song = lists.allSongArray()->at(cases.size() - i);
-        EXPECT_TRUE(song->songPath().endsWith(cases[i].name));
-        EXPECT_EQ(song->isHasLocalCover(), cases[i].isTaken);
-        EXPECT_EQ(!QImage(song->coverImages().value(0)).isNull(), cases[i].isTaken);
+        EXPECT_TRUE(song->songPath().endsWith(name));
+        EXPECT_EQ(song->isHasLocalCover(), isTaken);
+        EXPECT_EQ(!QImage(song->coverImages().value(0)).isNull(), isTaken);
     }
 }
 
 TEST_F(Import, ACoverThatCannotBeWrittenIsNoFailure) {
     qputenv("TMPDIR", QFile::encodeName(makeFile("no folder", "")));
-    drop({tagged("1.mp3", {{TagKey::kTitle, "One"}, {TagKey::kCover, QVariantList{picture(50)}}})});
+    drop({tagged("1.mp3", {{TagKey::kTitle, "One"}, {TagKey::kCover, QVariantList{pictureOf(Qt::cyan, {50, 50})}}})});
     EXPECT_EQ(titles(), QStringList{"One"});
     EXPECT_FALSE(lists.allSongArray()->first()->isHasLocalCover());
     EXPECT_TRUE(failures().isEmpty());
@@ -316,7 +306,7 @@ TEST_F(Import, ACoverThatCannotBeWrittenIsNoFailure) {
     // Room where it is made, but none in the library's folder.
     qunsetenv("TMPDIR");
     makeFile(applicationSupportFolder() + "/Import", "no folder");
-    drop({tagged("2.mp3", {{TagKey::kTitle, "Two"}, {TagKey::kCover, QVariantList{picture(50)}}})});
+    drop({tagged("2.mp3", {{TagKey::kTitle, "Two"}, {TagKey::kCover, QVariantList{pictureOf(Qt::cyan, {50, 50})}}})});
     EXPECT_EQ(titles(), QStringList({"Two", "One"}));
 }
 
@@ -340,7 +330,7 @@ TEST_F(Import, ACoverThatTheDiskCutsShortTakesNoRoomFromTheNext) {
 
 TEST_F(Import, TracksThatTheLibraryRefusesAreToldAndLeaveNoCovers) {
     ASSERT_EQ(system("sqlite3 \"$HOME/.local/share/Tessarine Corvidia/Library.db\" 'DROP TABLE Song'"), 0);
-    const QVariantMap tags{{TagKey::kCover, QVariantList{picture(50)}}};
+    const QVariantMap tags{{TagKey::kCover, QVariantList{pictureOf(Qt::cyan, {50, 50})}}};
     drop({tagged("1.mp3", tags), tagged("2.mp3", tags)});
     EXPECT_EQ(titles(), QStringList());
     EXPECT_EQ(consequences, QStringList{"2 of the tracks could not be added."});

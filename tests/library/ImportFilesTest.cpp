@@ -2,11 +2,10 @@
 #include "library/ImportFiles.h"
 
 #include "platform/files/Folders.h"
-#include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
+#include "support/KeptLog.h"
 #include "support/MadeAudio.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <gtest/gtest.h>
@@ -15,16 +14,13 @@
 
 namespace {
 
-class ImportFiles : public testing::Test {
-protected:
+struct ImportFiles : testing::Test {
     void SetUp() override {
-        setLogSink([this](const QString &line) { log << line; });
         QDir::home().mkpath("Music/B/Deep");
         for (const char *name : {"Music/2.MP3", "Music/10.mp3", "Music/1.m4a", "Music/B/Deep/3.mp3", "Music/notes.txt",
                                  "Music/.hidden.mp3", "known.mp3"})
             makeFile(name, "x");
     }
-    void TearDown() override { setLogSink({}); }
 
     /// Names below the home; those that can't be read in brackets.
     QStringList found(const QStringList &chosen, const QStringList &known = {}) {
@@ -39,7 +35,7 @@ protected:
         return names;
     }
 
-    QStringList log;
+    KeptLog log;
 };
 
 QByteArray home(const char *name) { return QFile::encodeName(inHome(name)); }

@@ -1,13 +1,10 @@
+#include "LibraryOnPage.h"
 #include "demo/RunningProgram.h"
 #include "platform/desktop/Panel.h"
-#include "platform/files/Folders.h"
-#include "platform/run/Log.h"
 #include "platform/run/NotificationCenter.h"
-#include "store/DataBaseManager.h"
 #include "support/Gestures.h"
+#include "support/KeptLog.h"
 #include "support/MadeAudio.h"
-#include "support/PageViews.h"
-#include "support/Songs.h"
 #include "views/library/MyOutlineView.h"
 #include "views/library/MyTableView.h"
 #include "views/library/MyTableViewHeadView.h"
@@ -16,35 +13,23 @@
 
 #include <QComboBox>
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <functional>
-#include <gtest/gtest.h>
 
 namespace {
 
 enum Row { kNewlyRecorded = 1, kAllMusic = 2, kUntagged = 3, kToolKit = 5 };
 
-class LibraryCtrTest : public testing::Test, protected PageViews, public LibraryCtrDelegate {
-protected:
+struct LibraryCtrTest : LibraryOnPage {
     void SetUp() override {
-        setLogSink([this](const QString &line) { log << line; });
         setPanelAnswerer([this](const Panel &panel) {
             asked << panel.message;
             if (asked.size() < 5)
                 meanwhile();
             return PanelAnswer{answer, false};
         });
-        ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
-        begin();
-        page.resize(900, 501);
-        page.show();
     }
-    void TearDown() override {
-        library.reset();
-        setPanelAnswerer({});
-        setLogSink({});
-    }
+    void TearDown() override { library.reset(); }
     void displayStatus(const QString &text) override { status = text; }
     bool isRecording() const override { return records; }
     bool isDisplayRecordView() const override { return isRecordView; }
@@ -54,19 +39,13 @@ protected:
         const QString path = inHome(QString::number(qHash(title)) + ".mp3");
         SongPtr made = songWith({.title = title, .artist = artist, .path = path, .length = 60'000});
         made->setSize(1'000'000);
-        made->setAddedDate(QDateTime::currentDateTimeUtc());
         if (hasFile)
             makeFile(path, "");
-        made->setSongID(DataBaseManager::defaultManager().insertSongItem(*made));
-        return made;
-    }
-    void begin() {
-        library.reset();
-        library.emplace(*this, all());
+        return inserted(made);
     }
     /// A start of the program with these tracks.
     void fill(const QStringList &titles) {
-        begin();
+        library.emplace(*this, all());
         SongArray songs;
         QDateTime date = QDateTime::currentDateTimeUtc();
         for (const QString &title : titles) {
@@ -84,13 +63,12 @@ protected:
     }
     static qsizetype rowsInDatabase() { return DataBaseManager::defaultManager().getAllSongItems()->size(); }
 
-    QStringList log, asked;
+    KeptLog log;
+    QStringList asked;
     std::function<void()> meanwhile = [] {}; ///< happens while a question stands
     int answer = 0;
-    bool records = false;
-    bool isRecordView = false;
+    bool records = false, isRecordView = false;
     QString status;
-    std::optional<LibraryCtr> library;
 };
 
 } // namespace
@@ -257,19 +235,7 @@ TEST_F(LibraryCtrTest, AsksOnceForAFileThatIsGone) {
     EXPECT_EQ(asked, QStringList{"File does not exist."});
 }
 
-TEST_F(LibraryCtrTest, LeavesTheTracksBehindTheToolsAlone) {
-    fill({"One"});
-    go(kAllMusic);
-    go(kToolKit);
-    page.activateWindow();
-    library->categoryViewCtr().outlineView()->setFocus();
-    QCoreApplication::processEvents();
-    ASSERT_TRUE(library->isListFocused());
-    library->deleteItems();
-    EXPECT_EQ(rowsInDatabase(), 1);
-}
-
-TEST_F(LibraryCtrTest, LeavesTheTracksAloneWhileTheKeyboardIsInAText) {
+TEST_F(LibraryCtrTest, LeavesTheTracksAloneWhileTheKeyboardIsInATextAndBehindTheTools) {
     fill({"One"});
     go(kAllMusic);
     search.show();
@@ -278,6 +244,13 @@ TEST_F(LibraryCtrTest, LeavesTheTracksAloneWhileTheKeyboardIsInAText) {
     library->deleteItems();
     EXPECT_TRUE(asked.isEmpty());
     EXPECT_TRUE(log.contains("is text"));
+    go(kToolKit);
+    page.activateWindow();
+    library->categoryViewCtr().outlineView()->setFocus();
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(library->isListFocused());
+    library->deleteItems();
+    EXPECT_EQ(rowsInDatabase(), 1);
 }
 
 TEST_F(LibraryCtrTest, WeedsTheShownListAndBringsItBack) {
@@ -308,7 +281,6 @@ TEST_F(LibraryCtrTest, WeedsTheShownListAndBringsItBack) {
     EXPECT_EQ(shown(), QStringList({"Came meanwhile", "One", "Two", "Three", "Four"}));
     EXPECT_EQ(rowsInDatabase(), 5);
     EXPECT_TRUE(QFile::exists(all[1]->songPath()));
-    const auto stored = DataBaseManager::defaultManager().getAllSongItems();
-    for (const SongPtr &row : *stored)
+    for (const auto stored = DataBaseManager::defaultManager().getAllSongItems(); const SongPtr &row : *stored)
         EXPECT_EQ(row->isAds(), row->title() != "Three") << qPrintable(row->title());
 }

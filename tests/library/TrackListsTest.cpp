@@ -1,14 +1,13 @@
 #include "library/TrackLists.h"
 
 #include "platform/files/Folders.h"
-#include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "store/LibraryFile.h"
 #include "store/SortDescriptor.h"
+#include "support/KeptLog.h"
 #include "support/Songs.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
@@ -123,8 +122,7 @@ TEST(TrackLists, SearchAnswersAsThePredicateWhateverHappensToTheLibrary) {
 }
 
 TEST(TrackLists, KeepTheirOrderAndForgetWhatIsGone) {
-    QStringList log;
-    setLogSink([&log](const QString &line) { log << line; });
+    const KeptLog log;
     const SongPtr older = songWith("x", "y", -1);
     const SongPtr newer = songWith("Xx", "y", -1);
     const SongPtr undated = songWith("xxx", "y", 4);
@@ -151,7 +149,6 @@ TEST(TrackLists, KeepTheirOrderAndForgetWhatIsGone) {
     lists.songChanged(recorded); // the answer to a question asked before the track was deleted
     EXPECT_EQ(lists.untaggedCount(), 0);
     EXPECT_EQ(*lists.search(all, "x"), (SongArray{older, undated}));
-    setLogSink({});
 }
 
 TEST(TrackLists, SumWithoutOverflow) {
@@ -164,8 +161,7 @@ TEST(TrackLists, SumWithoutOverflow) {
     EXPECT_EQ(summary.size, std::numeric_limits<qint64>::max());
 
     TrackLists lists; // the sum goes along with what comes and goes
-    const SongPtr small = songWith({.title = {}, .length = 7});
-    for (const SongPtr &track : {small, song, song})
+    for (const SongPtr &track : {songWith({.title = {}, .length = 7}), song, song})
         lists.insertNewRecording(track);
     lists.remove({song, songWith("", "")}); // it stood there twice
     EXPECT_EQ(lists.summaryOfAll().length, 7);
@@ -174,7 +170,6 @@ TEST(TrackLists, SumWithoutOverflow) {
 TEST(TrackLists, TakeAHostileLibraryAsItIs) {
     QDir().mkpath(coverImageFolder());
     const QString path = defaultLibraryPath();
-    QDir().mkpath(QFileInfo(path).path());
     DataBaseManager &manager = DataBaseManager::defaultManager();
     ASSERT_TRUE(manager.loadDataBase());
     sqlite3 *connection = nullptr;
@@ -205,5 +200,4 @@ TEST(TrackLists, TakeAHostileLibraryAsItIs) {
             EXPECT_EQ(*lists.search(lists.allSongArray(), text), answersOf(*lists.allSongArray(), text));
     }
     EXPECT_EQ(TrackLists::summaryOf(songs).count, songs.size());
-    manager.closeDataBase();
 }

@@ -13,8 +13,7 @@
 
 namespace {
 
-class TrackRemovalTest : public testing::Test {
-protected:
+struct TrackRemovalTest : testing::Test {
     void SetUp() override {
         ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
         for (int i = 0; i < 5; ++i)
@@ -53,8 +52,7 @@ protected:
     static QString titles(const SongArray &songs) { return titlesOf(songs).join(QString()); }
     QString inDatabase() const {
         QStringList rows;
-        const auto stored = DataBaseManager::defaultManager().getAllSongItems();
-        for (const SongPtr &row : *stored)
+        for (const auto stored = DataBaseManager::defaultManager().getAllSongItems(); const SongPtr &row : *stored)
             rows << row->title() + ' ' + QString::fromStdString(bytesOf(row->imagePath()));
         rows.sort();
         return rows.join(", ");
@@ -90,10 +88,7 @@ TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStoodAndLeavesAwayWhatTheTrashH
 TEST_F(TrackRemovalTest, LeavesTheFilesInTheTrashWhereTheLibraryHasNoRoom) {
     const SharedSongArray shown = lists.allSongArray();
     remove({all[1], all[3]}, *shown);
-    {
-        const NoRoomOnDisk noRoom;
-        EXPECT_EQ(titles(undo(shown, /*isStored=*/false)), "");
-    }
+    EXPECT_EQ(titles(withoutRoom([&] { return undo(shown, /*isStored=*/false); })), "");
     EXPECT_EQ(titles(*shown), "024");
     EXPECT_EQ(inDatabase(), "0 picture of 0, 2 picture of 2, 4 picture of 4");
     EXPECT_TRUE(QFile::exists(inHome(".local/share/Trash/files/3.mp3")));
