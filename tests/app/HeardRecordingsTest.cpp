@@ -7,16 +7,11 @@
 #include "platform/run/UserDefaults.h"
 #include "support/MadeAudio.h"
 
-#include <QTemporaryDir>
+#include <QDir>
 #include <gtest/gtest.h>
 
-namespace {
-constexpr uint64_t kSecond = 1'000'000'000;
-} // namespace
-
 TEST(HeardRecordings, ARecordingGetsTheTitleThatAPlayerToldMeanwhile) {
-    const QTemporaryDir folder("/tmp/corvidia-XXXXXX");
-    PrivateDesktop desktop(folder.path());
+    PrivateDesktop desktop(QDir::homePath());
     ASSERT_TRUE(desktop.start()) << qPrintable(desktop.errorText());
     FingerprintFile file;
     HeardNames names(file, LibraryRows(), std::chrono::minutes(1));
@@ -35,15 +30,14 @@ TEST(HeardRecordings, ARecordingGetsTheTitleThatAPlayerToldMeanwhile) {
         const uint64_t end = AudioGetCurrentHostTime();
         if (isToldBehindTheStop)
             recordings.setRecording(/*isRecording=*/false);
-        recordings.songWasRecorded(songID, begin + kSecond, end);
+        recordings.songWasRecorded(songID, begin + 1'000'000'000, end);
         recordings.setRecording(/*isRecording=*/false);
     };
     recorded(1);
-    const auto name = names.nameOf(1, {});
-    ASSERT_TRUE(name);
-    EXPECT_EQ(name->artist + ": " + name->title, "The Shore: Tide");
-    EXPECT_NE(name->cover.toLocalFile(), picture); // which the next song's may take
-    EXPECT_TRUE(waitUntil([&] { return bytesOf(name->cover.toLocalFile()) == "of the tide"; }));
+    const Recognition name = names.nameOf(1, {}).value();
+    EXPECT_EQ(name.artist + ": " + name.title, "The Shore: Tide");
+    EXPECT_NE(name.cover.toLocalFile(), picture); // which the next song's may take
+    EXPECT_TRUE(waitUntil([&] { return bytesOf(name.cover.toLocalFile()) == "of the tide"; }));
 
     player.stop();
     recorded(2);

@@ -4,14 +4,13 @@
 #include "app/CorvidiaAppDelegate.h"
 #include "demo/RunningProgram.h"
 #include "platform/desktop/Panel.h"
-#include "platform/run/Log.h"
 #include "platform/run/UserDefaults.h"
-#include "store/DataBaseManager.h"
 #include "support/FakeInputUnit.h"
 #include "support/FakeRecogniser.h"
+#include "support/Gestures.h"
+#include "support/KeptLog.h"
 #include "support/MadeAudio.h"
 #include "support/Songs.h"
-#include "views/controls/SketchedPushButton.h"
 #include "views/library/TagField.h"
 #include "views/window/StatusLine.h"
 
@@ -23,7 +22,6 @@ namespace {
 struct Gate : testing::Test {
     void SetUp() override {
         qputenv("PULSE_SERVER", "unix:/nowhere");
-        setLogSink([](const QString &) {});
         setPanelAnswerer([this](const Panel &panel) {
             asked << panel.message;
             return PanelAnswer{0, suppresses};
@@ -33,11 +31,6 @@ struct Gate : testing::Test {
         window->changeView(MainTab::Library);
         window->libraryCtr().categoryViewCtr().selectRow(2);
     }
-    void TearDown() override {
-        window.reset();
-        setPanelAnswerer({});
-        setLogSink({});
-    }
     void bringUp() {
         ID3TagControl::setDefaultManager(recogniser);
         gate().initGetID3Ctr();
@@ -46,9 +39,7 @@ struct Gate : testing::Test {
     }
     /// In the library, not of this run.
     SongPtr add(qint64 length = 20'000) {
-        SongPtr song = songWith({.title = "Track 1", .path = makeTone("Track 1.mp3"), .length = length});
-        song->setAddedDate(QDateTime::currentDateTimeUtc());
-        song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
+        SongPtr song = inserted(songWith({.title = "Track 1", .path = makeTone("Track 1.mp3"), .length = length}));
         window->libraryCtr().takeTracks(TrackLists(SongArray{song}));
         return song;
     }
@@ -57,13 +48,9 @@ struct Gate : testing::Test {
     }
     IdentifyGate &gate() { return window->identifyGate(); }
     QString status() { return window->window().lblStatus()->status(); }
-    SketchedPushButton *button(const QString &title) {
-        for (auto *button : gate().warningNetworkWnd()->findChildren<SketchedPushButton *>())
-            if (button->text() == title)
-                return button;
-        return nullptr;
-    }
+    QPushButton &button(const QString &title) { return buttonOf(*gate().warningNetworkWnd(), title); }
 
+    const KeptLog log;
     QStringList asked;
     bool suppresses = false;
     FakeInputUnits units;
@@ -84,8 +71,7 @@ TEST_F(Gate, NamesARecordingByItself) {
         FakeRecogniser::saying({kFound})(hearer, task, stop);
     };
     QStringList lines;
-    const SongPtr song = songWith({.title = "Track 1", .path = makeTone("Track 1.mp3"), .length = 60'123});
-    song->setSongID(DataBaseManager::defaultManager().insertSongItem(*song));
+    const SongPtr song = inserted(songWith({.title = "Track 1", .path = makeTone("Track 1.mp3"), .length = 60'123}));
     window->recordedSongItem(song, DeviceType::SystemAudio);
     EXPECT_EQ(song->getID3Status(), static_cast<int>(ID3Status::Waiting));
     EXPECT_TRUE(waitUntil([&] {
@@ -114,28 +100,22 @@ TEST_F(Gate, NamesARecordingByItself) {
 TEST_F(Gate, SpeaksOfShortTracksWhoseNamesTheUserAsksFor) {
     bringUp();
     recogniser->otherwise = FakeRecogniser::saying({kFound});
-    struct Case {
-        const char *name;
-        qint64 length;
-        bool isMutableGet, warns;
-        ID3Status status;
-        qsizetype alerts;
-    };
-    for (const Case &row : QList<Case>{
-             {"long enough", 20'000, false, true, ID3Status::Identified, 0},
+    for (const auto &[name, length, isMutableGet, warns, status, alerts] : {
+             std::tuple<const char *, qint64, bool, bool, ID3Status, qsizetype>{"long enough", 20'000, false, true,
+                                                                                ID3Status::Identified, 0},
              {"too short", 19'999, false, true, ID3Status::NotFound, 1},
              {"not told again", 19'999, false, false, ID3Status::NotFound, 0},
              {"one of many", 19'999, true, true, ID3Status::Waiting, 0},
          }) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(name);
         asked.clear();
         suppresses = true;
-        UserDefaults::standardUserDefaults().setBool(row.warns, "SHowWarningLess20S");
-        const SongPtr song = add(row.length);
-        gate().getID3WithSongItems({song}, row.isMutableGet);
-        EXPECT_TRUE(reaches(song, row.status));
-        EXPECT_EQ(asked.size(), row.alerts);
-        EXPECT_EQ(UserDefaults::standardUserDefaults().boolForKey("SHowWarningLess20S"), row.warns && !row.alerts);
+        UserDefaults::standardUserDefaults().setBool(warns, "SHowWarningLess20S");
+        const SongPtr song = add(length);
+        gate().getID3WithSongItems({song}, isMutableGet);
+        EXPECT_TRUE(reaches(song, status));
+        EXPECT_EQ(asked.size(), alerts);
+        EXPECT_EQ(UserDefaults::standardUserDefaults().boolForKey("SHowWarningLess20S"), warns && !alerts);
     }
 }
 
@@ -157,16 +137,16 @@ TEST_F(Gate, AsksForAnotherTryWhileNobodyCanBeAsked) {
     EXPECT_EQ(song->getID3Status(), 3); // asked for while the queue was on its way
     EXPECT_TRUE(song->artist().contains("Typed"));
     song->setGetID3Status(0);
-    button("Cancel")->click();
+    button("Cancel").click();
     EXPECT_TRUE(waitUntil([&] { return !isOpen(); }));
     EXPECT_EQ(song->getID3Status(), 0);
     ask();
-    button("Try Again")->click();
-    EXPECT_FALSE(button("Try Again")->isEnabled());
-    EXPECT_TRUE(waitUntil([&] { return button("Try Again")->isEnabled(); }));
+    button("Try Again").click();
+    EXPECT_FALSE(button("Try Again").isEnabled());
+    EXPECT_TRUE(waitUntil([&] { return button("Try Again").isEnabled(); }));
     ID3TagControl::setDefaultManager(recogniser);
     recogniser->otherwise = FakeRecogniser::saying({kFound});
-    button("Try Again")->click();
+    button("Try Again").click();
     EXPECT_TRUE(reaches(song, ID3Status::Identified));
     EXPECT_FALSE(isOpen());
     // All sources turned off again: a recording is left alone.

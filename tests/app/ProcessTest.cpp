@@ -3,26 +3,21 @@
 
 #include "demo/PrivateDesktop.h"
 #include "demo/RunningProgram.h"
+#include "support/MadeAudio.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <csignal>
 #include <gtest/gtest.h>
 
 namespace {
 /// The program is up once it takes SIGTERM for an event.
 bool catchesTermination(const QProcess &process) {
-    QFile status(QStringLiteral("/proc/%1/status").arg(process.processId()));
-    if (!status.open(QIODevice::ReadOnly))
-        return false;
-    for (const QByteArray &line : status.readAll().split('\n'))
-        if (line.startsWith("SigCgt:"))
-            return line.mid(7).trimmed().toULongLong(nullptr, 16) >> (SIGTERM - 1) & 1;
-    return false;
+    const QString status = QString::fromStdString(bytesOf(QString("/proc/%1/status").arg(process.processId())));
+    return status.section("SigCgt:", 1).section('\n', 0, 0).trimmed().toULongLong(nullptr, 16) >> (SIGTERM - 1) & 1;
 }
 
 /// A copy of /bin/sleep under another name, which the process list then shows.
@@ -55,8 +50,7 @@ TEST(SingleInstance, NeedsTwoProcessesOfTheNameThatAreNotStopped) {
 }
 
 TEST(Process, RunsOnASessionBusAndEndsInOrderOnASignal) {
-    const QTemporaryDir folder("/tmp/corvidia-XXXXXX");
-    PrivateDesktop desktop(folder.path());
+    PrivateDesktop desktop(QDir::homePath());
     ASSERT_TRUE(desktop.start()) << qPrintable(desktop.errorText());
     qputenv("PULSE_SERVER", "unix:/nowhere");
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -72,8 +66,7 @@ TEST(Process, RunsOnASessionBusAndEndsInOrderOnASignal) {
     const auto isOnBus = [&] { return bus.interface()->isServiceRegistered("com.tessarine.Corvidia").value(); };
 
     const auto program = start();
-    const bool cameUp = waitUntil(isOnBus);
-    ASSERT_TRUE(cameUp) << (program->waitForFinished(0), program->readAllStandardError().constData());
+    ASSERT_TRUE(waitUntil(isOnBus)) << (program->waitForFinished(0), program->readAllStandardError().constData());
     // A second copy says that there is one already; here its alert stands until the copy is ended.
     const auto second = start();
     EXPECT_FALSE(second->waitForFinished(1500));

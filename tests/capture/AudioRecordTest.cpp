@@ -3,8 +3,8 @@
 #include "demo/DecodedAudio.h"
 #include "demo/RunningProgram.h"
 #include "platform/media/Av.h"
-#include "platform/run/Log.h"
 #include "support/FakeInputUnit.h"
+#include "support/KeptLog.h"
 #include "support/MadeAudio.h"
 #include "support/NoRoomOnDisk.h"
 
@@ -56,22 +56,14 @@ struct Heard final : AudioRecordDelegate {
     }
 };
 
-class AudioRecordTest : public testing::Test {
-protected:
+struct AudioRecordTest : testing::Test {
+    KeptLog log;
     FakeInputUnits units;
+    Heard heard;
     AudioRecord engine{units.factory()};
     BlockFeed device{engine};
-    Heard heard;
-    QStringList log;
 
-    void SetUp() override {
-        setLogSink([this](const QString &line) { log << line; });
-        engine.setDelegate(&heard);
-    }
-    void TearDown() override {
-        engine.setDelegate(nullptr);
-        setLogSink({});
-    }
+    void SetUp() override { engine.setDelegate(&heard); }
 
     bool open(const QString &name, ExportType type) {
         const bool isOpen = engine.setRecordingFile(inHome(name), type, kBitRate, kDevice);
@@ -96,8 +88,7 @@ protected:
     void noise(int blocks) {
         play(blocks, [this] {
             std::array<float, kBlockFrames> samples{};
-            for (float &sample : samples)
-                sample = noise_(random_);
+            std::ranges::generate(samples, [this] { return noise_(random_); });
             device.feed(samples, samples);
         });
         QCoreApplication::processEvents();
@@ -112,9 +103,9 @@ void *latePage = nullptr;
 std::atomic<bool> isPageAwaited = false, isPageThere = false;
 
 std::array<float, kBlockFrames> quietAndLoud(int quiet, float quietValue = 0) {
-    std::array<float, kBlockFrames> block{};
-    for (int i = 0; i < static_cast<int>(kBlockFrames); ++i)
-        block[i] = i < quiet ? quietValue : 1.0f;
+    std::array<float, kBlockFrames> block;
+    block.fill(1.0f);
+    std::fill_n(block.begin(), quiet, quietValue);
     return block;
 }
 } // namespace

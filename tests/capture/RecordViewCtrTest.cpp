@@ -29,8 +29,7 @@ constexpr int kBlocksOfATrack = 5 * kBlocksOfASecond + 10;
 
 struct MainWindow final : RecordViewCtrDelegate {
     QList<std::shared_ptr<SongItem>> songs;
-    int shown = 0;
-    int tracks = 0;
+    int shown = 0, tracks = 0;
     QStringList failures, finishFailures;
     std::function<void()> whileItIsFinished = [] {};
 
@@ -57,8 +56,7 @@ struct Scene final : RecordAnimationDelegate {
     void stopCoverAnimation() override { moves << "-cover"; }
 };
 
-class RecordViewCtrTest : public testing::Test {
-protected:
+struct RecordViewCtrTest : testing::Test {
     void SetUp() override {
         qputenv("PULSE_SERVER", "unix:/nowhere"); // the session is driven by hand here
         ASSERT_TRUE(QDir().mkpath(coverImageFolder()));
@@ -235,13 +233,9 @@ TEST_F(RecordViewCtrTest, CutsAtAGapAndTakesTheFormatThatIsWantedNow) {
 }
 
 TEST_F(RecordViewCtrTest, StandsAnEventLoopWhileATrackIsBeingFinished) {
-    // What a panel that opens there lets in, and how many seconds of sound come before and after it.
-    struct Case {
-        const char *name;
-        bool cuts; // else it stops
-        std::function<void()> meanwhile;
-        QList<qint64> lengths; // of the tracks, after one more stop
-    };
+    // Whether it is cut or stopped, what a panel that opens there lets in, and the lengths of the tracks after one more
+    // stop.
+    using Case = std::tuple<const char *, bool, std::function<void()>, QList<qint64>>;
     const auto play = [this] { tone(2 * kBlocksOfASecond); };
     defaults.setInteger(1, "AutoFilterTimeInterval");
     for (const auto &[name, cuts, meanwhile, lengths] : {
@@ -385,11 +379,10 @@ TEST_F(RecordViewCtrTest, StopsAndTellsOnceWhenTheFileCannotBeWritten) {
     EXPECT_EQ(status(), "");
     // A folder without room keeps nothing of the attempt.
     ASSERT_TRUE(QFile::remove(folder()) && QDir().mkpath(folder()));
-    {
-        const NoRoomOnDisk noRoom;
+    withoutRoom([this] {
         start();
         QCoreApplication::processEvents();
-    }
+    });
     EXPECT_EQ(window.failures.size(), 2);
     EXPECT_EQ(files(), QStringList());
 }

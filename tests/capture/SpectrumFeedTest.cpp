@@ -1,10 +1,9 @@
 // The way of the sound from the engine to the bars: nothing is lost on it in steady running, and it shows what is
 // heard.
 #include "capture/AudioTransToPCMWave.h"
+#include "demo/RunningProgram.h"
 #include "support/FakeInputUnit.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QThread>
 #include <gtest/gtest.h>
 
@@ -13,17 +12,12 @@ namespace {
 struct Display final : AudioTransToPCMWaveDelegate {
     QList<QList<int32_t>> results;
     void sendAudioSpectrum(const int32_t *bars) override { results.append(QList<int32_t>(bars, bars + kBars)); }
-    /// False if there are not so many within ten seconds.
     bool hasResults(qsizetype count) {
-        QElapsedTimer timer;
-        for (timer.start(); results.size() < count && timer.elapsed() < 10'000; QThread::usleep(50))
-            QCoreApplication::processEvents();
-        return results.size() == count;
+        return waitUntil([&] { return results.size() >= count; }) && results.size() == count;
     }
 };
 
-class SpectrumFeedTest : public testing::Test {
-protected:
+struct SpectrumFeedTest : testing::Test {
     void SetUp() override {
         feed.setDelegate(&display);
         engine.setDelegatePCMWave(&feed);
@@ -42,8 +36,7 @@ protected:
 
 TEST_F(SpectrumFeedTest, LosesNothingInSteadyRunning) {
     // Fragments of nine blocks, at times none or two of them to a look of the main thread.
-    int waiting = 0;
-    int delivered = 0;
+    int waiting = 0, delivered = 0;
     for (const int fragments : {1, 1, 0, 2, 1, 1, 1, 0, 2, 0, 2, 0, 1, 1, 2, 0, 1, 0, 1, 1, 0, 1, 0, 0}) {
         blocks->tones(9 * fragments);
         waiting += 9 * fragments;

@@ -3,6 +3,7 @@
 #include "capture/AudioTransToPCMWave.h"
 #include "capture/CSampleTransform.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -30,49 +31,33 @@ std::vector<float> slowLines(const std::vector<float> &samples) {
     const int nu = static_cast<int>(std::log(n) / std::log(2));
     const auto reversed = [nu](int value) {
         int result = 0;
-        for (int i = 0; i < nu; ++i) {
+        for (int i = 0; i < nu; ++i, value /= 2)
             result = result * 2 + value % 2;
-            value /= 2;
-        }
         return result;
     };
-    std::vector<float> real = samples, imag(samples.size(), 0.0F), lines = samples;
-    int n2 = n / 2;
-    int nu1 = nu - 1;
-    int k = 0;
-    for (int pass = 0; pass < nu; ++pass) {
-        while (k < n && k + n2 < n) {
-            for (int i = 0; i < n2; ++i) {
+    std::vector<float> lines = samples, zeros(samples.size(), 0.0F);
+    float *real = lines.data();
+    float *imag = zeros.data();
+    for (int pass = 0, n2 = n / 2, nu1 = nu - 1; pass < nu; ++pass, n2 /= 2, --nu1)
+        for (int k = 0; k + n2 < n; k += n2)
+            for (int i = 0; i < n2 && k + n2 < n; ++i, ++k) {
                 float angle = static_cast<float>(reversed(k >> nu1)) * 6.2831855F / static_cast<float>(n);
                 while (angle >= 1.5707964F)
                     angle -= 1.5707964F;
-                const float share = angle / 1.5707964F * 2048;
-                const auto [s, c] = tables[static_cast<size_t>(share)];
-                if (k + n2 >= n)
-                    break;
-                const auto from = static_cast<size_t>(k);
-                const size_t m = from + static_cast<size_t>(n2);
+                const auto [s, c] = tables[static_cast<size_t>(angle / 1.5707964F * 2048)];
+                const int m = k + n2;
                 const float tr = real[m] * c + imag[m] * s;
                 const float ti = real[m] * c - real[m] * s;
-                real[m] = real[from] - tr;
-                imag[m] = imag[from] - ti;
-                real[from] += tr;
-                imag[from] += ti;
-                ++k;
+                real[m] = real[k] - tr;
+                imag[m] = imag[k] - ti;
+                real[k] += tr;
+                imag[k] += ti;
             }
-            k += n2;
-        }
-        k = 0;
-        --nu1;
-        n2 /= 2;
-    }
-    for (k = 0; k < n; ++k)
-        if (const int r = reversed(k); r > k) {
-            std::swap(real[static_cast<size_t>(k)], real[static_cast<size_t>(r)]);
-            std::swap(imag[static_cast<size_t>(k)], imag[static_cast<size_t>(r)]);
-        }
-    for (size_t i = 0; i < static_cast<size_t>(n / 2); ++i)
-        lines[i] = real[i] / static_cast<float>(n) * 2;
+    for (int k = 0; k < n; ++k)
+        if (reversed(k) > k)
+            std::swap(real[k], real[reversed(k)]);
+    for (int i = 0; i < n / 2; ++i)
+        real[i] = real[i] / static_cast<float>(n) * 2;
     return lines;
 }
 
@@ -83,47 +68,32 @@ Bars slowBars(const Sound &sound) {
         samples.push_back(static_cast<float>(sound[i]));
     const std::vector<float> lines = slowLines(samples);
     Bars bars(kBars);
-    const int half = static_cast<int>(samples.size()) / 2;
-    const int group = half / (kBars + 1);
+    const size_t half = samples.size() / 2;
+    const size_t group = half / (kBars + 1) + 1;
     int64_t acc = 0;
-    int run = 0;
-    int bar = -2;
-    for (int i = 0; i < half; ++i) {
-        const float line = lines[static_cast<size_t>(i)];
-        if (line > static_cast<float>(acc))
-            acc += static_cast<int64_t>(std::trunc(line));
-        ++run;
-        if (run > group) {
-            run = 0;
-            ++bar;
-            if (bar >= 0) {
-                const int64_t t = (1500 - acc) / 2;
-                acc += acc < t ? acc : t;
-                bars[static_cast<size_t>(bar)] = static_cast<int32_t>(acc);
-            }
-            acc = 0;
-        }
+    size_t bar = 0; // two beyond the one that is written
+    for (size_t i = 0; i < half; ++i) {
+        if (lines[i] > static_cast<float>(acc))
+            acc += static_cast<int64_t>(std::trunc(lines[i]));
+        if ((i + 1) % group != 0)
+            continue;
+        if (bar++ > 0)
+            bars[bar - 2] = static_cast<int32_t>(acc + std::min(acc, (1500 - acc) / 2));
+        acc = 0;
     }
-    if (bar < kBars - 1)
-        bars[static_cast<size_t>(bar) + 1] = static_cast<int32_t>(acc);
+    if (bar <= kBars)
+        bars[bar - 1] = static_cast<int32_t>(acc);
     for (int32_t &value : bars)
-        value = value < 0 ? 0 : value;
+        value = std::max(value, 0);
     return bars;
 }
 
 int32_t bytesOf(const Sound &sound) { return static_cast<int32_t>(sound.size() * sizeof(int16_t)); }
 
-Bars fastBars(CSampleTransform &transform, const Sound &sound) {
-    Bars bars(kBars);
-    transform.CalcBarvalue(sound.data(), bytesOf(sound), bars.data(), kBars);
-    return bars;
-}
-
 Sound noise(std::mt19937 &random, int amplitude) {
     Sound sound(2UL * kFrames);
-    for (int16_t &sample : sound)
-        sample =
-            static_cast<int16_t>(static_cast<int>(random() % (2U * static_cast<unsigned>(amplitude) + 1)) - amplitude);
+    std::uniform_int_distribution values(-amplitude, amplitude);
+    std::ranges::generate(sound, [&] { return static_cast<int16_t>(values(random)); });
     return sound;
 }
 
@@ -142,7 +112,9 @@ TEST_P(RandomSpectrum, IsThatOfTheSlowReadingAThousandTimes) {
         for (const size_t channel : {0, 1})
             if (random() % 4 == 0)
                 sound[channel] = 0;
-        ASSERT_EQ(fastBars(transform, sound), slowBars(sound)) << "piece " << i;
+        Bars bars(kBars);
+        transform.CalcBarvalue(sound.data(), bytesOf(sound), bars.data(), kBars);
+        ASSERT_EQ(bars, slowBars(sound)) << "piece " << i;
     }
 }
 
