@@ -50,8 +50,7 @@ std::vector<int32_t> found(FingerprintLibrary &library, const Items &items) {
     return songIDs;
 }
 
-class FingerprintLibraryTest : public testing::Test {
-protected:
+struct FingerprintLibraryTest : testing::Test {
     void SetUp() override {
         QDir().mkpath(applicationSupportFolder());
         RecognitionSettings::refresh();
@@ -87,10 +86,8 @@ Items itemsOf(const QString &path) { return fingerprintOfFile(path, kComparedTim
 SongPtr insertedSong(const QString &path, const QString &title, ID3Status status = ID3Status::Identified) {
     SongPtr item = songWith({.title = title, .artist = "The Shore", .path = path, .length = 24'000});
     item->setAlbum("Unknown Album");
-    item->setAddedDate(QDateTime::currentDateTime());
     item->setGetID3Status(static_cast<int32_t>(status));
-    item->setSongID(DataBaseManager::defaultManager().insertSongItem(*item));
-    return item;
+    return inserted(item);
 }
 
 } // namespace
@@ -225,8 +222,7 @@ TEST_F(FingerprintLibraryTest, AnswersTheTagsThatTheLibraryHasNow) {
 
 // What is made beside the library
 
-class LibraryFillerTest : public FingerprintLibraryTest {
-protected:
+struct LibraryFillerTest : FingerprintLibraryTest {
     /// Whether these tracks, and no others, come to have a fingerprint.
     bool fills(const QList<SongPtr> &songs) {
         QSet<int32_t> wanted;

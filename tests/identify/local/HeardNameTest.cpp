@@ -38,11 +38,8 @@ TEST(HeardName, IsASongsOrNone) {
              Case{"nothing", {}, nullptr},
              Case{"what names elsewhere could do", {"../../etc/passwd", "<b>.x</b>"}, "<b>.x</b>|../../etc/passwd|"},
          }) {
-        SCOPED_TRACE(row.name);
         const auto heard = heardName(row.played, row.isArtistOfStation);
-        ASSERT_EQ(heard.has_value(), row.heard != nullptr);
-        if (!heard)
-            continue;
-        EXPECT_EQ(QStringList({heard->artist, heard->title, heard->album}).join('|'), QString::fromUtf8(row.heard));
+        const QStringList texts = heard ? QStringList{heard->artist, heard->title, heard->album} : QStringList();
+        EXPECT_EQ(texts.join('|'), QString::fromUtf8(row.heard)) << row.name;
     }
 }

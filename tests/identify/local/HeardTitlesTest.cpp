@@ -51,13 +51,9 @@ QStringList namesOf(const QList<News> &news) {
 } // namespace
 
 TEST(HeardTitles, NamesWhatASongsTitleCovers) {
-    struct Case {
-        const char *name;
-        QList<News> evening;
-        QStringList names;
-    };
     const QString noName = "";
-    for (const Case &row : {
+    using Case = std::tuple<const char *, QList<News>, QStringList>;
+    for (const auto &[name, evening, names] : {
              Case{"with the lengths that the player knows, at once",
                   {says(1, "Tide", "The Shore", 200), recorded(3, 202.5)},
                   {"The Shore: Tide"}},
@@ -110,10 +106,8 @@ TEST(HeardTitles, NamesWhatASongsTitleCovers) {
                   {says(1, "A - One", "Wave"), recorded(2, 200), says(200, "B - Two", "Wave"), recorded(201, 400),
                    says(400, "C - Three", "Wave"), recorded(401, 600), stops(601)},
                   {noName, "B: Two", "C: Three"}},
-         }) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(namesOf(row.evening), row.names);
-    }
+         })
+        EXPECT_EQ(namesOf(evening), names) << name;
 }
 
 TEST(HeardTitles, OfANightThatFloodsSoMuchIsKeptAndEverythingTold) {

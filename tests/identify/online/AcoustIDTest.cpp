@@ -56,11 +56,11 @@ TEST(AcoustID, TakesOnlyWhatIsSure) {
                  "what is no identifier", {result("1", {R"({"id":"../../x","title":"A"})", "null", "3"})}, NoMatch},
              LookupCase{"what is no result", {"null", "7", "[]"}, NoMatch},
          }) {
-        SCOPED_TRACE(name);
         const AcoustIDAnswer answer =
             acoustIDAnswer(R"({"status":"ok","results":[)" + results.join(',') + "]}", /*seconds=*/200);
-        EXPECT_EQ(answer.outcome, outcome);
-        EXPECT_EQ(answer.recording.identifier.right(1), number ? QString(QChar::fromLatin1(number)) : QString());
+        EXPECT_EQ(answer.outcome, outcome) << name;
+        EXPECT_EQ(answer.recording.identifier.right(1), number ? QString(QChar::fromLatin1(number)) : QString())
+            << name;
     }
 }
 

@@ -12,8 +12,7 @@ using namespace std::chrono_literals;
 using Answer = RecognitionServer::Answer;
 using Trouble = Answer::Trouble;
 
-class HttpClients : public testing::Test {
-protected:
+struct HttpClients : testing::Test {
     HttpAnswer fetched(const QString &path, HttpRequest request = {}) {
         request.url = QUrl(server.address() + path);
         return client.fetch(request, {});

@@ -1,12 +1,10 @@
 #include "identify/online/ImageSearch.h"
 #include "MadeClock.h"
 #include "OnlineSettings.h"
-#include "support/MadeAudio.h"
+#include "support/MadePictures.h"
 #include "support/NoRoomOnDisk.h"
 
-#include <QBuffer>
 #include <QDir>
-#include <QImage>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -16,13 +14,7 @@ using namespace std::chrono_literals;
 using Answer = RecognitionServer::Answer;
 
 QByteArray picture(const char *format, int side = 40, Qt::GlobalColor colour = Qt::red, int height = 30) {
-    QImage image(side, height, QImage::Format_RGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    EXPECT_TRUE(image.save(&buffer, format));
-    return bytes;
+    return QByteArray::fromStdString(encoded(pictureOf(colour, {side, height}), format));
 }
 
 TEST(CoverPicture, KeepsPicturesByTheirContentOnly) {
@@ -43,18 +35,15 @@ TEST(CoverPicture, KeepsPicturesByTheirContentOnly) {
              {"a JPEG without its end", picture("jpeg").chopped(2), false},
              {"a JPEG that is drawn over and over", overdrawn, false},
              {"nothing", {}, false},
-         }) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(keepablePicture(bytes), isKept ? bytes : QByteArray());
-    }
+         })
+        EXPECT_EQ(keepablePicture(bytes), isKept ? bytes : QByteArray()) << name;
     const QByteArray webp = picture("webp");
     EXPECT_TRUE(keepablePicture(webp).startsWith("\xff\xd8\xff")) << "as a JPEG, which every program reads";
     EXPECT_TRUE(keepablePicture(webp.left(30)).isEmpty());
     EXPECT_EQ(QImage::fromData(keepablePicture(picture("png", 8000, Qt::red, 8000))).size(), QSize(1200, 1200));
 }
 
-class ImageSearches : public testing::Test, public GetImageControllerDelegate {
-protected:
+struct ImageSearches : testing::Test, GetImageControllerDelegate {
     ImageSearches() {
         server.setSongs({song});
         setRecognition(server.address());
@@ -164,20 +153,16 @@ TEST_F(ImageSearches, AnswerWhateverComesAndLeaveNoPiecesBehind) {
              {"HTML", "/items", {200, "<html>"}},
              {"no list", "/release/", {200, R"({"images":{"a":1}})"}},
          }) {
-        SCOPED_TRACE(name);
         server.setAnswers(path, {answer});
         Recognition of = released();
         of.releaseGroupID.clear();
-        EXPECT_EQ(found(of), QByteArrayList());
+        EXPECT_EQ(found(of), QByteArrayList()) << name;
         server.setAnswers(path, {});
     }
     std::stop_source stop;
     stop.request_stop();
     EXPECT_EQ(found(released(), {}, stop.get_token()), QByteArrayList());
-    {
-        const NoRoomOnDisk noRoom;
-        EXPECT_EQ(found(released()), QByteArrayList());
-    }
+    EXPECT_EQ(withoutRoom([this] { return found(released()); }), QByteArrayList());
     EXPECT_EQ(found(released()), QByteArrayList{cover});
     EXPECT_EQ(QDir(QFileInfo(answers.first().first()).path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }

@@ -1,7 +1,7 @@
 #include "identify/online/OnlineSource.h"
 #include "MadeClock.h"
 #include "OnlineSettings.h"
-#include "platform/run/Log.h"
+#include "support/KeptLog.h"
 #include "support/MadeAudio.h"
 
 #include <gtest/gtest.h>
@@ -12,14 +12,11 @@ using namespace std::chrono_literals;
 using Answer = RecognitionServer::Answer;
 using Outcome = RecogniserAnswer::Outcome;
 
-class OnlineSources : public testing::Test {
-protected:
+struct OnlineSources : testing::Test {
     OnlineSources() {
-        setLogSink([this](const QString &line) { log << line; });
         server.setSongs({song});
         setRecognition(server.address());
     }
-    ~OnlineSources() override { setLogSink({}); }
 
     RecogniserAnswer recognised(double seconds = 200) {
         return source.recognise({.songID = 1, .songPath = path, .milliseconds = static_cast<int64_t>(seconds * 1000)},
@@ -33,12 +30,12 @@ protected:
         return paths;
     }
 
+    KeptLog log;
     const QString path = makeSound("a.mp3", "anoisesrc=d=5:seed=1");
     const RecognitionServer::Song song{.title = "Title", .artist = "Artist", .album = "Album", .seconds = 200};
     RecognitionServer server;
     MadeClock clock;
     OnlineSource source{std::make_shared<HttpClient>(clock, HttpClient::Limits{.time = 30s})};
-    QStringList log;
 };
 
 TEST_F(OnlineSources, NameATrackAndAskOnce) {
@@ -86,20 +83,14 @@ TEST_F(OnlineSources, TellOfAWrongKeyOnceAndAskNoMore) {
     EXPECT_EQ(recognised().outcome, Outcome::Found);
 }
 
-struct ServiceCase {
-    const char *name;
-    const char *path;
-    Answer answer;
-};
-
 TEST_F(OnlineSources, FailWhereAServiceFailsAndCanBeAskedAgain) {
     for (const auto &[name, where, answer] : {
-             ServiceCase{"HTML", "/v2", {200, "<html>"}},
-             ServiceCase{"refused", "/v2", {429, R"({"status":"error","error":{"code":14}})"}},
-             ServiceCase{"cut", "/ws", {200, "{\"id\":1}", {}, Answer::Trouble::Cut}},
-             ServiceCase{"busy", "/ws", {503, "<html>busy"}},
-             ServiceCase{"other server", "/ws", {404, "<html>"}},
-             ServiceCase{"numbers for texts", "/ws", {200, R"({"id":1,"title":2})"}},
+             std::tuple<const char *, const char *, Answer>{"HTML", "/v2", {200, "<html>"}},
+             {"refused", "/v2", {429, R"({"status":"error","error":{"code":14}})"}},
+             {"cut", "/ws", {200, "{\"id\":1}", {}, Answer::Trouble::Cut}},
+             {"busy", "/ws", {503, "<html>busy"}},
+             {"other server", "/ws", {404, "<html>"}},
+             {"numbers for texts", "/ws", {200, R"({"id":1,"title":2})"}},
          }) {
         SCOPED_TRACE(name);
         RecognitionServer own;

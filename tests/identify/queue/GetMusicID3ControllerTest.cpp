@@ -1,8 +1,8 @@
 #include "identify/queue/GetMusicID3Controller.h"
 
 #include "demo/RunningProgram.h"
-#include "platform/run/Log.h"
 #include "support/FakeRecogniser.h"
+#include "support/KeptLog.h"
 #include "support/MadeAudio.h"
 
 #include <QCoreApplication>
@@ -49,10 +49,8 @@ struct Covers final : GetImageController {
     QVariantList lastWanted; // read once the task is over
 };
 
-class Queue : public testing::Test, public GetMusicID3ControllerDelegate {
-protected:
+struct Queue : testing::Test, GetMusicID3ControllerDelegate {
     void SetUp() override {
-        setLogSink([](const QString &) {});
         EXPECT_FALSE(GetMusicID3Controller::defaultManager()); // nobody to ask yet
         EXPECT_FALSE(GetMusicID3Controller::isExistobject());
         ID3TagControl::setDefaultManager(recogniser);
@@ -66,7 +64,6 @@ protected:
         queue->stop();
         EXPECT_TRUE(GetMusicID3Controller::waitForWorkers(10s));
         queue->setDelegate(nullptr);
-        setLogSink({});
     }
     void getID3DidBegin(int32_t songID) override { hear("begin", songID); }
     void getID3DidFinish(const QVariantMap &info, int32_t RecorderIndex) override {
@@ -124,6 +121,7 @@ protected:
         return heard.join(' ');
     }
 
+    const KeptLog log;
     std::shared_ptr<FakeRecogniser> recogniser = std::make_shared<FakeRecogniser>();
     std::shared_ptr<Covers> covers = std::make_shared<Covers>();
     GetMusicID3Controller *queue = nullptr;
