@@ -1,8 +1,8 @@
 #include "store/DataBaseManager.h"
 
 #include "platform/files/Folders.h"
-#include "platform/run/Log.h"
 #include "store/LibraryFile.h"
+#include "support/KeptLog.h"
 #include "support/MadeAudio.h"
 #include "support/NoRoomOnDisk.h"
 
@@ -27,8 +27,7 @@ class Connection {
 public:
     explicit Connection(const QString &path) { sqlite3_open(path.toUtf8().constData(), &handle_); }
     ~Connection() { sqlite3_close(handle_); }
-    Connection(const Connection &) = delete;
-    Connection &operator=(const Connection &) = delete;
+    Q_DISABLE_COPY(Connection)
 
     // The last row's columns joined by '|', or the error.
     QString run(const QString &sql) {
@@ -48,16 +47,8 @@ private:
     sqlite3 *handle_ = nullptr;
 };
 
-class Library : public testing::Test {
-protected:
-    Library() {
-        QDir().mkpath(coverImageFolder());
-        setLogSink([this](const QString &line) { log_ << line; });
-    }
-    ~Library() override {
-        manager_.closeDataBase();
-        setLogSink({});
-    }
+struct Library : testing::Test {
+    Library() { QDir().mkpath(coverImageFolder()); }
 
     static QString cover(const char *name) { return coverImageFolder() + '/' + name; }
     QList<std::shared_ptr<SongItem>> reload() {
@@ -68,7 +59,7 @@ protected:
 
     DataBaseManager &manager_ = DataBaseManager::defaultManager();
     QString path_ = defaultLibraryPath();
-    QStringList log_;
+    KeptLog log_;
 };
 
 TEST_F(Library, BeginsEmptyAndKeepsATrackThroughARestart) {
@@ -155,7 +146,7 @@ TEST_F(Library, CoversFollowTheirTrack) {
     EXPECT_EQ(manager_.getMaxSongID(), 6) << "the highest number is free again after a restart";
 }
 
-TEST_F(Library, AFullDiskTakesNoCoverAway) {
+TEST_F(Library, AFullDiskTakesNoCoverAwayAndKeepsDeletedRows) {
     ASSERT_TRUE(manager_.loadDataBase());
     SongItem song;
     song.setCoverImages({makeFile("a", "A")});
@@ -165,10 +156,8 @@ TEST_F(Library, AFullDiskTakesNoCoverAway) {
     const QString large = makeFile("large", std::string(1'000'000, 'L'));
     song.setCoverImages({large});
     bool isCoverLost = false;
-    {
-        const NoRoomOnDisk noRoom(500'000); // the rows need less
-        EXPECT_TRUE(manager_.updateSongItem(song, &isCoverLost));
-    }
+    EXPECT_TRUE(
+        withoutRoom([&] { return manager_.updateSongItem(song, &isCoverLost); }, 500'000)); // the rows need less
     EXPECT_TRUE(isCoverLost);
     EXPECT_EQ(bytesOf(kept), "A");
     EXPECT_EQ(reload().last()->coverImages(), QStringList{kept});
@@ -176,20 +165,11 @@ TEST_F(Library, AFullDiskTakesNoCoverAway) {
     EXPECT_TRUE(manager_.updateSongItem(song)) << "with room again";
     EXPECT_EQ(bytesOf(kept).size(), 1'000'000U);
     EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::Files).size(), 1);
-}
 
-TEST_F(Library, AFullDiskKeepsDeletedRowsWithTheirCovers) {
-    ASSERT_TRUE(manager_.loadDataBase());
-    QList<std::shared_ptr<SongItem>> songs;
-    for (const char *name : {"a", "b"}) {
-        songs << std::make_shared<SongItem>();
-        songs.last()->setCoverImages({makeFile(name, name)});
-        songs.last()->setSongID(manager_.insertSongItem(*songs.last()));
-    }
-    {
-        const NoRoomOnDisk noRoom;
-        EXPECT_FALSE(manager_.deleteSongItems(songs));
-    }
+    const QList<std::shared_ptr<SongItem>> songs{std::make_shared<SongItem>(song), std::make_shared<SongItem>()};
+    songs.last()->setCoverImages({makeFile("b", "B")});
+    songs.last()->setSongID(manager_.insertSongItem(*songs.last()));
+    EXPECT_FALSE(withoutRoom([&] { return manager_.deleteSongItems(songs); }));
     EXPECT_EQ(reload().last()->coverImages(), songs.last()->coverImages());
     EXPECT_TRUE(manager_.deleteSongItems(songs));
     EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::Files), QStringList());
@@ -226,38 +206,31 @@ TEST_F(Library, FindsAPathUnlessItHoldsADoubleQuote) {
         EXPECT_FALSE(manager_.isTheFileInDataBase(path)) << qPrintable(path);
 }
 
-TEST_F(Library, ARefusedInsertGivesItsNumberBackAndKeepsTheCover) {
+TEST_F(Library, ARefusedInsertGivesItsNumberBackAndKeepsTheCoverAndManyComeOrNone) {
     ASSERT_TRUE(manager_.loadDataBase());
     Connection other(path_);
     SongItem song;
     song.setCoverImages({makeFile("a", "A")});
+    QList<std::shared_ptr<SongItem>> songs;
+    for (int i = 0; i < 3; ++i)
+        songs << std::make_shared<SongItem>();
+    songs[1]->setCoverImages({"/nowhere/cover"}); // left out, no reason to refuse the track
     other.run("BEGIN IMMEDIATE");
     EXPECT_EQ(manager_.insertSongItem(song), -1);
     EXPECT_TRUE(log_.last().startsWith("insertSongItem: sqlite3_step failed: 5"));
+    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{-1, -1, -1}));
     song.setSongID(-1);
     EXPECT_FALSE(manager_.updateSongItem(song));
     EXPECT_FALSE(manager_.deleteSongItem(song));
     other.run("COMMIT");
     EXPECT_EQ(manager_.insertSongItem(song), 1);
     EXPECT_EQ(bytesOf(cover("1_0.png")), "A");
-}
-
-TEST_F(Library, InsertsManyOrNone) {
-    ASSERT_TRUE(manager_.loadDataBase());
-    QList<std::shared_ptr<SongItem>> songs;
-    for (int i = 0; i < 3; ++i)
-        songs << std::make_shared<SongItem>();
-    songs[1]->setCoverImages({"/nowhere/cover"}); // left out, no reason to refuse the track
-    Connection other(path_);
-    other.run("BEGIN IMMEDIATE");
-    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{-1, -1, -1}));
-    other.run("COMMIT");
-    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{1, 2, 3}));
+    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{2, 3, 4}));
     EXPECT_EQ(manager_.insertSongItems({}), QList<int32_t>());
     other.run("CREATE TRIGGER refuse BEFORE INSERT ON Song WHEN NEW.Title = 'no' BEGIN SELECT RAISE(ABORT, ''); END");
     songs[1]->setTitle("no");
-    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{4, -1, 5}));
-    EXPECT_EQ(reload().size(), 5);
+    EXPECT_EQ(manager_.insertSongItems(songs), (QList<int32_t>{5, -1, 6}));
+    EXPECT_EQ(reload().size(), 6);
 }
 
 TEST_F(Library, ALogThatGrowsComesIntoTheFileMeanwhile) {
@@ -280,19 +253,16 @@ TEST_F(Library, ALogThatGrowsComesIntoTheFileMeanwhile) {
 TEST_F(Library, AFileThatIsNoLibraryIsAnsweredToldApartAndSetAside) {
     QString fewer(kSongTable);
     fewer.replace(",GetID3Status int", "");
-    const QByteArray lacksOne = fewer.toUtf8();
     // Made by SQL or of these bytes; at last, whether reading gives a list.
     for (const auto &[name, state, sql, content, hasTable] : {
-             std::tuple<const char *, LibraryState, const char *, std::string, bool>{
-                 "not SQLite", LibraryState::NotADatabase, nullptr, std::string(5000, 'x'), false},
+             std::tuple<const char *, LibraryState, QString, std::string, bool>{
+                 "not SQLite", LibraryState::NotADatabase, {}, std::string(5000, 'x'), false},
              {"another table", LibraryState::OtherColumns, "CREATE TABLE Other(a)", "", false},
-             {"18 columns", LibraryState::OtherColumns, lacksOne.constData(), "", true},
+             {"18 columns", LibraryState::OtherColumns, fewer, "", true},
          }) {
         SCOPED_TRACE(name);
-        if (sql)
-            Connection(path_).run(sql);
-        else
-            makeFile(path_, content);
+        makeFile(path_, content);
+        Connection(path_).run(sql);
         EXPECT_EQ(libraryStateOf(path_), state);
         log_.clear();
         EXPECT_TRUE(manager_.loadDataBase()) << "an opened file is not examined";
@@ -323,10 +293,8 @@ TEST_F(Library, ALockedOrUnopenableLibraryFailsSoonAndIsNotTouched) {
     ASSERT_EQ(manager_.insertSongItem(first), 1);
     EXPECT_EQ(libraryStateOf(path_), LibraryState::Readable);
     manager_.closeDataBase();
-    {
-        const NoRoomOnDisk noRoom;
-        EXPECT_EQ(libraryStateOf(path_), LibraryState::NotOpenable) << "healthy, but nothing can stand beside it";
-    }
+    EXPECT_EQ(withoutRoom([this] { return libraryStateOf(path_); }), LibraryState::NotOpenable)
+        << "healthy, but nothing can stand beside it";
     Connection other(path_);
     other.run("PRAGMA journal_mode=DELETE");
     other.run("BEGIN EXCLUSIVE");

@@ -8,13 +8,12 @@
 #include "platform/run/HostTime.h"
 
 #include <QCoreApplication>
-#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <ctime>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -23,8 +22,7 @@ namespace {
 
 constexpr const char *kPlayer = "org.mpris.MediaPlayer2.Player";
 
-class MediaPlayersTest : public testing::Test, protected MediaPlayersDelegate {
-protected:
+struct MediaPlayersTest : testing::Test, MediaPlayersDelegate {
     void SetUp() override { ASSERT_TRUE(desktop.start()) << qPrintable(desktop.errorText()); }
     void playedTitleDidChange(const std::optional<PlayedTitle> &title, uint64_t hostTime) override {
         told << (title ? title->title : QString());
@@ -38,8 +36,7 @@ protected:
         waitUntil([] { return false; }, milliseconds);
     }
 
-    QTemporaryDir folder{"/tmp/corvidia-XXXXXX"};
-    PrivateDesktop desktop{folder.path()};
+    PrivateDesktop desktop{QDir::homePath()};
     QStringList told; // a null text: nothing
     std::optional<PlayedTitle> last;
     uint64_t lastTime = 0;
@@ -156,12 +153,8 @@ TEST_F(MediaPlayersTest, TakesNothingFromMetadataThatIsNone) {
     QVariantMap many = metadataOf("Many");
     for (int i = 0; i < 100'000; ++i)
         many.insert(QString::number(i), i);
-    struct Case {
-        const char *name;
-        QVariant metadata;
-        QString title;
-    };
-    for (const Case &row : {
+    using Case = std::tuple<const char *, QVariant, QString>;
+    for (const auto &[name, metadata, title] : {
              Case{"5,000 characters", metadataOf(QString(5000, 'x')), {}},
              Case{"control characters", metadataOf("a\x01\x1b[2Jb\n\tc\u202e\u200bd"), "a [2Jb cd"},
              Case{"half a character", metadataOf(QString("a") + QChar(0xd800)), {}},
@@ -176,12 +169,12 @@ TEST_F(MediaPlayersTest, TakesNothingFromMetadataThatIsNone) {
                   QVariantMap{{"mpris:trackid", "/org/mpris/MediaPlayer2/TrackList/NoTrack"}, {"xesam:title", "Old"}},
                   {}},
          }) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(name);
         strange.sends(metadataOf("Known"));
         ASSERT_TRUE(hears("Known"));
-        strange.sends(row.metadata);
+        strange.sends(metadata);
         ASSERT_TRUE(waitUntil([&] { return told.last() != "Known"; }, 10'000));
-        EXPECT_TRUE(row.title.isNull() || hears(row.title)) << qPrintable(told.last());
+        EXPECT_TRUE(title.isNull() || hears(title)) << qPrintable(told.last());
     }
     strange.sends(QVariantMap{{"xesam:title", "T"},
                               {"xesam:artist", "One"},
@@ -223,8 +216,7 @@ TEST_F(MediaPlayersTest, APlayerThatFloodsOrHangsKeepsNobodyFromBeingHeard) {
 }
 
 TEST(SoundingProcesses, AreThoseThatPlayAndThoseThatStartedThem) {
-    const QTemporaryDir folder("/tmp/corvidia-XXXXXX");
-    PrivateSoundServer server(PrivateSoundServer::Kind::PulseAudio, folder.path());
+    PrivateSoundServer server(PrivateSoundServer::Kind::PulseAudio, QDir::homePath());
     ASSERT_TRUE(server.start()) << qPrintable(server.errorText());
     EXPECT_EQ(soundingProcesses(), QSet<pid_t>());
     QProcess playing;

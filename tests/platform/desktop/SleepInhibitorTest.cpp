@@ -2,13 +2,13 @@
 
 #include "demo/PrivateDesktop.h"
 #include "demo/RunningProgram.h"
-#include "platform/run/Log.h"
+#include "support/KeptLog.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
-#include <QTemporaryDir>
+#include <QDir>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -49,21 +49,17 @@ private:
     int lock_[2]{};
 };
 
-class SleepInhibitorTest : public testing::Test {
-protected:
+struct SleepInhibitorTest : testing::Test {
     void SetUp() override {
-        setLogSink([this](const QString &line) { log << line; });
         ASSERT_TRUE(desktop.start()) << qPrintable(desktop.errorText());
         const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
         services = QDBusConnection::connectToBus(address, "services");
         program = QDBusConnection::connectToBus(address, "program");
         ASSERT_TRUE(services.registerVirtualObject("/", &fakes, QDBusConnection::SubPath));
     }
-    void TearDown() override { setLogSink({}); }
 
-    QStringList log;
-    QTemporaryDir folder{"/tmp/corvidia-XXXXXX"};
-    PrivateDesktop desktop{folder.path()};
+    KeptLog log;
+    PrivateDesktop desktop{QDir::homePath()};
     FakeServices fakes;
     QDBusConnection services{"services"}, program{"program"};
 };

@@ -15,10 +15,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace {
-QByteArray contentOf(const QString &path) { return QByteArray::fromStdString(bytesOf(path)); }
-} // namespace
-
 TEST(UserDefaults, LaysWhatIsStoredOverWhatIsRegisteredAndReadsItsOwnFileBack) {
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
     EXPECT_FALSE(defaults.contains("AutoSplitMusic"));
@@ -53,7 +49,7 @@ TEST(UserDefaults, KeepWhatStandsOnADiskWithoutRoom) {
     UserDefaults &defaults = UserDefaults::standardUserDefaults();
     int told = 0;
     defaults.setWriteFailed([&](const QString &) { ++told; });
-    const auto onDisk = [&] { return contentOf(folder + "/Tessarine/Corvidia.ini"); };
+    const auto onDisk = [&] { return QByteArray::fromStdString(bytesOf(folder + "/Tessarine/Corvidia.ini")); };
     for (int freePages = 0; freePages <= 10; ++freePages) {
         SCOPED_TRACE(freePages);
         defaults.setObject(QString(100, 'k'), "MusicsOutputLocation");
@@ -83,7 +79,7 @@ TEST(UserDefaults, KeepWhatStandsOnADiskWithoutRoom) {
 TEST(UserDefaults, WriteIntoTheFileBehindAllLinksAndOverNothingThatCannotBeRead) {
     const QString folder = QDir::homePath() + "/.config/Tessarine/";
     ASSERT_TRUE(QDir().mkpath(folder));
-    const auto real = [&] { return contentOf(folder + "real.ini"); };
+    const auto real = [&] { return QByteArray::fromStdString(bytesOf(folder + "real.ini")); };
     makeFile(".config/Tessarine/real.ini", "[General]\nTrackID=7\n");
     makeFile(".config/Tessarine.ini", "[General]\nOfAllPrograms=1\n");
     ASSERT_TRUE(QFile::link("real.ini", folder + "middle.ini") && QFile::link("middle.ini", folder + "Corvidia.ini"));

@@ -11,10 +11,9 @@ constexpr uint64_t kStart = 5'000'000'000;
 /// Frames numbered from 1: left n, right -n.
 std::vector<float> numberedFrames(size_t count) {
     std::vector<float> frames;
-    for (size_t i = 1; i <= count; ++i) {
-        frames.push_back(static_cast<float>(i));
-        frames.push_back(-static_cast<float>(i));
-    }
+    for (size_t i = 1; i <= count; ++i)
+        for (const float sign : {1, -1})
+            frames.push_back(sign * static_cast<float>(i));
     return frames;
 }
 
@@ -32,10 +31,9 @@ void feed(Reblocker &reblocker, const float *samples, size_t frames, uint64_t ho
         const InputSlice slice = reblocker.slice();
         EXPECT_EQ(slice.frames, kBlockFrames);
         output.times.push_back(slice.hostTime);
-        for (uint32_t i = 0; i < slice.frames; ++i) {
-            output.frames.push_back(slice.left[i]);
-            output.frames.push_back(slice.right[i]);
-        }
+        for (uint32_t i = 0; i < slice.frames; ++i)
+            for (const float *channel : {slice.left, slice.right})
+                output.frames.push_back(channel[i]);
     }
 }
 

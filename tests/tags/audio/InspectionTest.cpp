@@ -17,8 +17,7 @@ extern "C" {
 
 namespace {
 
-class AudioFiles : public testing::Test {
-protected:
+struct AudioFiles : testing::Test {
     AudioFiles() { AudioConverter::Initialize({}); }
     ~AudioFiles() override { AudioConverter::Uninitialize(); }
 
@@ -40,14 +39,6 @@ protected:
         return (wav.size() - 44) / 4;
     }
 };
-
-// Found by fuzzing: an unknown length was added to a negative start.
-TEST_F(AudioFiles, AnM4aWithoutItsMediaHeaderHasNoLength) {
-    QByteArray bytes = read(tone("a.m4a", 44100));
-    const auto info = AudioConverter::getAudioFileInfo(write("b.m4a", bytes.replace("mdhd", "xxxx")));
-    ASSERT_TRUE(info);
-    EXPECT_EQ((*info)["LengthKey"], 0.0);
-}
 
 // Found by fuzzing: a fragment that claims 80 million samples made libavformat ask for gigabytes.
 TEST_F(AudioFiles, LyingCountsGetNoMemory) {
@@ -96,9 +87,8 @@ TEST_F(AudioFiles, TheFormatIsWhatDecodesAndNotTheName) {
              {"missing", inHome("missing.mp3"), 0},
              {"a folder", QDir::homePath(), 0},
          }) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(AudioFileHelper::AudioFileFormatID(path), code);
-        EXPECT_EQ(AudioFileHelper::isValidFile(path), code != 0);
+        EXPECT_EQ(AudioFileHelper::AudioFileFormatID(path), code) << name;
+        EXPECT_EQ(AudioFileHelper::isValidFile(path), code != 0) << name;
     }
     EXPECT_NEAR(AudioFileHelper::fileDuration(inHome("words.m4a")), 1, 1e-6);
 }
@@ -150,6 +140,9 @@ TEST_F(AudioFiles, OddFilesGiveNoInformationOrAnEstimate) {
     ASSERT_GT(configuration, 0);
     doubled[configuration + 4] = '\x80'; // announces spectral band replication
     EXPECT_EQ(AudioConverter::getAudioFileInfo(write("he.m4a", doubled)), QVariantMap());
+    // Found by fuzzing: an unknown length was added to a negative start.
+    const QByteArray headless = read(inHome("plain.m4a")).replace("mdhd", "xxxx");
+    EXPECT_EQ(AudioConverter::getAudioFileInfo(write("headless.m4a", headless)).value()["LengthKey"], 0.0);
     EXPECT_EQ(AudioConverter::getAudioFileInfo(tone("a.wav", 44100)), QVariantMap());
     EXPECT_FALSE(AudioConverter::getAudioFileInfo(write("text.mp3", "words")));
     EXPECT_FALSE(AudioConverter::getAudioFileInfo(inHome("missing.mp3")));
