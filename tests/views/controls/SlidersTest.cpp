@@ -1,6 +1,6 @@
 // The sliders of the toolbar under mouse, wheel, keys, screen reader and player; the search field; the scroll bar.
-#include "platform/run/Log.h"
 #include "support/Gestures.h"
+#include "support/KeptLog.h"
 #include "views/controls/CustomizeScroller.h"
 #include "views/controls/ElidedLabel.h"
 #include "views/controls/PlaySliderBar.h"
@@ -16,8 +16,7 @@ namespace {
 
 constexpr int kWidth = 200;
 
-class Ear final : public SoundSliderDelegate, public PlaySliderBarDelegate {
-public:
+struct Ear final : SoundSliderDelegate, PlaySliderBarDelegate {
     void volumeDidChanged(float volume) override { told.append(static_cast<double>(volume)); }
     bool isCanPlay() const override { return canPlay; }
     void setPlayTime(double playTime) override { told.append(playTime); }
@@ -34,8 +33,7 @@ void turn(QWidget &widget, int notches) {
     QApplication::sendEvent(&widget, &event);
 }
 
-class Sliders : public testing::Test {
-protected:
+struct Sliders : testing::Test {
     Sliders() {
         slider.resize(kWidth, 28);
         slider.setDelegate(&ear);
@@ -114,8 +112,7 @@ TEST_F(Sliders, MovesByKeysWheelAndScreenReaderAndStaysWithinItsEnds) {
 }
 
 TEST_F(Sliders, TakesThePlayersReportsButTheFirstBehindADrag) {
-    QStringList log;
-    setLogSink([&](const QString &line) { log << line; });
+    const KeptLog log;
     bar.setPlayTime(0); // without a length
     bar.setMaxTime(60);
     for (const auto &[time, fraction] :
@@ -135,7 +132,6 @@ TEST_F(Sliders, TakesThePlayersReportsButTheFirstBehindADrag) {
     bar.setPlayTime(9);
     EXPECT_DOUBLE_EQ(bar.fraction(), 0.15);
     EXPECT_EQ(log, (QStringList{"drag   message  30.000000", "drag   message  60.000000", "isdraging---------"}));
-    setLogSink({});
 }
 
 TEST_F(Sliders, HeedsTheHandOnlyWhilePlayingWhatCanBePlayed) {

@@ -23,8 +23,7 @@ struct Tracks final : ImageFlowDataSource {
 };
 
 struct User final : ImageFlowDelegate {
-    QList<int> selected;
-    QList<int> opened;
+    QList<int> selected, opened;
 
     void didSelectItemAtIndex(IKImageFlowView &flow, int index) override {
         selected.append(index);
@@ -61,9 +60,8 @@ TEST_F(Flow, KeysMoveAndStopAtTheEnds) {
              {Qt::Key_Home, 0},
              {Qt::Key_Left, 0},
          }) {
-        SCOPED_TRACE(pressed);
         press(flow, pressed);
-        EXPECT_EQ(flow.selectedIndex(), index);
+        EXPECT_EQ(flow.selectedIndex(), index) << pressed;
     }
     EXPECT_EQ(user.selected, QList<int>({50, 51, 50, 55, 99'999, 99'994, 0})); // each change is told once
     press(flow, Qt::Key_Return);

@@ -27,18 +27,13 @@ namespace {
 
 struct FakeLibrary final : ListViewCtrDelegate {
     SongArray all;
-    int selections = 0;
-    int edits = 0;
-    bool recording = false;
-    bool identifies = true;
-    bool edits_ = true;
-    bool imports = true;
+    int selections = 0, edits = 0;
+    bool recording = false, identifies = true, edits_ = true, imports = true;
     SongArray asked;
     bool isMutableGet = false;
     std::optional<QStringList> playlists;
-    QStringList handedOver;
+    QStringList handedOver, shown;
     QString playlist = "nothing";
-    QStringList shown;
 
     void selectedDidChange() override { ++selections; }
     void showEditTagsPanel() override { ++edits; }
@@ -70,8 +65,7 @@ struct Paintings final : QObject {
     int count = 0;
 };
 
-class ListView : public testing::Test {
-protected:
+struct ListView : testing::Test {
     ListView() {
         for (const char *name : {"DoubleClickNotification", "RightMouseDownNotification", "SpaceDownNotification",
                                  "DeleteNotification", "HasImportedFiles", kMenuItemClickNotification})
@@ -105,10 +99,6 @@ protected:
     }
 
     QPoint middle(int row, int column) { return table.cellRect(row, column).center(); }
-    void doubleClick(const QPoint &point) {
-        click(viewport, point);
-        mouse(viewport, QEvent::MouseButtonDblClick, point);
-    }
     void hover(const QPoint &point) { mouse(viewport, QEvent::MouseMove, point, Qt::NoButton); }
     /// In the table itself.
     void key(int key, Qt::KeyboardModifiers modifiers = {}, const QString &text = {}) {
@@ -126,7 +116,7 @@ protected:
         for (CustomWindow *window : table.findChildren<CustomWindow *>())
             if (window->isOpen() && window->viewCtr()->menuLevel() == level)
                 return window;
-        return nullptr;
+        throw std::runtime_error("no menu is open");
     }
 
     QObject owner;
@@ -256,17 +246,16 @@ TEST_F(ListView, DoubleClicksPlayButNotOnARowsButton) {
              {"not found", kIdentifyColumn, ID3Status::NotFound, false, true},
              {"identified", kIdentifyColumn, ID3Status::Identified, false, true},
          }) {
-        SCOPED_TRACE(name);
         const auto another = std::make_shared<SongItem>();
         another->setGetID3Status(static_cast<int>(status));
         library.all = {another};
         library.recording = recording;
         show();
-        doubleClick(middle(0, column));
-        EXPECT_EQ(heardNames(), plays ? QStringList{"DoubleClickNotification"} : QStringList{});
+        doubleClick(viewport, middle(0, column));
+        EXPECT_EQ(heardNames(), plays ? QStringList{"DoubleClickNotification"} : QStringList{}) << name;
     }
     library.recording = false;
-    doubleClick({200, 200}); // below the rows
+    doubleClick(viewport, {200, 200}); // below the rows
     EXPECT_EQ(heardNames(), QStringList{});
     EXPECT_EQ(table.clickedRow(), -1);
     mouse(viewport, QEvent::MouseButtonDblClick,
@@ -276,9 +265,8 @@ TEST_F(ListView, DoubleClicksPlayButNotOnARowsButton) {
 
 TEST_F(ListView, TellsOfAMissingFileAndLetsTheUserRemoveIt) {
     const SongPtr song = add("Wren 100%@", ID3Status::NotAsked, /*hasFile=*/false);
-    doubleClick(middle(0, kTitleColumn));
-    ASSERT_EQ(panels.size(), 1);
-    EXPECT_TRUE(panels.first().startsWith("The song \"Wren 100%@\" could not be used"));
+    doubleClick(viewport, middle(0, kTitleColumn));
+    EXPECT_TRUE(panels.value(0).startsWith("The song \"Wren 100%@\" could not be used"));
     EXPECT_EQ(heardNames(), QStringList{});
     EXPECT_EQ(song->status(), 1);
     song->setStatus(0);
@@ -371,7 +359,6 @@ TEST_F(ListView, PopupMenuIsDrivenByKeysAndByMouse) {
     library.edits_ = false;
     key(Qt::Key_Down, Qt::AltModifier);
     CustomWindow *first = openWindow(1);
-    ASSERT_NE(first, nullptr);
     EXPECT_EQ(first->viewCtr()->menuItemArray().size(), 2) << "nobody to hand over to";
     EXPECT_EQ(first->viewCtr()->selectedMenuItemIndex(), 0) << "the top row is disabled";
     first->viewCtr()->chooseItem(1);
@@ -387,7 +374,6 @@ TEST_F(ListView, PopupMenuIsDrivenByKeysAndByMouse) {
     press(*first->viewCtr(), Qt::Key_Down);
     press(*first->viewCtr(), Qt::Key_Right);
     CustomWindow *second = openWindow(2);
-    ASSERT_NE(second, nullptr);
     EXPECT_TRUE(first->isOpen());
     EXPECT_EQ(second->pos(), first->pos() + QPoint(first->width() - 15, 24));
     QStringList rows;
@@ -424,7 +410,6 @@ TEST_F(ListView, PopupMenuLeavesClicksBesideItToWhatLiesThere) {
     table.selectRowIndexes({0});
     key(Qt::Key_Down, Qt::AltModifier);
     CustomWindow *window = openWindow(1);
-    ASSERT_NE(window, nullptr);
     QWidget &rows = *window->viewCtr()->viewport();
     for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton})
         clickOn(rows, rows, QPointF(rows.width() / 2.0, rows.height() - 5), button);

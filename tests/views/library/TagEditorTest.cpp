@@ -1,6 +1,7 @@
 // The tag editor: what may be typed, what is reported, and what becomes a cover.
+#include "demo/RunningProgram.h"
 #include "support/Gestures.h"
-#include "support/MadeAudio.h"
+#include "support/MadePictures.h"
 #include "support/NoRoomOnDisk.h"
 #include "views/controls/SketchButton.h"
 #include "views/library/ID3ViewCtr.h"
@@ -17,13 +18,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-QString picture(const QString &name, const QSize &size = {20, 10}, const char *format = "png") {
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    EXPECT_TRUE(image.save(inHome(name), format));
-    return inHome(name);
-}
 
 // A header that promises so many points, and none of them.
 std::string bitmapHeader(uint32_t width, uint32_t height) {
@@ -53,10 +47,6 @@ struct TagEditor : testing::Test, ID3ViewCtrDelegate {
     void editorWasLeft() override { ++timesLeft; }
 
     TagField &field(const char *key) { return *editor.field(key); }
-    static void type(TagField &field, const QString &text) {
-        for (const QChar character : text)
-            press(field, Qt::Key_unknown, {}, character);
-    }
     void enter(const char *key, const QString &text) {
         field(key).selectAll();
         field(key).insert(text);
@@ -71,10 +61,6 @@ struct TagEditor : testing::Test, ID3ViewCtrDelegate {
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile(path)});
         return editor.takeCover(data);
-    }
-    /// 'l' and 'r' for the step buttons that are there.
-    QString buttons() {
-        return QString(editor.leftButton()->isHidden() ? "" : "l") + (editor.rightButton()->isHidden() ? "" : "r");
     }
 };
 
@@ -93,12 +79,11 @@ TEST(TagFormatters, CutWhatIsInsertedAndKeepTheTail) {
              {"in place of a part", false, full, {0, 5}, "123456789", "12345" + full.mid(5)},
              {"half an emoji", false, full, {0, 5}, "1234" + QString("😀"), "1234" + full.mid(5)},
          }) {
-        SCOPED_TRACE(name);
         TagField edited(isNumber ? std::make_unique<NumberFormatter>() : std::make_unique<NSStringFormatter>());
         edited.setValue(former);
         edited.setSelection(static_cast<int>(selected.location), static_cast<int>(selected.length));
         edited.insert(inserted);
-        EXPECT_EQ(edited.text(), result);
+        EXPECT_EQ(edited.text(), result) << name;
     }
 }
 
@@ -115,16 +100,16 @@ TEST_F(TagEditor, ReportsWhatTheUserEnds) {
              {"genre", "Folk", {{"genre", "Folk"}}}, // compared with the year
              {"genre", "", {}},
          }) {
-        SCOPED_TRACE(key + (" " + typed.toStdString()));
         reports.clear();
         enter(key, typed);
-        EXPECT_EQ(reports, report.isEmpty() ? QList<QVariantMap>() : QList<QVariantMap>{report});
+        EXPECT_EQ(reports, report.isEmpty() ? QList<QVariantMap>() : QList<QVariantMap>{report})
+            << key << ' ' << qPrintable(typed);
     }
 }
 
 TEST_F(TagEditor, PutsTheOldValueBackAndIsLeftByEscape) {
     editor.setSongItem(song);
-    type(field("title"), "new ");
+    press(field("title"), Qt::Key_unknown, {}, "new ");
     press(field("title"), Qt::Key_Escape);
     EXPECT_EQ(field("title").text(), "Glass Hill");
     EXPECT_EQ(timesLeft, 0);
@@ -150,7 +135,7 @@ TEST_F(TagEditor, IsOffWhileSomebodyIdentifiesTheTrack) {
 }
 
 TEST_F(TagEditor, StepsThroughTheCovers) {
-    song->setCoverImages({picture("1.png"), picture("2.png")});
+    song->setCoverImages({makePicture("1.png"), makePicture("2.png")});
     EXPECT_EQ(QAccessible::queryAccessibleInterface(editor.imageBrowser())->role(), QAccessible::Graphic);
     for (const auto &[hasLocal, steps, index, shown, reported] :
          std::initializer_list<std::tuple<bool, int, int, const char *, qsizetype>>{
@@ -168,7 +153,8 @@ TEST_F(TagEditor, StepsThroughTheCovers) {
         for (int i = 0; i < steps; ++i)
             press(*editor.imageBrowser(), Qt::Key_Right);
         EXPECT_EQ(song->coverImageIndex(), index);
-        EXPECT_EQ(buttons(), shown);
+        EXPECT_EQ(!editor.leftButton()->isHidden(), QString(shown).contains('l'));
+        EXPECT_EQ(!editor.rightButton()->isHidden(), QString(shown).contains('r'));
         EXPECT_EQ(reports.size(), reported);
     }
     editor.leftButtonClicked();
@@ -176,17 +162,17 @@ TEST_F(TagEditor, StepsThroughTheCovers) {
 }
 
 TEST_F(TagEditor, TakesADroppedCoverOnTheLastCellOnly) {
-    const QString fetched = picture("fetched.png");
+    const QString fetched = makePicture("fetched.png");
     song->setCoverImages({fetched});
     song->setCoverImageIndex(0);
     editor.setSongItem(song);
-    EXPECT_FALSE(drop(picture("own.png")));
+    EXPECT_FALSE(drop(makePicture("own.png")));
     editor.rightButtonClicked();
-    EXPECT_TRUE(drop(picture("own.png")));
+    EXPECT_TRUE(drop(makePicture("own.png")));
     const QString first = song->coverImages().value(1);
     EXPECT_TRUE(song->isHasLocalCover());
     EXPECT_EQ(reports.last(), QVariantMap({{"coverindex", 1}, {"cover", QStringList{fetched, first}}}));
-    EXPECT_TRUE(drop(picture("other.png")));
+    EXPECT_TRUE(drop(makePicture("other.png")));
     EXPECT_EQ(song->coverImages().size(), 2);
     EXPECT_NE(song->coverImages().last(), first);
 }
@@ -194,16 +180,14 @@ TEST_F(TagEditor, TakesADroppedCoverOnTheLastCellOnly) {
 TEST_F(TagEditor, TakesWhatAnotherProgramOffersFromAnyCell) {
     song->setIsHasLocalCover(true); // whose file has gone
     editor.setSongItem(song);
-    QImage image(900, 300, QImage::Format_RGB32);
-    image.fill(Qt::blue);
-    QApplication::clipboard()->setImage(image);
+    QApplication::clipboard()->setImage(pictureOf(Qt::blue, {900, 300}));
     press(*editor.imageBrowser(), Qt::Key_V, Qt::ControlModifier);
     ASSERT_EQ(song->coverImages().size(), 1);
     EXPECT_EQ(QImage(song->coverImages().at(0)).size(), QSize(600, 200));
     QMimeData fromBrowser;
     fromBrowser.setUrls({QUrl("https://localhost/p.png")});
     EXPECT_FALSE(editor.takeCover(fromBrowser));
-    fromBrowser.setData("image/png", QByteArray::fromStdString(bytesOf(picture("p.png"))));
+    fromBrowser.setData("image/png", QByteArray::fromStdString(bytesOf(makePicture("p.png"))));
     EXPECT_TRUE(editor.takeCover(fromBrowser));
     EXPECT_EQ(QImage(song->coverImages().at(0)).size(), QSize(20, 10));
 }
@@ -211,7 +195,7 @@ TEST_F(TagEditor, TakesWhatAnotherProgramOffersFromAnyCell) {
 TEST_F(TagEditor, RefusesWhatCanBeNoCoverAndSaysWhy) {
     const QString pipe = inHome("pipe.png");
     ASSERT_EQ(mkfifo(pipe.toUtf8().constData(), 0600), 0);
-    const std::string whole = bytesOf(picture("whole.png"));
+    const std::string whole = bytesOf(makePicture("whole.png"));
     editor.setSongItem(song);
     editor.rightButtonClicked();
     for (const QString &path :
@@ -236,8 +220,7 @@ TEST_F(TagEditor, GivesALargePictureToTheTrackThatItWasDroppedOn) {
     editor.rightButtonClicked();
     EXPECT_TRUE(drop(inHome("large.png")));
     editor.setSongItem(std::make_shared<SongItem>());
-    while (song->coverImages().isEmpty())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    EXPECT_TRUE(waitUntil([this] { return !song->coverImages().isEmpty(); }));
     EXPECT_EQ(song->coverImageIndex(), 0);
     EXPECT_EQ(reports.size(), 1);
     EXPECT_EQ(editor.coverImages().size(), 2) << "of the track that is shown now";
@@ -252,16 +235,16 @@ TEST_F(TagEditor, FinishesSlowPicturesAndKeepsTheOneDroppedLast) {
         EXPECT_TRUE(choose(path));
         isFree.release();
     };
-    song->setCoverImages({picture("fetched.png")});
+    song->setCoverImages({makePicture("fetched.png")});
     song->setCoverImageIndex(0);
     editor.setSongItem(song);
     chooseSlowly(makeFile("broken.png", "no picture"));
     editor.finishCovers();
     EXPECT_EQ(refusals.size(), 1);
     EXPECT_EQ(editor.imageBrowser()->visibleItemIndex(), 1) << "where it was before";
-    chooseSlowly(picture("slow.png", {40, 40}));
+    chooseSlowly(makePicture("slow.png", Qt::red, {40, 40}));
     readers.waitForDone();
-    EXPECT_TRUE(choose(picture("quick.png")));
+    EXPECT_TRUE(choose(makePicture("quick.png")));
     QCoreApplication::processEvents();
     EXPECT_EQ(QImage(song->coverImages().value(1)).size(), QSize(20, 10));
     chooseSlowly(inHome("slow.png"));
@@ -291,7 +274,7 @@ TEST(ThumbnailComposer, DrawsNoHalfPictureAndNoneAThousandTimes) {
 }
 
 TEST(ThumbnailComposer, LeavesNothingOnAFullDisk) {
-    const QString small = picture("small.png");
+    const QString small = makePicture("small.png");
     const QString made = ThumbnailComposer::prepareThumbnailWithImage(small, {600, 600});
     const NoRoomOnDisk noRoom;
     PictureTrouble trouble = PictureTrouble::None;
@@ -304,9 +287,9 @@ TEST(ThumbnailComposer, KeepsTheProportions) {
     const auto copyOf = [](const QString &path) {
         return QImage(ThumbnailComposer::prepareThumbnailWithImage(path, {600, 600}));
     };
-    EXPECT_EQ(copyOf(picture("small.png", {300, 200})).size(), QSize(300, 200));
-    EXPECT_EQ(copyOf(picture("wide.jpg", {1200, 600}, "jpg")).size(), QSize(600, 300));
-    EXPECT_EQ(copyOf(picture("thread.webp", {1500, 1}, "webp")).size(), QSize(600, 1));
+    EXPECT_EQ(copyOf(makePicture("small.png", Qt::red, {300, 200})).size(), QSize(300, 200));
+    EXPECT_EQ(copyOf(makePicture("wide.jpg", Qt::red, {1200, 600})).size(), QSize(600, 300));
+    EXPECT_EQ(copyOf(makePicture("thread.webp", Qt::red, {1500, 1})).size(), QSize(600, 1));
     // Four colours of print, and a picture that moves.
     for (const char *kind : {"-colorspace CMYK print.jpg", "xc:blue -loop 0 moving.gif"}) {
         ASSERT_EQ(system(("cd && convert -size 40x30 xc:red " + std::string(kind)).c_str()), 0);

@@ -57,10 +57,8 @@ TEST_F(Covers, WhatIsNoCoverShowsTheDefaultOneAndHoldsNobodyUp) {
              {"a drawing that may name other files", makeFile("d.png", "<svg xmlns='http://www.w3.org/2000/svg'/>")},
              {"more pixels than there is memory for", makeFile("huge.png", kHugeHeader.toStdString())},
              {"nothing behind the header", makeFile("head.png", kSmallHeader.toStdString())},
-         }) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(read({path, 1, kSmall}), usual);
-    }
+         })
+        EXPECT_EQ(read({path, 1, kSmall}), usual) << name;
 }
 
 TEST_F(Covers, AreCutToTheirMiddleAndReadAgainWhenTheVersionChanges) {
@@ -109,8 +107,6 @@ TEST(OneLine, KeepsATitleInItsLine) {
              {"turned round", QString("A") + QChar(0x202e) + "B" + QChar(0x2067), "A B"},
              {"long", QString(100'000, 'x'), QString(400, 'x')},
              {"cut within a character", QString(399, 'x') + "🎵", QString(399, 'x')},
-         }) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(oneLine(text), line);
-    }
+         })
+        EXPECT_EQ(oneLine(text), line) << name;
 }

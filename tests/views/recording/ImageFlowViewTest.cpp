@@ -1,7 +1,7 @@
 // The strip of the tracks of this run, as its user sees and works it.
 #include "demo/RunningProgram.h"
 #include "support/Gestures.h"
-#include "support/MadeAudio.h"
+#include "support/MadePictures.h"
 #include "support/Songs.h"
 #include "views/controls/SketchButton.h"
 #include "views/recording/ImageFlowViewCtr.h"
@@ -10,15 +10,13 @@
 #include <QAccessible>
 #include <QLabel>
 #include <QScrollArea>
-#include <QScrollBar>
 #include <QWheelEvent>
 #include <gtest/gtest.h>
 #include <thread>
 
 namespace {
 
-class StripTest : public testing::Test, public ImageFlowViewCtrDelegate {
-protected:
+struct StripTest : testing::Test, ImageFlowViewCtrDelegate {
     void SetUp() override {
         QWidget *strip = ctr.view();
         strip->setParent(&page);
@@ -60,10 +58,6 @@ protected:
         for (const ImageFlowViewItemPtr &shown : flow().cacheItems())
             titles.insert(shown->view()->x(), shown->title());
         return titles.values();
-    }
-    static void clickTwice(QWidget &widget, const QPoint &at) {
-        click(widget, at);
-        mouse(widget, QEvent::MouseButtonDblClick, at);
     }
 
     QWidget page;
@@ -136,12 +130,8 @@ TEST_F(StripTest, LeavesNoGapWhereATrackGoesAndTakesBackWhatComesAgain) {
 TEST_F(StripTest, ShowsHowFarTheIdentificationIs) {
     const SongPtr song = songWith({.title = "Track1"});
     show({song});
-    struct Step {
-        int32_t status;
-        bool isButtonShown, isEnabled, isBusy;
-    };
     for (const auto &[status, isButtonShown, isEnabled, isBusy] : {
-             Step{0, true, true, false},
+             std::tuple<int32_t, bool, bool, bool>{0, true, true, false},
              {1, true, false, false},
              {0, true, true, false}, // given up: it can be asked for again
              {2, false, false, true},
@@ -166,9 +156,8 @@ TEST_F(StripTest, ShowsHowFarTheIdentificationIs) {
         EXPECT_EQ(item(0).id3Button()->shownImage(),
                   status == 1 ? "waitingForRecord_def" : item(0).id3Button()->shownImage());
     }
-    const SongPtr other = songWith({.title = "Track2"});
     identifies = false;
-    show({other});
+    show({songWith({.title = "Track2"})});
     EXPECT_TRUE(item(0).id3Button()->isHidden()) << "there is nobody to ask";
     identifies = true;
     ctr.canIdentifyDidChange();
@@ -185,10 +174,10 @@ TEST_F(StripTest, AClickChoosesAndTheButtonsAsk) {
     EXPECT_FALSE(item(0).isHighLight());
     click(*item(1).view(), {5, 60}); // what is highlighted is hit as a whole
     EXPECT_EQ(chosen(), "Track2");
-    clickTwice(*item(2).view(), kBeside);
+    doubleClick(*item(2).view(), kBeside);
     EXPECT_EQ(chosen(), QString());
     EXPECT_TRUE(asked.isEmpty());
-    clickTwice(*item(2).view(), kOnCover);
+    doubleClick(*item(2).view(), kOnCover);
     click(flow(), {700, 60});
     EXPECT_EQ(chosen(), QString());
     item(0).viewButton()->click();
@@ -240,12 +229,9 @@ TEST_F(StripTest, TheKeyboardAloneAndAScreenReaderDoWhatTheMouseDoes) {
 }
 
 TEST_F(StripTest, ShowsTheCoverOnceItHasBeenRead) {
-    QImage red(300, 150, QImage::Format_RGB32);
-    red.fill(Qt::red);
-    ASSERT_TRUE(red.save(inHome("cover.png")));
     const QString broken = makeFile("broken.jpg", "\xff\xd8 no more");
     const SongPtr song = songWith({.title = "<b>Track1</b>\n\u202e"});
-    song->setCoverImages({inHome("cover.png"), broken});
+    song->setCoverImages({makePicture("cover.png", Qt::red, {300, 150}), broken});
     show({song});
     EXPECT_EQ(item(0).imageName(), "Sound.png"); // its index is -1
     EXPECT_EQ(item(0).title(), "<b>Track1</b>");

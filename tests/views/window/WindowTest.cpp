@@ -1,5 +1,4 @@
 // The window's frame: toolbar, lower bar, the library page's boxes, the picture for the tray.
-#include "views/controls/Look.h"
 #include "views/controls/PlaySliderBar.h"
 #include "views/controls/SearchField.h"
 #include "views/controls/SoundSlider.h"
@@ -18,12 +17,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-void waitFor(LibraryPage &page) {
-    QEventLoop loop;
-    QObject::connect(&page, &LibraryPage::expansionFinished, &loop, &QEventLoop::quit);
-    loop.exec();
-}
 
 QImage picture(int side) { return DockContentView::shared().display().pixmap(QSize(side, side), 1.0).toImage(); }
 
@@ -46,7 +39,9 @@ TEST(LibraryPage, SlidesTheTagEditorInAndOut) {
     EXPECT_EQ(page.displayBox()->width(), 826);
     page.setExpanded(/*isExpanded=*/true, /*animated=*/true); // turned back on its way
     page.setExpanded(/*isExpanded=*/false, /*animated=*/true);
-    waitFor(page);
+    QEventLoop loop;
+    QObject::connect(&page, &LibraryPage::expansionFinished, &loop, &QEventLoop::quit);
+    loop.exec();
     EXPECT_EQ(page.displayBox()->width(), 1013);
     EXPECT_TRUE(page.editBox()->isHidden());
 
@@ -96,8 +91,7 @@ TEST(MainWindowView, KeepsItsTextsInTheirPlacesInARightToLeftDesktop) {
         window.displayBox()->playPanel()->setLeftTime("-0:18");
         return window.grab().toImage();
     };
-    const QImage mirrored = look(Qt::RightToLeft);
-    EXPECT_EQ(mirrored, look(Qt::LeftToRight));
+    EXPECT_EQ(look(Qt::RightToLeft), look(Qt::LeftToRight));
 }
 
 TEST(MainWindowView, TabReachesEveryControlFromLeftToRight) {
@@ -151,7 +145,7 @@ TEST(DisplayBox, ShowsWhatPlaysInPlaceOfARecording) {
     EXPECT_TRUE(panel.isHidden() && !box.recordSpectrum()->isHidden());
 }
 
-TEST(DockContentView, TellsStateAndCountInEverySize) {
+TEST(DockContentView, TellsStateAndCountInEverySizeAndItsDotsMoveOnlyWhileItRecords) {
     DockContentView &view = DockContentView::shared();
     for (const int side : {16, 22, 24, 32, 48, 64, 128, 256}) {
         SCOPED_TRACE(side);
@@ -167,10 +161,6 @@ TEST(DockContentView, TellsStateAndCountInEverySize) {
             }
         }
     }
-}
-
-TEST(DockContentView, ItsDotsMoveOnlyWhileItRecords) {
-    DockContentView &view = DockContentView::shared();
     view.setRecordStatus(2);
     const QImage one = picture(128), two = picture(128), three = picture(128);
     EXPECT_TRUE(one != two && two != three && three != one);
