@@ -1,5 +1,6 @@
 // What an import makes of one file.
 #include "library/ImportFileController.h"
+#include "platform/files/FileCopy.h"
 #include "platform/files/Folders.h"
 #include "platform/run/Log.h"
 #include "store/TimeAndSizeText.h"
@@ -22,12 +23,10 @@ QString waitingFolder() { return applicationSupportFolder() + "/Import"; }
 /// Where the picture at `path` waits; null if it can't go there whole, and then no further into the library either.
 QString movedToWaitingFolder(const QString &path) {
     QString waiting = waitingFolder() + '/' + QFileInfo(path).fileName();
-    const qint64 size = QFileInfo(path).size();
-    // From another file system it comes by a copy, which a full disk cuts short.
-    if (QDir().mkpath(waitingFolder()) && QFile::rename(path, waiting) && QFileInfo(waiting).size() == size)
+    if (QDir().mkpath(waitingFolder()) &&
+        moveFile(QFile::encodeName(path).constData(), QFile::encodeName(waiting).constData()))
         return waiting;
     QFile::remove(path);
-    QFile::remove(waiting);
     return {};
 }
 

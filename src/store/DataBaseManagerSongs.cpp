@@ -1,4 +1,5 @@
 // Rows of the table Song, and the covers that belong to them.
+#include "platform/files/FileCopy.h"
 #include "platform/run/Log.h"
 #include "store/DataBaseManager.h"
 #include "store/DateText.h"
@@ -133,9 +134,8 @@ int32_t DataBaseManager::insertSongItem(SongItem &song, Statement &statement) {
         if (source != target) {
             if (QFileInfo::exists(target))
                 logRemoval(target, QFile::remove(target));
-            QFile file(source);
-            if (!file.rename(target)) {
-                logLine(QStringLiteral("文件移动失败 %1  %2").arg(file.errorString(), source));
+            if (!moveFile(QFile::encodeName(source).constData(), QFile::encodeName(target).constData())) {
+                logLine(QStringLiteral("文件移动失败 %1  %2").arg(qt_error_string(), source));
                 song.setCoverImages(covers);
                 --lastSongID_;
                 return -1;

@@ -5,10 +5,12 @@
 #include "support/KeptLog.h"
 #include "support/MadeAudio.h"
 #include "support/NoRoomOnDisk.h"
+#include "support/SmallDisk.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTimeZone>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -173,6 +175,22 @@ TEST_F(Library, AFullDiskTakesNoCoverAwayAndKeepsDeletedRows) {
     EXPECT_EQ(reload().last()->coverImages(), songs.last()->coverImages());
     EXPECT_TRUE(manager_.deleteSongItems(songs));
     EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::Files), QStringList());
+}
+
+TEST_F(Library, ACoverThatHasNoRoomOnAnotherDiskStaysWhereItIs) {
+    if (!mountSmallDisk(coverImageFolder(), "16k"))
+        GTEST_SKIP() << "this machine lets nobody mount a small disk";
+    const auto unmount = qScopeGuard([] { umount2(qPrintable(coverImageFolder()), MNT_DETACH); });
+    ASSERT_TRUE(manager_.loadDataBase());
+    SongItem small, large;
+    small.setCoverImages({makeFile("small", "S")});
+    small.setSongID(manager_.insertSongItem(small));
+    EXPECT_EQ(bytesOf(small.coverImages().value(0)), "S");
+    const QString cover = makeFile("large", std::string(15'000, 'L')); // misses by less than a buffer
+    large.setCoverImages({cover});
+    EXPECT_EQ(manager_.insertSongItem(large), -1);
+    EXPECT_EQ(bytesOf(cover).size(), 15'000U);
+    EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::Files).size(), 1);
 }
 
 TEST_F(Library, IsReadOnAnotherThreadWhileTracksCome) {

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -58,6 +60,25 @@ bool copyContent(int source, int target) {
         // At the end, and at once on file systems that don't know the call, what is left is read; usually nothing.
         return copyByHand(source, target);
     }
+}
+
+bool moveFile(const char *from, const char *to) {
+    if (::rename(from, to) == 0)
+        return true;
+    if (errno != EXDEV)
+        return false;
+    const Descriptor source(::open(from, O_RDONLY | O_CLOEXEC));
+    const Descriptor target(source.get() < 0 ? -1 : ::open(to, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (target.get() < 0)
+        return false;
+    if (copyContent(source.get(), target.get()) && ::fsync(target.get()) == 0) {
+        static_cast<void>(::unlink(from)); // a second copy does no harm
+        return true;
+    }
+    const int error = errno;
+    ::unlink(to);
+    errno = error;
+    return false;
 }
 
 bool overwrite(int source, int target, off_t size) {

@@ -26,6 +26,10 @@ private:
 /// can. False and errno on failure.
 bool copyContent(int source, int target);
 
+/// Moves a file to where none stands. To another file system it goes by a copy, and `from` stays until that is whole
+/// and on the disk. False and errno on failure.
+bool moveFile(const char *from, const char *to);
+
 /// Copies the first `size` bytes over those of `target` and cuts it there. False and errno on failure.
 bool overwrite(int source, int target, off_t size);
 
