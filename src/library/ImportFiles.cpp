@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QSet>
 #include <algorithm>
+#include <cerrno>
 #include <dirent.h>
 #include <memory>
 #include <sys/stat.h>
@@ -60,7 +61,8 @@ private:
         }
         struct stat info {};
         if (::stat(bytes.constData(), &info) != 0) {
-            if (isChosen || isMusic(bytes))
+            // What can't be asked for may be a folder full of music; a link to nothing is none.
+            if (errno == EACCES || isChosen || isMusic(bytes))
                 fail(path);
             return;
         }

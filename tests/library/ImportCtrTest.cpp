@@ -28,10 +28,13 @@
 #include <QProcess>
 #include <QScopeGuard>
 #include <QTimer>
+#include <array>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -195,6 +198,24 @@ TEST_F(Import, WhatIsNoTrackIsToldInItsOrder) {
         paths << inHome(name);
     EXPECT_EQ(drop(paths + QStringList{titled("good.mp3", "Good")}), QStringList{"Good"});
     EXPECT_EQ(failures(), QStringList{"Import finished. 6 file(s) added failed."} + names);
+}
+
+TEST_F(Import, WhatItHasNoRightsToIsTold) {
+    const QString tone = makeTone("tone.mp3");
+    for (const QString name : {"closed", "listed/folder"})
+        ASSERT_TRUE(QDir().mkpath(inHome("in/" + name)));
+    for (const QString name : {"open.mp3", "secret.mp3", "closed/a.mp3", "listed/b.mp3", "listed/folder/c.mp3"})
+        ASSERT_TRUE(QFile::copy(tone, inHome("in/" + name)));
+    __user_cap_header_struct version{_LINUX_CAPABILITY_VERSION_3, 0};
+    const std::array<__user_cap_data_struct, 2> none{};
+    ASSERT_EQ(syscall(SYS_capset, &version, none.data()), 0) << "root, too, heeds the mode of a file now";
+    for (const auto &[name, mode] : {std::pair{"secret.mp3", 0}, {"closed", 0}, {"listed", 0444}})
+        ASSERT_EQ(chmod(qPrintable(inHome("in/") + name), mode), 0);
+    EXPECT_EQ(drop({inHome("in")}).size(), 1);
+    EXPECT_EQ(failures(),
+              (QStringList{"Import finished. 4 file(s) added failed.", "closed", "b.mp3", "folder", "secret.mp3"}));
+    for (const char *name : {"closed", "listed"}) // for whoever clears up
+        ASSERT_EQ(chmod(qPrintable(inHome("in/") + name), 0700), 0);
 }
 
 TEST_F(Import, CancelEndsItWhateverHangs) {
