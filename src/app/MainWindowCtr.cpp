@@ -226,10 +226,11 @@ void MainWindowCtr::loadLibrary() {
     const bool isLoaded = DataBaseManager::defaultManager().loadDataBase();
     if (state == LibraryState::Locked || state == LibraryState::NotOpenable ||
         (state == LibraryState::Missing && !isLoaded))
-        tellOnceShown(localizedString("The library can't be opened"),
-                      localizedString("%1 is in use by another program, may not be read, or stands on a full disk. New "
-                                      "recordings are kept as files, but not listed, until it can be opened.")
-                          .arg(path));
+        tellOnceShown(
+            localizedString("The library can't be opened"),
+            localizedString("%1 is in use by another program, may not be read or written, or stands on a full "
+                            "disk. New recordings are kept as files, but not listed, until it can be opened.")
+                .arg(path));
 }
 
 void MainWindowCtr::loadTracks() {
