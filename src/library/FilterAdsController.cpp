@@ -247,12 +247,14 @@ void FilterAdsController::tellOfRemoval() {
 }
 
 void FilterAdsController::undo() {
-    const Removal removal = std::exchange(lastRemoval_, {});
+    Removal removal = std::exchange(lastRemoval_, {});
     for (const SongPtr &song : removal.imported)
         song->setIsImported(true);
     const SongArray restored = delegate_.undoDeletion();
-    if (!view_)
+    if (!view_) {
+        delegate_.forgetDeletion();
         return;
+    }
     const QSet<SongPtr> back(restored.begin(), restored.end());
     QSet<SongPtr> lost;
     for (const FilterAdsItemPtr &item : removal.removed)
@@ -271,7 +273,11 @@ void FilterAdsController::undo() {
     }
     view_->setNotice(lost.isEmpty() ? counted("One track is back.", "%1 tracks are back.", restored.size())
                                     : counted("One track can't come back.", "%1 tracks can't come back.", lost.size()),
-                     /*canUndo=*/false);
+                     delegate_.canUndoDeletion());
+    if (delegate_.canUndoDeletion()) {
+        removal.removed.removeIf(isThere);
+        lastRemoval_ = std::move(removal); // with room on the disk the rest may come
+    }
     updateButtons();
 }
 

@@ -22,6 +22,8 @@ public:
     virtual void deleteDuplicateFiles() {}
     /// Brings back what the last of these deletions took, as far as that is possible. The tracks that came back.
     virtual SongArray undoDeletion() { return {}; }
+    /// Whether another undoDeletion() may bring back more.
+    virtual bool canUndoDeletion() const { return false; }
     /// The last deletion stays.
     virtual void forgetDeletion() {}
     /// Plays a track, or pauses the one that plays. False if its file is gone.

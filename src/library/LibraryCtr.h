@@ -192,6 +192,7 @@ private:
     void deleteShortFiles() override;
     void deleteDuplicateFiles() override;
     SongArray undoDeletion() override;
+    bool canUndoDeletion() const override { return lastRemoval_ != nullptr; }
     void forgetDeletion() override { lastRemoval_.reset(); }
     bool playSong(const SongPtr &song) override;
     // Passed on

@@ -60,7 +60,7 @@ SongArray LibraryCtr::undoDeletion() {
     if (!removal)
         return {};
     BusyTurns turns(views_.page.window(), localizedString("Bringing tracks back..."), removal->count());
-    auto [back, isStored] = removal->bringBack(turns);
+    SongArray back = removal->bringBack(turns);
     removal->restore(back, lists_, listViewCtr_->songArray());
     // All tracks of this run, for whoever has shown those that went.
     NotificationCenter::defaultCenter().postNotification("HasRestoreSongItemNotification", *lists_.newRecordArray());
@@ -69,9 +69,10 @@ SongArray LibraryCtr::undoDeletion() {
         selectRow(0);
     updateEmptyText();
     refreshCounts();
-    if (!isStored)
-        delegate_.libraryWasNotWritten(
-            localizedString("The files of tracks that could not come back are in the Trash."));
+    if (!removal->isUnfinished())
+        return back;
+    lastRemoval_ = removal;
+    delegate_.libraryWasNotWritten(localizedString("The files of tracks that could not come back are in the Trash."));
     return back;
 }
 

@@ -9,9 +9,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <algorithm>
-#include <iterator>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -33,7 +32,7 @@ void TrackRemoval::keepCovers(const SongItem &song) {
         return;
     QStringList kept;
     for (const QString &cover : song.coverImages()) {
-        const QString copy = keptCovers() + QLatin1Char('/') + QFileInfo(cover).fileName();
+        const QString copy = newKeptName(cover);
         const bool isLinked = link(QFile::encodeName(cover).constData(), QFile::encodeName(copy).constData()) == 0;
         if (isLinked || QFile::copy(cover, copy))
             kept << copy;
@@ -41,26 +40,51 @@ void TrackRemoval::keepCovers(const SongItem &song) {
     covers_.insert(&song, kept);
 }
 
+// What the library has moved of them may stand where the next cover of the same number goes.
+void TrackRemoval::keepCoversAgain(const SongItem &song) {
+    QStringList kept;
+    for (const QString &cover : song.coverImages()) {
+        const QString name = newKeptName(cover);
+        kept << (QFile::rename(cover, name) ? name : cover);
+    }
+    covers_.insert(&song, kept);
+}
+
+QString TrackRemoval::newKeptName(const QString &cover) {
+    return QStringLiteral("%1/%2 %3").arg(keptCovers(), QString::number(++keptNumber_), QFileInfo(cover).fileName());
+}
+
 // The rows first: a full disk shows when they are to be kept, and a file in the Trash is better off there than in a
 // folder where nothing knows of it.
-TrackRemoval::Restored TrackRemoval::bringBack(BusyTurns &turns) const {
+SongArray TrackRemoval::bringBack(BusyTurns &turns) {
     auto &dataBase = DataBaseManager::defaultManager();
-    Restored restored;
-    for (qsizetype first = 0; first < songs_.size(); first += kRowsAtOnce) {
-        const SongArray some = songs_.mid(first, kRowsAtOnce);
+    SongArray back;
+    const SongArray songs = std::exchange(songs_, {});
+    for (qsizetype first = 0; first < songs.size(); first += kRowsAtOnce) {
+        const SongArray some = songs.mid(first, kRowsAtOnce);
         SongArray taken;
         const bool isKept = dataBase.inOneTransaction("undo", [&] {
-            std::ranges::copy_if(some, std::back_inserter(taken),
-                                 [this](const auto &song) { return bringBackRow(*song); });
+            for (const SongPtr &song : some)
+                if (bringBackRow(*song))
+                    taken.append(song);
+                else
+                    refuse(song);
         });
-        restored.isStored = restored.isStored && isKept && taken.size() == some.size();
-        if (isKept)
-            restored.songs += bringBackFiles(taken);
-        else
-            dataBase.deleteSongItems(taken); // their covers, and what came into the library behind the failure
+        if (isKept) {
+            back += bringBackFiles(taken);
+        } else {
+            for (const SongPtr &song : std::as_const(taken))
+                refuse(song);
+            dataBase.deleteSongItems(taken); // what came into the library behind the failure
+        }
         turns.next(some.size());
     }
-    return restored;
+    return back;
+}
+
+void TrackRemoval::refuse(const SongPtr &song) {
+    keepCoversAgain(*song);
+    songs_.append(song);
 }
 
 void TrackRemoval::restore(const SongArray &back, TrackLists &lists, const SharedSongArray &shown) const {

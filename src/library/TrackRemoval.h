@@ -26,26 +26,28 @@ public:
     void didTrash(const SongItem &song, const TrashedFile &file) { files_.insert(&song, file); }
 
     qsizetype count() const { return songs_.size(); }
-    struct Restored {
-        SongArray songs;
-        bool isStored = true; ///< false: the library did not take all rows
-    };
     /// Brings back the rows in the database and the files, and gives `turns` between them. The tracks that came back:
     /// neither those whose files the Trash no longer has, nor those that the library does not take, whose files stay
     /// in the Trash.
-    Restored bringBack(BusyTurns &turns) const;
+    SongArray bringBack(BusyTurns &turns);
+    /// After bringBack(): the library did not take all rows, and may take what is left at another try.
+    bool isUnfinished() const { return !songs_.isEmpty(); }
     /// Puts `back` into the lists, each track at its old place. `shown` is the list shown now.
     void restore(const SongArray &back, TrackLists &lists, const SharedSongArray &shown) const;
 
 private:
+    void keepCoversAgain(const SongItem &song);
+    QString newKeptName(const QString &cover);
+    void refuse(const SongPtr &song);
     bool bringBackRow(SongItem &song) const;
     bool bringBackFile(SongItem &song) const;
     SongArray bringBackFiles(const SongArray &songs) const;
 
-    SongArray songs_;
+    SongArray songs_; // those that are gone
     SongArray allBefore_;
     SongArray newBefore_;
     SongArray shownBefore_;
     QHash<const SongItem *, TrashedFile> files_;
     QHash<const SongItem *, QStringList> covers_;
+    int keptNumber_ = 0; // of the cover that was kept last
 };

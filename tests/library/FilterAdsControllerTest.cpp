@@ -37,6 +37,7 @@ struct Filter : testing::Test, FilterAdsControllerDelegate {
                 asksToDelete << song->title() + (song->isImported() ? " imported" : "");
     }
     SongArray undoDeletion() override { return back; }
+    bool canUndoDeletion() const override { return canUndo; }
     bool playSong(const SongPtr &song) override { return played << song->title(), hasFile; }
 
     void open(const QList<Track> &tracks) {
@@ -90,7 +91,7 @@ struct Filter : testing::Test, FilterAdsControllerDelegate {
     KeptLog log;
     QStringList asked, asksToDelete, played;
     int answer = 0;
-    bool hasFile = true;
+    bool hasFile = true, canUndo = false;
     std::optional<FilterAdsController> controller;
 };
 
@@ -189,8 +190,15 @@ TEST_F(Filter, BringsTheLastRemovalBack) {
     EXPECT_EQ(rows(), QStringList({"-Song", "-Song", "-Other"}));
     button("Remove").click();
     search();
-    back = {songs[0], songs[1], songs[3]};
+    back = {songs[1]};
+    canUndo = true;
+    button("Undo").click();
+    EXPECT_TRUE(isSaying("2 tracks can't come back."));
+    ASSERT_TRUE(button("Undo").isVisible()) << "the library had no room";
+    back = {songs[0], songs[3]};
+    canUndo = false;
     button("Undo").click(); // from the other tab: the search begins anew
+    EXPECT_TRUE(isSaying("2 tracks are back."));
     finishSearch();
     EXPECT_EQ(rows(), QStringList({"+Song", "-Song"}));
 }

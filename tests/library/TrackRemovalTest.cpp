@@ -42,12 +42,12 @@ struct TrackRemovalTest : testing::Test {
         DataBaseManager::defaultManager().deleteSongItems(songs);
         lists.remove(songs);
     }
-    SongArray undo(const SharedSongArray &shown, bool isStored = true) {
+    SongArray undo(const SharedSongArray &shown, bool isUnfinished = false) {
         BusyTurns turns(/*window=*/nullptr, {}, removal->count());
-        const TrackRemoval::Restored back = removal->bringBack(turns);
-        EXPECT_EQ(back.isStored, isStored);
-        removal->restore(back.songs, lists, shown);
-        return back.songs;
+        SongArray back = removal->bringBack(turns);
+        EXPECT_EQ(removal->isUnfinished(), isUnfinished);
+        removal->restore(back, lists, shown);
+        return back;
     }
     static QString titles(const SongArray &songs) { return titlesOf(songs).join(QString()); }
     QString inDatabase() const {
@@ -85,14 +85,22 @@ TEST_F(TrackRemovalTest, PutsEachTrackBackWhereItStoodAndLeavesAwayWhatTheTrashH
     EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 5);
 }
 
-TEST_F(TrackRemovalTest, LeavesTheFilesInTheTrashWhereTheLibraryHasNoRoom) {
+TEST_F(TrackRemovalTest, LeavesTheFilesInTheTrashUntilTheLibraryHasRoom) {
     const SharedSongArray shown = lists.allSongArray();
     remove({all[1], all[3]}, *shown);
-    EXPECT_EQ(titles(withoutRoom([&] { return undo(shown, /*isStored=*/false); })), "");
+    EXPECT_EQ(titles(withoutRoom([&] { return undo(shown, /*isUnfinished=*/true); })), "");
     EXPECT_EQ(titles(*shown), "024");
     EXPECT_EQ(inDatabase(), "0 picture of 0, 2 picture of 2, 4 picture of 4");
     EXPECT_TRUE(QFile::exists(inHome(".local/share/Trash/files/3.mp3")));
     EXPECT_FALSE(QFile::exists(all[3]->songPath()));
+    ASSERT_EQ(system("sqlite3 \"$HOME/.local/share/Tessarine Corvidia/Library.db\" 'ALTER TABLE Song RENAME TO Away'"),
+              0);
+    EXPECT_EQ(titles(undo(shown, /*isUnfinished=*/true)), "") << "no row is taken, and their numbers are the same";
+    ASSERT_EQ(system("sqlite3 \"$HOME/.local/share/Tessarine Corvidia/Library.db\" 'ALTER TABLE Away RENAME TO Song'"),
+              0);
+    EXPECT_EQ(titles(undo(shown)), "13");
+    EXPECT_EQ(titles(*shown), "01234");
+    EXPECT_EQ(inDatabase(), "0 picture of 0, 1 picture of 1, 2 picture of 2, 3 picture of 3, 4 picture of 4");
     removal.reset();
-    EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 3);
+    EXPECT_EQ(QDir(coverImageFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 5);
 }
