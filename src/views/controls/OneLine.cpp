@@ -17,3 +17,12 @@ QString oneLine(const QString &text) {
             character = QLatin1Char(' ');
     return line.simplified();
 }
+
+// Dots at the end of a line go by the direction of what they are drawn in, unless a mark behind them says otherwise.
+QString elidedLine(const QString &text, const QFontMetrics &metrics, Qt::TextElideMode mode, int width) {
+    constexpr QChar kRightToLeftMark(0x200f);
+    QString shown = metrics.elidedText(text, mode, width);
+    if (shown != text && text.isRightToLeft())
+        shown += kRightToLeftMark;
+    return shown;
+}

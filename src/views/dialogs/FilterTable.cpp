@@ -2,6 +2,7 @@
 
 #include "platform/run/LocalizedString.h"
 #include "views/controls/Look.h"
+#include "views/controls/OneLine.h"
 #include "views/controls/Sketch.h"
 #include "views/controls/SketchedCheckBox.h"
 #include "views/dialogs/FilterTableModel.h"
@@ -78,7 +79,7 @@ private:
         const QFont font = lookFont(kListPixels, isTitle && isKept ? QFont::DemiBold : QFont::Normal);
         const QFontMetrics metrics(font);
         const QString text =
-            metrics.elidedText(index.data().toString(), isFolder ? Qt::ElideMiddle : Qt::ElideRight, area.width());
+            elidedLine(index.data().toString(), metrics, isFolder ? Qt::ElideMiddle : Qt::ElideRight, area.width());
         painter.setFont(font);
         painter.setPen(lookColour(isKept ? LookColour::Ink : LookColour::Soft));
         painter.drawText(area, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text);

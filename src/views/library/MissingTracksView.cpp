@@ -121,7 +121,7 @@ private:
         painter.setFont(font);
         painter.setPen(lookColour(colour));
         painter.drawText(place, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-                         QFontMetrics(font).elidedText(text, mode, place.width()));
+                         elidedLine(text, QFontMetrics(font), mode, place.width()));
     }
 
     const MissingTracksModel &model_;

@@ -3,6 +3,7 @@
 #include "platform/desktop/ImageNamed.h"
 #include "platform/run/LocalizedString.h"
 #include "views/controls/Look.h"
+#include "views/controls/OneLine.h"
 #include "views/library/MyTableView.h"
 #include "views/library/TrackTableModel.h"
 
@@ -45,7 +46,7 @@ QString textForCell(const QString &text, const QFontMetrics &metrics, int width)
         if (letter.category() == QChar::Other_Control || letter.category() == QChar::Separator_Line ||
             letter.category() == QChar::Separator_Paragraph)
             letter = QLatin1Char(' ');
-    return metrics.elidedText(shown, Qt::ElideRight, width);
+    return elidedLine(shown, metrics, Qt::ElideRight, width);
 }
 
 TrackCell::TrackCell(MyTableView &table) : QStyledItemDelegate(&table), table_(table) {}

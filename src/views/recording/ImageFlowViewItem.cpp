@@ -171,7 +171,7 @@ void FlowItemView::drawLines(QPainter &painter) const {
     const auto draw = [&painter](const QRect &place, const QString &text, const QFont &font, LookColour colour) {
         painter.setFont(font);
         painter.setPen(lookColour(colour));
-        painter.drawText(place, Qt::AlignCenter, QFontMetrics(font).elidedText(text, Qt::ElideRight, place.width()));
+        painter.drawText(place, Qt::AlignCenter, elidedLine(text, QFontMetrics(font), Qt::ElideRight, place.width()));
     };
     draw(kTitle, owner_->title(), lookFont(kListPixels, QFont::DemiBold), LookColour::Ink);
     draw(kSubTitle, owner_->subTitle(), lookFont(kSecondLinePixels), LookColour::Soft);

@@ -19,6 +19,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QScrollBar>
+#include <QTextLayout>
 #include <QUrl>
 #include <QWindow>
 #include <gtest/gtest.h>
@@ -542,4 +543,16 @@ TEST(TextForCell, LooksOnlyAtWhatCouldFit) {
     const QFontMetrics metrics{QFont()};
     EXPECT_EQ(textForCell(QString("a\nb") + QChar(u'\0') + "c", metrics, 500), "a b c");
     EXPECT_LT(textForCell(QString(100'000, 'i'), metrics, 120).size(), 120);
+}
+
+TEST(TextForCell, HasItsDotsWhereTheTextWouldGoOn) {
+    const QString cut = textForCell(QString("أغنية طويلة ").repeated(5), QFontMetrics{QFont()}, 120);
+    QTextLayout layout(cut);
+    QTextOption leftToRight;
+    leftToRight.setTextDirection(Qt::LeftToRight);
+    layout.setTextOption(leftToRight);
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    EXPECT_LT(line.cursorToX(static_cast<int>(cut.indexOf(u'…'))), line.cursorToX(1));
 }
