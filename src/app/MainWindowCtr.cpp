@@ -381,7 +381,7 @@ void MainWindowCtr::tellOfTags(const SongItem &song, TagWriteOutcome outcome) {
     if (outcome == TagWriteOutcome::OtherFormat || std::exchange(hasToldOfTags_, true))
         return;
     tellOnceShown(localizedString("A recording has no title in its file"),
-                  localizedString("%1 can't be given its tags. The recording itself is whole.\n\n%2")
+                  localizedString("%1 can't be given its tags. What was recorded is kept.\n\n%2")
                       .arg(QFileInfo(song.songPath()).fileName(), reasonOf(outcome)));
 }
 

@@ -152,8 +152,7 @@ TEST_F(MainWindow, TellsOnceInARunWhyATitleIsMissing) {
         };
         record();
         EXPECT_TRUE(waitUntil([this] { return asked == QStringList{"A recording has no title in its file"}; }));
-        EXPECT_EQ(texts.last(),
-                  QString("a %1.mp3 can't be given its tags. The recording itself is whole.\n\n") + reason);
+        EXPECT_EQ(texts.last(), QString("a %1.mp3 can't be given its tags. What was recorded is kept.\n\n") + reason);
         record();
         EXPECT_FALSE(waitUntil([this] { return asked.size() > 1; }, 500));
         makeFile("a %1.mp3", group + bytesOf(song->songPath()).substr(0, 50'000));

@@ -94,7 +94,7 @@ QString textOf(PictureTrouble trouble) {
     case PictureTrouble::Elsewhere:
         return localizedString("Only its address came, and nothing is loaded from the web. Copy the picture itself.");
     case PictureTrouble::NoRoom:
-        return localizedString("There is no room for a copy of the picture.");
+        return localizedString("The library has no room for a copy of the picture, or may not be written.");
     default:
         return {};
     }
