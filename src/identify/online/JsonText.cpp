@@ -1,5 +1,7 @@
 #include "identify/online/JsonText.h"
 
+#include "platform/run/InvisibleOrder.h"
+
 #include <QUuid>
 #include <cmath>
 
@@ -11,7 +13,8 @@ QString textOf(const QJsonValue &value) {
     if (value.isDouble())
         return QString::number(value.toDouble(), 'g', 15);
     QString text = value.toString();
-    text.removeIf([](QChar character) { return character.category() == QChar::Other_Control; });
+    text.removeIf(
+        [](QChar character) { return character.category() == QChar::Other_Control || isInvisibleOrder(character); });
     text = text.trimmed();
     return text.isEmpty() || text.size() > kLongestText ? QString() : text;
 }

@@ -1,5 +1,7 @@
 #include "platform/desktop/PlayedTitle.h"
 
+#include "platform/run/InvisibleOrder.h"
+
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -18,13 +20,6 @@ QVariant unwrapped(QVariant value) {
     for (int depth = 0; depth < kDeepestVariant && value.metaType() == QMetaType::fromType<QDBusVariant>(); ++depth)
         value = value.value<QDBusVariant>().variant();
     return value;
-}
-
-/// Characters that turn or hide the text behind them.
-bool isInvisibleOrder(QChar character) {
-    const char16_t code = character.unicode();
-    return (code >= 0x200b && code <= 0x200f && code != 0x200c && code != 0x200d) ||
-           (code >= 0x202a && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069) || code == 0xfeff;
 }
 
 QString cleanText(const QString &text) {

@@ -59,7 +59,7 @@ TEST(MusicBrainz, ChoosesTheReleaseThatPeopleMean) {
 }
 
 TEST(MusicBrainz, ReadsNamesAsTheyStand) {
-    const auto found = recognitionOf('{' + kID + R"(,"title":" Ti\u0000t\u001ble ","artist-credit":[
+    const auto found = recognitionOf('{' + kID + R"(,"title":" Ti\u0000t\u001b\u202ele ","artist-credit":[
         {"name":"One","joinphrase":" feat. "},{"name":null,"artist":{"name":"Two"}}],"genres":[null,
         {"name":"pop","count":"4"},{"name":"rock","count":7},{"name":"","count":9},
         {"count":10,"name":")" + QByteArray(5001, 'n') +
