@@ -27,7 +27,10 @@ constexpr const char *kSongTable =
 // The second reader and writer of the library file.
 class Connection {
 public:
-    explicit Connection(const QString &path) { sqlite3_open(path.toUtf8().constData(), &handle_); }
+    explicit Connection(const QString &path) {
+        sqlite3_open(path.toUtf8().constData(), &handle_);
+        sqlite3_busy_timeout(handle_, 5000); // the library's log may be on its way into the file
+    }
     ~Connection() { sqlite3_close(handle_); }
     Q_DISABLE_COPY(Connection)
 
