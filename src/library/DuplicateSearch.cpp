@@ -37,7 +37,7 @@ public:
                 fetch(&slots_[placeOf(hashes[i + 2 * kAhead])]);
             if (i + kAhead < hashes.size())
                 fetchFirst(slots_[placeOf(hashes[i + kAhead])]);
-            songOf_.push_back(songOf(i, hashes[i]));
+            songOf_.push_back(foundOrAdded(i, hashes[i]));
             ++songs_[songOf_.back()].count;
         }
     }
@@ -55,7 +55,7 @@ private:
         uint32_t both; // title and artist
     };
     struct Slot {
-        size_t start = 0; // of the first track's letters
+        const char16_t *letters = nullptr; // of the first track
         uint32_t hash = 0;
         uint32_t first = kNone; // track
     };
@@ -73,7 +73,7 @@ private:
         if (slot.first == kNone)
             return;
         fetch(&tracks()[slot.first]);
-        fetch(candidates_.letters(tracks()[0]) + slot.start);
+        fetch(slot.letters);
     }
 
     bool isSameSong(uint32_t one, uint32_t other) const {
@@ -83,12 +83,12 @@ private:
     }
 
     /// The number of the track's song, which is a new one if none before it was the same.
-    uint32_t songOf(uint32_t track, const Hashes &hashes) {
+    uint32_t foundOrAdded(uint32_t track, const Hashes &hashes) {
         size_t place = placeOf(hashes);
         for (; slots_[place].first != kNone; place = (place + 1) & (slots_.size() - 1))
             if (slots_[place].hash == hashes.both && isSameSong(slots_[place].first, track))
                 return songOf_[slots_[place].first];
-        slots_[place] = {tracks()[track].start, hashes.both, track};
+        slots_[place] = {candidates_.letters(tracks()[track]), hashes.both, track};
         songs_.push_back({hashes.title, track});
         return static_cast<uint32_t>(songs_.size() - 1);
     }

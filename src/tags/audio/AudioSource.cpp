@@ -80,8 +80,8 @@ std::unique_ptr<AudioSource> AudioSource::open(const QString &path, bool isCutBy
     av_dict_set(&options.dictionary, "format_whitelist", kFormats, 0);
     av_dict_set(&options.dictionary, "protocol_whitelist", "file", 0);
     av_dict_set_int(&options.dictionary, "skip_initial_bytes", skipped, 0);
-    // In a WAV's samples DTS is looked for, by itself through 128 KB again and again: that took longer than 30 seconds
-    // to decode. It shows at once or never.
+    // A WAV's samples may be DTS. Left alone, the demuxer looks for that through 128 KB, from the beginning at each
+    // doubling, which takes longer than to decode 30 seconds; it shows in the first packets or never.
     av_dict_set_int(&options.dictionary, "max_probe_packets", 4, 0);
     av_dict_set(&options.dictionary, "advanced_editlist", isCutByEditList ? "1" : "0", 0);
     std::unique_ptr<AudioSource> source(new AudioSource);
